@@ -1,0 +1,35 @@
+// Callbacks that choose among the native paths that the mapping offers.
+#include "openconfig.h"
+
+#include <cstring>
+
+namespace {
+
+// The candidate of the request's VRF; without a network-instance name the first two, which are its two forms.
+void select_vrf_form(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    if (count < 1) {
+        return;
+    }
+    const int other = count > 1 ? 1 : 0;
+    char *name = nullptr;
+    yfw_map_get_node_info(ctx, OC_NETWORK_INSTANCE, "name", &name);
+    if (name == nullptr) {
+        candidates[0].selected = 1;
+        candidates[other].selected = 1;
+        return;
+    }
+    const char *form = is_default_vrf(name) ? "default-vrf" : "vrfs/vrf";
+    candidates[std::strstr(candidates[0].xpath, form) != nullptr ? 0 : other].selected = 1;
+}
+
+} // namespace
+
+YMAP_EXPORT cerrno oc_bgp_gbl_routerid(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    if (yfw_map_ocbgpni_is_parent_state_node(ctx) && !ymap_is_read(ctx)) {
+        YMAP_TRACE(frame, "EDIT/DELETE requests not allowed on State nodes");
+        return 0;
+    }
+    select_vrf_form(ctx, count, candidates);
+    return 0;
+}

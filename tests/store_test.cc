@@ -1,0 +1,376 @@
+// The store and the application of edits to it.
+#include "store_fixture.h"
+
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+
+namespace yfw::test {
+namespace {
+
+const std::string start = "~/bgp-running=\n"
+                          "~/default-vrf/global/router-id=192.0.2.1\n"
+                          "~/default-vrf/global/global-afs/global-af[af-name=ipv4-unicast]/static-routes\n"
+                          "@[neighbor-address=10.0.0.1]/create=\n"
+                          "@[neighbor-address=10.0.0.1]/timers/hold-time=90\n"
+                          "@[neighbor-address=10.0.0.1]/timers/keepalive-interval=30\n"
+                          "@[neighbor-address=10.0.0.1]/neighbor-afs/neighbor-af[af-name=ipv4-unicast]/activate=\n"
+                          "@[neighbor-address=10.0.0.10]/create=\n";
+
+const std::string all = "/bgp\n/vrfs";
+
+// The start, with lines taken out and put in.
+std::string but(std::initializer_list<std::string> without, const std::string &with = "") {
+    std::string lines = start;
+    for (const std::string &line : without) {
+        lines.erase(lines.find(line + '\n'), line.size() + 1);
+    }
+    return lines + with;
+}
+
+struct EditCase {
+    const char *name;
+    std::string edit;
+    std::string result; // what is stored then; of a refused edit the path refused
+    Reason refused = Reason{};
+    bool default_none = false;
+};
+
+std::string sorted(const std::string &lines) {
+    std::istringstream stream(lines);
+    std::vector<std::string> all_lines;
+    for (std::string line; std::getline(stream, line);) {
+        all_lines.push_back(line + '\n');
+    }
+    std::sort(all_lines.begin(), all_lines.end());
+    std::string text;
+    for (const std::string &line : all_lines) {
+        text += line;
+    }
+    return text;
+}
+
+TEST(Edit, EveryOperationOnEveryKindOfNode) {
+    const std::string n1 = "@[neighbor-address=10.0.0.1]";
+    const std::string n2 = "@[neighbor-address=10.0.0.10]";
+    const std::string hold = n1 + "/timers/hold-time";
+    const std::string keepalive = n1 + "/timers/keepalive-interval";
+    const std::string activate = n1 + "/neighbor-afs/neighbor-af[af-name=ipv4-unicast]/activate";
+    const std::string af = "~/default-vrf/global/global-afs/global-af[af-name=ipv4-unicast]";
+    const std::vector<EditCase> cases{
+        {"merge changes and adds", hold + "=180\n" + n1 + "/description=a",
+         but({hold + "=90"}, hold + "=180\n" + n1 + "/description=a\n")},
+        {"merge of an entry alone", "@[neighbor-address=10.0.0.9]", start + "@[neighbor-address=10.0.0.9]\n"},
+        {"merge of a container that is nothing by itself", n2 + "/timers", start},
+        {"merge of a presence container", af + "/ospf-routes", start + af + "/ospf-routes\n"},
+        {"create of an entry",
+         "@[neighbor-address=10.0.0.9]{create}/create=", start + "@[neighbor-address=10.0.0.9]/create=\n"},
+        {"create of an entry that exists", n1 + "{create}/create=", n1, Reason::data_exists},
+        {"create of a leaf that exists", hold + "{create}=90", hold, Reason::data_exists},
+        {"create of a container with content", n1 + "/timers{create}/hold-time=90", n1 + "/timers",
+         Reason::data_exists},
+        {"create of a container with list entries", n1 + "/neighbor-afs{create}", n1 + "/neighbor-afs",
+         Reason::data_exists},
+        {"create of a container without", n2 + "/timers{create}/hold-time=90", start + n2 + "/timers/hold-time=90\n"},
+        {"replace of an entry", n1 + "{replace}/description=new",
+         but({n1 + "/create=", hold + "=90", keepalive + "=30", activate + "="}, n1 + "/description=new\n")},
+        {"replace of a container", n1 + "/timers{replace}/hold-time=9",
+         but({hold + "=90", keepalive + "=30"}, hold + "=9\n")},
+        {"replace of what is not there", n2 + "/description{replace}=x", start + n2 + "/description=x\n"},
+        {"delete of an entry, but not of a longer namesake", n1 + "{delete}",
+         but({n1 + "/create=", hold + "=90", keepalive + "=30", activate + "="})},
+        {"delete of a container with list entries", n1 + "/neighbor-afs{delete}", but({activate + "="})},
+        {"delete of a leaf, without a value", hold + "{delete}", but({hold + "=90"})},
+        {"delete of the last leaf leaves the entry", n2 + "/create{delete}", but({n2 + "/create="}, n2 + "\n")},
+        {"delete of a missing leaf", n2 + "/description{delete}", n2 + "/description", Reason::data_missing},
+        {"delete of a missing entry", "@[neighbor-address=10.0.0.9]{delete}", "@[neighbor-address=10.0.0.9]",
+         Reason::data_missing},
+        {"a later refusal undoes what came before", hold + "=1000\n" + n2 + "/shutdown{delete}", n2 + "/shutdown",
+         Reason::data_missing},
+        {"remove of a missing entry", "@[neighbor-address=10.0.0.9]{remove}/description=x", start},
+        {"remove of a missing leaf", n2 + "/description{remove}", start},
+        {"remove of a presence container", af + "/static-routes{remove}", but({af + "/static-routes"}, af + "\n")},
+        {"remove of a top-level container", "/bgp{remove}", ""},
+        {"a value that names nothing new", "/vrfs/vrf[vrf-name=blue]{remove}", start},
+        {"default none touches nothing by itself",
+         n1 + "/description=x\n@[neighbor-address=10.0.0.9]/create=",
+         start,
+         {},
+         true},
+        {"default none, an operation below",
+         n1 + "/timers{merge}/hold-time=9",
+         but({hold + "=90"}, hold + "=9\n"),
+         {},
+         true},
+        {"default none, a level that is missing", "@[neighbor-address=10.0.0.9]/description{merge}=x",
+         "@[neighbor-address=10.0.0.9]", Reason::data_missing, true},
+        {"an entry without key is the one there is",
+         "/bgp/instance/instance-as/four-byte-as/default-vrf/global/router-id=192.0.2.2",
+         but({"~/default-vrf/global/router-id=192.0.2.1"}, "~/default-vrf/global/router-id=192.0.2.2\n")},
+        {"an entry without key of several", "@/description=x", "@", Reason::missing_key},
+        {"an entry without key of none", n2 + "/neighbor-afs/neighbor-af/activate=", n2 + "/neighbor-afs/neighbor-af",
+         Reason::missing_key},
+        {"one entry too many", "/bgp/instance[instance-name=core]/instance-as[as=1]",
+         "/bgp/instance[instance-name=core]/instance-as[as=1]", Reason::constraint},
+        {"another entry in place of the only one",
+         "/bgp/instance[instance-name=core]/instance-as[as=1]/four-byte-as[as=1]\n/bgp/instance[instance-name=core]/"
+         "instance-as[as=0]{delete}",
+         "/bgp/instance[instance-name=core]/instance-as[as=1]/four-byte-as[as=1]\n"},
+    };
+    for (const EditCase &row : cases) {
+        SCOPED_TRACE(row.name);
+        const ScratchDirectory scratch;
+        const Store store(scratch / "db", project_schema(), Access::write);
+        edit(store, project_schema(), start);
+        const std::string before = file_bytes(scratch / "db/data.mdb");
+        try {
+            edit(store, project_schema(), row.edit, row.default_none);
+            EXPECT_EQ(row.refused, Reason{});
+            EXPECT_EQ(sorted(fetch(store, project_schema(), all)), sorted(row.result));
+        } catch (const Refused &refused) {
+            EXPECT_EQ(refused.code(), static_cast<cerrno>(row.refused)) << refused.what();
+            EXPECT_EQ(refused.path(), expand(row.result));
+            EXPECT_TRUE(file_bytes(scratch / "db/data.mdb") == before);
+        }
+    }
+}
+
+TEST(Edit, ARequestsDeleteFailsOnlyWhenAllItsNativeDeletesFindNothing) {
+    for (const bool found : {true, false}) {
+        const ScratchDirectory scratch;
+        const Store store(scratch / "db", project_schema(), Access::write);
+        edit(store, project_schema(), found ? start : "@[neighbor-address=10.0.0.1]");
+        Arena arena;
+        Node *request = new_root(arena, project_schema());
+        Node *asked = add_line(arena, request, "/network-instances{delete}");
+        Node *expanded = add_line(arena, request, "/network-instances/network-instance[name=DEFAULT]");
+        expanded->origin = asked;
+        Node *native = new_root(arena, project_schema());
+        add_line(arena, native, "@[neighbor-address=10.0.0.1]/description{delete}")->origin = asked;
+        add_line(arena, native, "@[neighbor-address=10.0.0.1]/timers/hold-time{delete}")->origin = expanded;
+        Transaction transaction = store.begin(Access::write);
+        try {
+            apply_edit(transaction, native, false);
+            EXPECT_TRUE(found);
+        } catch (const Refused &refused) {
+            EXPECT_FALSE(found);
+            EXPECT_EQ(refused.path(), "/network-instances");
+        }
+    }
+}
+
+TEST(Edit, IsCheckedAgainstTheNativeModel) {
+    const std::string n = "@[neighbor-address=10.0.0.1]";
+    const std::vector<std::tuple<std::string, Reason, std::string>> cases{
+        {n + "/timers/hold-time=2", Reason::invalid_value, "\"2\""},
+        {n + "/timers/hold-time", Reason::invalid_value, "no value"},
+        {n + "/password/password=", Reason::invalid_value, "does not take the value"},
+        {n + "/timers/hold-time{remove}=2", Reason{}, ""},
+        {n + "/create", Reason{}, ""},
+        {"@[neighbor-address=10.0.0.300]", Reason::invalid_value, "10.0.0.300"},
+        {"@[neighbor-address=10.0.0.300]{delete}", Reason::invalid_value, "10.0.0.300"},
+        {"/vrfs/vrf[vrf-name=blue]/bgp-global/route-distinguisher/type=" + std::string(100, 'x'), Reason::invalid_value,
+         "\"" + std::string(60, 'x') + "...\""},
+    };
+    for (const auto &[line, reason, text] : cases) {
+        SCOPED_TRACE(line);
+        Arena arena;
+        try {
+            check_native(project_schema(), make_tree(arena, project_schema(), line));
+            EXPECT_EQ(reason, Reason{});
+        } catch (const Refused &refused) {
+            EXPECT_EQ(refused.code(), static_cast<cerrno>(reason));
+            EXPECT_NE(std::string(refused.what()).find(text), std::string::npos) << refused.what();
+        }
+    }
+}
+
+TEST(Fetch, TakesWhatThePatternNames) {
+    const ScratchDirectory scratch;
+    const Store store(scratch / "db", project_schema(), Access::write);
+    edit(store, project_schema(), start);
+    const std::string n1 = "@[neighbor-address=10.0.0.1]";
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"", ""},
+        {"/bgp", start},
+        {"@[neighbor-address=10.0.0.1]/timers", n1 + "/timers/hold-time=90\n" + n1 + "/timers/keepalive-interval=30\n"},
+        {"@/timers/hold-time", n1 + "/timers/hold-time=90\n@[neighbor-address=10.0.0.10]\n"},
+        {"@[neighbor-address=10.0.0.10]", "@[neighbor-address=10.0.0.10]/create=\n"},
+        {"@[neighbor-address=10.0.0.2]", core + "\n"},
+        {"@/neighbor-afs\n@/neighbor-afs/neighbor-af/activate",
+         n1 + "/neighbor-afs/neighbor-af[af-name=ipv4-unicast]/activate=\n@[neighbor-address=10.0.0.10]\n"},
+        {"/vrfs/vrf/bgp-global", ""},
+    };
+    for (const auto &[wanted, expected] : cases) {
+        EXPECT_EQ(sorted(fetch(store, project_schema(), wanted)), sorted(expected)) << wanted;
+    }
+}
+
+// Of a model of the test's own: what the project's models do not have.
+std::string small_model(const std::string &body) {
+    return "module small { yang-version 1.1; namespace \"urn:small\"; prefix s; container top { " + body + " } }";
+}
+
+TEST(Store, OutlivesModelsThatGrowAndNamesThoseItNeeds) {
+    const ScratchDirectory scratch;
+    const std::string list =
+        "list pair { key \"a b\"; leaf a { type string; } leaf b { type string; } leaf-list v { type string; } } ";
+    write_file(scratch / "old/small.yang", small_model(list));
+    write_file(scratch / "new/small.yang",
+               small_model("leaf first { type string; } " + list + "leaf last { type string; } "));
+    const Schema before({scratch / "old"});
+    const Schema after({scratch / "new"});
+    edit(Store(scratch / "db", before, Access::write), before,
+         "/top/pair[a=x][b=y]/v=2\n/top/pair[a=x][b=y]/v=1\n/top/pair[a=x][b=z]");
+    {
+        const Store store(scratch / "db", after, Access::write);
+        edit(store, after, "/top/last=l\n/top/first=f\n/top/pair[a=x][b=y]/v{remove}=2\n/top/pair[a=x][b=y]/v=3");
+        EXPECT_EQ(fetch(store, after, "/top"),
+                  "/top/first=f\n/top/last=l\n/top/pair[a=x][b=y]/v=1\n/top/pair[a=x][b=y]/v=3\n/top/pair[a=x][b=z]\n");
+        EXPECT_EQ(fetch(store, after, "/top/pair[b=z]"), "/top/pair[a=x][b=z]\n");
+        edit(store, after, "/top/pair[b=y]/v{delete}");
+        EXPECT_EQ(fetch(store, after, "/top/pair[a=x][b=y]"), "/top/pair[a=x][b=y]\n");
+        EXPECT_THROW(edit(store, after, "/top/pair[a=" + std::string(600, 'x') + "][b=y]"), Refused);
+    }
+    EXPECT_THROW(fetch(Store(scratch / "db", before, Access::read), before, "/top"), Unusable);
+}
+
+std::string failure(const std::function<void()> &work) {
+    try {
+        work();
+    } catch (const Unusable &unusable) {
+        return unusable.what();
+    }
+    return "";
+}
+
+TEST(Store, ThatCannotBeUsedSaysWhatToDo) {
+    const std::string lines = [] {
+        std::string text;
+        for (int i = 0; i < 2000; ++i) {
+            text +=
+                "@[neighbor-address=10.0." + std::to_string(i / 250) + '.' + std::to_string(i % 250) + "]/create=\n";
+        }
+        return text;
+    }();
+    const std::vector<std::pair<std::string, std::function<void(const fs::path &)>>> cases{
+        {"is no store",
+         [](const fs::path &db) {
+             write_file(db / "data.mdb", "something else, longer than a header" + std::string(200, 'x'));
+         }},
+        {"is no store", [](const fs::path &db) { write_file(db, "a file"); }},
+        {"another version",
+         [&](const fs::path &db) {
+             edit(Store(db, project_schema(), Access::write), project_schema(), start);
+             std::string bytes = file_bytes(db / "data.mdb");
+             for (std::size_t at = 0; (at = bytes.find("yfw store 1", at)) != std::string::npos;) {
+                 bytes[at + 10] = '2';
+             }
+             write_file(db / "data.mdb", bytes);
+         }},
+        {"is damaged",
+         [&](const fs::path &db) {
+             edit(Store(db, project_schema(), Access::write), project_schema(), lines);
+             fs::resize_file(db / "data.mdb", 8192);
+         }},
+    };
+    for (const auto &[text, spoil] : cases) {
+        const ScratchDirectory scratch;
+        spoil(scratch / "db");
+        for (const Access access : {Access::read, Access::write}) {
+            const std::string said =
+                failure([&] { (void)Store(scratch / "db", project_schema(), access).begin(access); });
+            EXPECT_NE(said.find(text), std::string::npos) << said;
+            EXPECT_NE(said.find((scratch / "db").string()), std::string::npos) << said;
+        }
+    }
+    const ScratchDirectory scratch;
+    const Store store(scratch / "db", project_schema(), Access::write, {.map_size = 64 << 10U, .lock_wait = {}});
+    edit(store, project_schema(), start);
+    EXPECT_NE(failure([&] { edit(store, project_schema(), lines); }).find("is full"), std::string::npos);
+    const FileHandle other(::open((scratch / "db").c_str(), O_RDONLY));
+    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+    EXPECT_NE(failure([&] { (void)store.begin(Access::write); }).find("in use"), std::string::npos);
+    EXPECT_EQ(sorted(fetch(store, project_schema(), all)), sorted(start));
+}
+
+// Runs work in a child process; returns how that ended.
+int in_child(const std::function<int()> &work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(work());
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return status;
+}
+
+TEST(Store, IsReadWhereNothingMayBeWritten) {
+    const ScratchDirectory scratch;
+    EXPECT_EQ(fetch(Store(scratch / "none", project_schema(), Access::read), project_schema(), all), "");
+    EXPECT_FALSE(fs::exists(scratch / "none"));
+    edit(Store(scratch / "db", project_schema(), Access::write), project_schema(), start);
+    fs::remove(scratch / "db/lock.mdb");
+    for (const auto &[path, mode] : {std::pair{"db/data.mdb", 0444}, {"db", 0555}, {"", 0755}}) {
+        fs::permissions(scratch / path, static_cast<fs::perms>(mode));
+    }
+    const Schema &schema = project_schema();
+    EXPECT_EQ(in_child([&] {
+                  if (::getuid() == 0 && ::setuid(65534) != 0) {
+                      return 1;
+                  }
+                  const bool reads =
+                      sorted(fetch(Store(scratch / "db", schema, Access::read), schema, all)) == sorted(start);
+                  const std::string said = failure([&] { Store(scratch / "db", schema, Access::write); });
+                  return reads && said.find("may not be written") != std::string::npos ? 0 : 2;
+              }),
+              0);
+    fs::permissions(scratch / "db", fs::perms::owner_all);
+}
+
+TEST(Store, KilledInMidCommitHoldsTheOldOrTheNew) {
+    const ScratchDirectory scratch;
+    const Schema &schema = project_schema();
+    const auto generation = [](int number) {
+        std::string lines;
+        for (int i = 0; i < 200; ++i) {
+            lines +=
+                "@[neighbor-address=10.0.0." + std::to_string(i) + "]/description=" + std::to_string(number) + '\n';
+        }
+        return lines;
+    };
+    edit(Store(scratch / "db", schema, Access::write), schema, generation(0));
+    for (int round = 0; round < 20; ++round) {
+        int ready[2];
+        ASSERT_EQ(::pipe(ready), 0);
+        const FileHandle from(ready[0]);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const Store store(scratch / "db", schema, Access::write);
+            for (int number = 1;; ++number) {
+                edit(store, schema, generation(number));
+                (void)!::write(ready[1], "x", 1);
+            }
+        }
+        const FileHandle to(ready[1]);
+        char byte = 0;
+        for (int i = 0; i <= round % 3; ++i) {
+            ASSERT_EQ(::read(from.get(), &byte, 1), 1);
+        }
+        const auto moment = std::chrono::steady_clock::now() + std::chrono::microseconds(100 * round);
+        while (std::chrono::steady_clock::now() < moment) {}
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        const std::string lines = fetch(Store(scratch / "db", schema, Access::write), schema, all);
+        const std::string number =
+            lines.substr(lines.find("description=") + 12, lines.find('\n') - lines.find("description=") - 12);
+        EXPECT_EQ(sorted(lines), sorted(generation(std::stoi(number)))) << round;
+    }
+}
+
+} // namespace
+} // namespace yfw::test

@@ -1,0 +1,75 @@
+// What the subcommands share: the global options, messages, exit codes.
+#pragma once
+
+#include "engine.h"
+#include "error.h"
+#include "platform/password.h"
+
+#include <CLI/CLI.hpp>
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace yfw::tool {
+
+enum Exit { done = 0, refused = 1, usage = 2, unusable = 3 };
+
+struct Globals {
+    std::filesystem::path db;
+    std::vector<std::filesystem::path> models;
+    std::filesystem::path mapping;
+    std::filesystem::path plugin;
+    bool trace = false;
+    Log::Level log_level = Log::Level::off;
+};
+
+// Lines on standard error, coloured on a terminal.
+class Messages {
+  public:
+    Messages();
+    void error(const std::string &text) const;
+    void error(const Refused &refused) const;
+    void line(const char *word, const std::string &text) const; // "word: text"
+
+  private:
+    bool colour_;
+};
+
+// One run of a subcommand: the engine and what hangs on the global options.
+class Session {
+  public:
+    explicit Session(const Globals &globals);
+    ~Session(); // prints the trace buffer when it was asked for
+    Session(const Session &) = delete;
+    Session &operator=(const Session &) = delete;
+
+    [[nodiscard]] Engine &engine() { return *engine_; }
+    [[nodiscard]] const Schema &schema() const { return engine_->schema(); }
+    [[nodiscard]] const Globals &globals() const { return globals_; }
+    [[nodiscard]] Store open(Access access) const { return {globals_.db, schema(), access}; }
+    // Tells a person at a terminal, from the second second on, what is being done.
+    void show_progress();
+
+  private:
+    const Globals &globals_;
+    Log log_;
+    std::unique_ptr<Engine> engine_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+// A file's text, or standard input's for "-". Throws Refused.
+std::string read_text(const std::string &file);
+
+// Adds the subcommands. Each sets *exit_code when it is run.
+void add_edit(CLI::App &app, const Globals &globals, int *exit_code);
+void add_get(CLI::App &app, const Globals &globals, int *exit_code);
+void add_sysdb(CLI::App &app, const Globals &globals, int *exit_code);
+void add_map(CLI::App &app, const Globals &globals, int *exit_code);
+
+// The option -o json|xml.
+void add_output_option(CLI::App &command, Syntax &syntax);
+
+} // namespace yfw::tool

@@ -1,0 +1,126 @@
+// yfw edit: translates OpenConfig edits, shows and commits the native ones.
+#include "command.h"
+
+#include <map>
+
+namespace yfw::tool {
+
+namespace {
+
+struct Arguments {
+    EditOptions options;
+    bool dry_run = false;
+    Syntax output = Syntax::json;
+    std::vector<std::string> files;
+};
+
+// The store of a dry run: the real one where it can be written, so that the edit is checked against it; an empty one of
+// its own where there is none.
+class DryRunDirectory {
+  public:
+    explicit DryRunDirectory(const std::filesystem::path &db) {
+        if (std::filesystem::exists(db)) {
+            directory_ = db;
+            return;
+        }
+        std::string pattern = (std::filesystem::temp_directory_path() / "yfw-dry-run-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw Unusable("cannot make a directory in " + std::filesystem::temp_directory_path().string());
+        }
+        directory_ = pattern;
+        own_ = true;
+    }
+    ~DryRunDirectory() {
+        std::error_code ignored;
+        if (own_) {
+            std::filesystem::remove_all(directory_, ignored);
+        }
+    }
+    DryRunDirectory(const DryRunDirectory &) = delete;
+    DryRunDirectory &operator=(const DryRunDirectory &) = delete;
+    [[nodiscard]] const std::filesystem::path &path() const { return directory_; }
+
+  private:
+    std::filesystem::path directory_;
+    bool own_ = false;
+};
+
+void report(const Messages &messages, const EditResult &result) {
+    for (const std::string &path : result.unknown) {
+        messages.line("not served", path);
+    }
+    for (const std::string &path : result.walk.not_mapped) {
+        messages.line("not mapped", path);
+    }
+    for (const std::string &note : result.walk.notes) {
+        messages.line("note", note);
+    }
+}
+
+void print_edit(const Session &session, const Arguments &arguments, const EditResult &result) {
+    WriteOptions writing;
+    writing.syntax = arguments.output;
+    writing.operations = true;
+    writing.explicit_merge = result.default_operation == DefaultOperation::none;
+    writing.pretty = true;
+    Sink sink(stdout);
+    write_document(sink, session.schema(), result.native(), writing);
+}
+
+void edit_one(Session &session, const Arguments &arguments, const std::string &file, Transaction &transaction) {
+    std::string text = read_text(file);
+    const Syntax syntax = guess_syntax(text);
+    const EditResult result = session.engine().edit(text, syntax, arguments.options, transaction);
+    report(Messages(), result);
+    if (!arguments.dry_run) {
+        transaction.commit();
+    }
+    print_edit(session, arguments, result);
+}
+
+void run(const Globals &globals, const Arguments &arguments) {
+    Session session(globals);
+    session.show_progress();
+    if (arguments.dry_run) {
+        const DryRunDirectory directory(globals.db);
+        const Store store(directory.path(), session.schema(), Access::write);
+        const PasswordKey key(directory.path() / "key", true);
+        // The files see each other's changes, and the store sees none.
+        Transaction transaction = store.begin(Access::write);
+        for (const std::string &file : arguments.files) {
+            edit_one(session, arguments, file, transaction);
+        }
+        return;
+    }
+    const Store store = session.open(Access::write);
+    const PasswordKey key(globals.db / "key", true);
+    for (const std::string &file : arguments.files) {
+        Transaction transaction = store.begin(Access::write);
+        edit_one(session, arguments, file, transaction);
+    }
+}
+
+} // namespace
+
+void add_edit(CLI::App &app, const Globals &globals, int *) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App *command = app.add_subcommand("edit", "Translate OpenConfig edits, show and commit the native ones");
+    command->add_flag("--dry-run", arguments->dry_run, "Do everything but the commit");
+    static const std::map<std::string, DefaultOperation> operations{
+        {"merge", DefaultOperation::merge}, {"replace", DefaultOperation::replace}, {"none", DefaultOperation::none}};
+    command
+        ->add_option("--default-operation", arguments->options.default_operation,
+                     "What applies to nodes without an operation of their own: merge, replace or none")
+        ->transform(CLI::CheckedTransformer(operations).description(""))
+        ->type_name("merge|replace|none");
+    command->add_flag("--skip-unknown", arguments->options.skip_unknown,
+                      "List nodes outside the models instead of refusing the edit");
+    command->add_flag("--strict", arguments->options.strict, "Refuse an edit with nodes that are not mapped");
+    add_output_option(*command, arguments->output);
+    command
+        ->add_option("FILE", arguments->files, "Documents, JSON or XML; '-' is standard input; each is one transaction")
+        ->required();
+    command->callback([&globals, arguments] { run(globals, *arguments); });
+}
+
+} // namespace yfw::tool

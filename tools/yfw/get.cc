@@ -1,0 +1,83 @@
+// yfw get: what is stored, and what a read would fetch.
+#include "command.h"
+
+#include "documents/instance_path.h"
+
+namespace yfw::tool {
+
+namespace {
+
+struct Arguments {
+    bool native = false;
+    bool paths = false;
+    bool state = false;
+    Syntax output = Syntax::json;
+    std::vector<std::string> wanted;
+};
+
+void print_native(Session &session, const Arguments &arguments) {
+    const Store store = session.open(Access::read);
+    const Transaction transaction = store.begin(Access::read);
+    Arena arena;
+    Node *wanted = new_root(arena, session.schema());
+    for (const std::string &path : arguments.wanted) {
+        add_instance_path(arena, session.schema(), wanted, path);
+    }
+    if (arguments.wanted.empty()) {
+        for (const char *root : {"/bgp", "/vrfs"}) {
+            add_instance_path(arena, session.schema(), wanted, root);
+        }
+    }
+    Node *found = new_root(arena, session.schema());
+    transaction.fetch(arena, wanted, found);
+    WriteOptions writing;
+    writing.syntax = arguments.output;
+    writing.pretty = true;
+    Sink sink(stdout);
+    write_document(sink, session.schema(), found, writing);
+}
+
+// One line for each innermost node.
+void print_paths(const Node *node) {
+    bool innermost = true;
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (!below->schema().is_key) {
+            innermost = false;
+            print_paths(below);
+        }
+    }
+    if (innermost && node->up() != nullptr) {
+        std::printf("%s\n", instance_path(node).c_str());
+    }
+}
+
+void run(const Globals &globals, const Arguments &arguments) {
+    Session session(globals);
+    if (arguments.native) {
+        print_native(session, arguments);
+        return;
+    }
+    const Store store = session.open(Access::read);
+    const Transaction transaction = store.begin(Access::read);
+    const auto request = session.engine().declare(arguments.wanted, arguments.state, transaction);
+    print_paths(request->destination());
+}
+
+} // namespace
+
+void add_get(CLI::App &app, const Globals &globals, int *) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App *command = app.add_subcommand("get", "Show what is stored");
+    auto *form = command->add_option_group("form");
+    form->add_flag("--native", arguments->native, "The native configuration, at native paths");
+    form->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches");
+    form->require_option(1);
+    command->add_flag("--state", arguments->state, "With --paths: of a read that covers state");
+    add_output_option(*command, arguments->output);
+    command->add_option("PATH", arguments->wanted,
+                        "Instance paths such as /network-instances/network-instance[name=DEFAULT]; keys and prefixes "
+                        "may be left out");
+    command->callback([&globals, arguments] { run(globals, *arguments); });
+}
+
+} // namespace yfw::tool

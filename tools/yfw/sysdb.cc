@@ -1,0 +1,21 @@
+// yfw sysdb: the system database as the plug-in sees it.
+#include "command.h"
+
+namespace yfw::tool {
+
+void add_sysdb(CLI::App &app, const Globals &globals, int *) {
+    auto pattern = std::make_shared<std::string>();
+    CLI::App *command = app.add_subcommand("sysdb", "Show the system database, an item a line");
+    command->add_option("PATTERN", *pattern, "Only items whose path begins so; the component .* stands for any");
+    command->callback([&globals, pattern] {
+        Session session(globals);
+        const Store store = session.open(Access::read);
+        const Transaction transaction = store.begin(Access::read);
+        const SystemDatabase database(transaction, session.schema());
+        for (const SystemDatabase::Item &item : database.items(*pattern)) {
+            std::printf("%s = %s\n", item.path.c_str(), item.value.text.c_str());
+        }
+    });
+}
+
+} // namespace yfw::tool

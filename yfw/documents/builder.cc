@@ -1,0 +1,382 @@
+#include "builder.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace yfw {
+
+namespace {
+
+std::optional<std::uint32_t> operation_of(std::string_view name) {
+    static constexpr auto operations = std::to_array<std::pair<std::string_view, std::uint32_t>>({
+        {"merge", YFW_OP_NONE},
+        {"create", YFW_OP_CREATE},
+        {"replace", YFW_OP_REPLACE},
+        {"delete", YFW_OP_DELETE},
+        {"remove", YFW_OP_REMOVE},
+    });
+    const auto *found =
+        std::find_if(operations.begin(), operations.end(), [name](const auto &row) { return row.first == name; });
+    return found == operations.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::string path_below(const Node *parent, std::string_view name) {
+    std::string path = parent->up() == nullptr ? std::string() : instance_path(parent);
+    return path.append("/").append(name);
+}
+
+bool in_module(const SchemaNode &node, const QualifiedName &name) {
+    const Module &module = *node.module;
+    return name.qualifier == (name.kind == QualifiedName::Kind::module ? module.name : module.name_space);
+}
+
+} // namespace
+
+std::optional<DefaultOperation> default_operation_of(std::string_view name) {
+    if (name == "merge") {
+        return DefaultOperation::merge;
+    }
+    if (name == "replace") {
+        return DefaultOperation::replace;
+    }
+    return name == "none" ? std::optional(DefaultOperation::none) : std::nullopt;
+}
+
+Builder::Builder(Arena &arena, const Schema &schema, const ReadOptions &options)
+    : arena_(arena), schema_(schema), options_(options), habits_(schema.size()) {
+    levels_.push_back({new_root(arena, schema), nullptr, 0, 0, 0});
+}
+
+void Builder::refuse(Reason code, const SchemaNode *child, const std::string &reason) const {
+    throw Refused(code, path_of(child), reason);
+}
+
+std::string Builder::path_of(const SchemaNode *child) const {
+    return child == nullptr ? instance_path(current()) : path_below(current(), child->name);
+}
+
+const SchemaNode *Builder::find(const QualifiedName &name) {
+    Level &level = levels_.back();
+    const SchemaNode &parent = level.node->schema();
+    const SchemaNode *&usual = level.last == nullptr ? habits_[parent.id].first : habits_[level.last->id].next;
+    if (usual != nullptr && usual->name == name.local && (name.qualifier.empty() || in_module(*usual, name))) {
+        level.last = usual;
+        return usual;
+    }
+    const SchemaNode *found = resolve(parent, name);
+    if (found != nullptr) {
+        level.last = found;
+        if (found->module == parent.module) {
+            usual = found;
+        }
+    }
+    return found;
+}
+
+const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName &name) const {
+    const SchemaNode *found = parent.child(name.local);
+    if (found == nullptr || (name.qualifier.empty() ? found->module == parent.module : in_module(*found, name))) {
+        return found;
+    }
+    // Another module may offer a node of that name too.
+    const SchemaNode *other = nullptr;
+    for (const SchemaNode *candidate : parent.children) {
+        if (candidate == found || candidate->name != name.local) {
+            continue;
+        }
+        if (name.qualifier.empty() ? candidate->module == parent.module : in_module(*candidate, name)) {
+            return candidate;
+        }
+        other = candidate;
+    }
+    if (!name.qualifier.empty()) {
+        return nullptr;
+    }
+    if (other != nullptr) {
+        refuse(Reason::unknown_element, found,
+               "the models " + found->module->name + " and " + other->module->name +
+                   " both have this node: write it with its module's name");
+    }
+    return found;
+}
+
+void Builder::unknown(std::string_view name) {
+    if (!options_.skip_unknown) {
+        throw Refused(Reason::unknown_element, path_below(current(), name), "the models have no such node");
+    }
+    unknown_.push_back({current(), std::string(name)});
+}
+
+void Builder::unknown_annotation(const SchemaNode *of, std::string_view name) {
+    const std::string text = (of == nullptr ? "@" : of->name + "/@") + std::string(name);
+    if (!options_.skip_unknown) {
+        throw Refused(Reason::unknown_element, path_below(current(), text),
+                      "the only annotation that is known here is ietf-netconf:operation");
+    }
+    unknown_.push_back({current(), text});
+}
+
+void Builder::enter(const SchemaNode &schema) {
+    if (levels_.size() > max_depth) {
+        refuse(Reason::too_big, &schema, "the document is nested more than " + std::to_string(max_depth) + " levels");
+    }
+    Node *node = nullptr;
+    if (schema.kind == NodeKind::list) {
+        node = open_entry(arena_, current(), schema);
+    } else {
+        if (child(current(), schema) != nullptr) {
+            refuse(Reason::duplicate, &schema, "the document has this container twice");
+        }
+        node = ensure_child(arena_, current(), schema);
+    }
+    node->flags |= YFW_NODE_PRESENT;
+    levels_.push_back({node, nullptr, notes_.size(), valueless_.size(), unknown_.size()});
+}
+
+void Builder::leave() {
+    const Level level = levels_.back();
+    if (dropping()) {
+        notes_.resize(level.notes);
+        valueless_.resize(level.valueless);
+        if (levels_.size() == dropped_level_) {
+            unlink(level.node);
+            dropped_level_ = 0;
+        }
+    } else {
+        apply_notes(level);
+        check_values(level);
+        if (level.node->schema().kind == NodeKind::list) {
+            finish_entry(level.node);
+        }
+    }
+    levels_.pop_back();
+}
+
+void Builder::refuse_second(const SchemaNode &repeating) const {
+    if (entries(current(), repeating) != nullptr) {
+        refuse(Reason::duplicate, &repeating, "the document has this member twice");
+    }
+}
+
+Node *Builder::leaf(const SchemaNode &schema, std::string_view value, Form form) {
+    if (schema.kind == NodeKind::leaf && child(current(), schema) != nullptr) {
+        refuse(Reason::duplicate, &schema, "the document has this leaf twice");
+    }
+    if (form == Form::none) {
+        return place_valueless(schema);
+    }
+    if (form == Form::boolean && schema.type != BaseType::boolean && schema.type != BaseType::union_) {
+        refuse(Reason::invalid_value, &schema, shown(schema, value) + " is a boolean, and the leaf's type is not");
+    }
+    const std::optional<TakenValue> taken = take(schema, value);
+    if (!taken) {
+        if (options_.skip_unknown && schema.type == BaseType::identityref) {
+            unknown_identity(schema, value);
+            return nullptr;
+        }
+        refuse(Reason::invalid_value, &schema, why_not_taken(schema_, schema, value));
+    }
+    Node *node = place(schema, taken->text);
+    if (taken->identity != nullptr) {
+        // Borrowed: a plug-in replaces the pointer, never the text.
+        node->name_space = const_cast<char *>(taken->identity->name_space.c_str());
+    }
+    return node;
+}
+
+std::optional<TakenValue> Builder::take(const SchemaNode &leaf, std::string_view value) {
+    if (leaf.secret) {
+        return take_value(schema_, leaf, value);
+    }
+    Habit &habit = habits_[leaf.id];
+    if (!habit.taken || habit.value != value) {
+        habit.value = value;
+        habit.taken = take_value(schema_, leaf, habit.value);
+    }
+    return habit.taken;
+}
+
+Node *Builder::place(const SchemaNode &schema, std::string_view value) {
+    Node *node = nullptr;
+    if (schema.kind == NodeKind::leaf_list) {
+        const Entries *before = entries(current(), schema);
+        const std::uint32_t count = before == nullptr ? 0 : before->count;
+        node = ensure_value(arena_, current(), schema, value);
+        if (entries(current(), schema)->count == count) {
+            refuse(Reason::duplicate, &schema, "the document has " + shown(schema, value) + " twice");
+        }
+    } else {
+        node = ensure_child(arena_, current(), schema);
+        set_value(arena_, node, value);
+    }
+    node->flags |= YFW_NODE_PRESENT;
+    return node;
+}
+
+// Whether it may stand without a value shows when its operation is known.
+Node *Builder::place_valueless(const SchemaNode &schema) {
+    Node *node = schema.kind == NodeKind::leaf_list ? open_entry(arena_, current(), schema)
+                                                    : ensure_child(arena_, current(), schema);
+    node->flags |= YFW_NODE_PRESENT;
+    valueless_.push_back(node);
+    return node;
+}
+
+// A key of an entry, or its copy in the entry's config, takes the whole entry along.
+void Builder::unknown_identity(const SchemaNode &leaf, std::string_view value) {
+    if (leaf.is_key) {
+        drop_entry(levels_.size() - 1, leaf, value);
+        return;
+    }
+    const SchemaNode &holder = current()->schema();
+    if (holder.name == "config" && holder.parent->kind == NodeKind::list) {
+        const SchemaNode *key = holder.parent->child(leaf.name);
+        if (key != nullptr && key->is_key) {
+            drop_entry(levels_.size() - 2, *key, value);
+            return;
+        }
+    }
+    unknown(leaf.name);
+}
+
+void Builder::drop_entry(std::size_t level, const SchemaNode &key, std::string_view value) {
+    Node *entry = levels_[level].node;
+    if (child(entry, key) == nullptr) {
+        set_value(arena_, ensure_child(arena_, entry, key), value);
+    }
+    unknown_.resize(levels_[level].unknown);
+    unknown_.push_back({nullptr, instance_path(entry)});
+    dropped_level_ = level + 1;
+}
+
+std::uint32_t Builder::operation(const SchemaNode *of, std::string_view name) const {
+    if (!options_.edit) {
+        refuse(Reason::unknown_operation, of, "data that is loaded as it stands carries no operations");
+    }
+    const std::optional<std::uint32_t> code = operation_of(name);
+    if (!code) {
+        refuse(Reason::unknown_operation, of,
+               "the operation is none of merge, create, replace, delete and remove: '" +
+                   std::string(name.substr(0, 30)) + '\'');
+    }
+    return *code;
+}
+
+void Builder::set_level_operation(std::uint32_t operation) {
+    if (current()->op_is_set()) {
+        refuse(Reason::duplicate, nullptr, "the document gives this node two operations");
+    }
+    current()->set_operation(operation);
+}
+
+void Builder::note_operation(const SchemaNode &leaf, std::uint32_t position, std::uint32_t operation) {
+    const auto first = notes_.begin() + static_cast<std::ptrdiff_t>(levels_.back().notes);
+    if (std::any_of(first, notes_.end(),
+                    [&](const Note &note) { return note.leaf == &leaf && note.position == position; })) {
+        refuse(Reason::duplicate, &leaf, "the document gives this node two operations");
+    }
+    notes_.push_back({&leaf, position, operation});
+}
+
+void Builder::apply_notes(const Level &level) {
+    for (std::size_t i = level.notes; i < notes_.size(); ++i) {
+        apply_note(level.node, notes_[i]);
+    }
+    notes_.resize(level.notes);
+}
+
+void Builder::apply_note(Node *parent, const Note &note) {
+    Node *node = nullptr;
+    if (note.leaf->kind == NodeKind::leaf_list) {
+        const Entries *values = entries(parent, *note.leaf);
+        node = values == nullptr ? nullptr : values->first;
+        for (std::uint32_t i = 0; i < note.position && node != nullptr; ++i) {
+            node = node->next_entry;
+        }
+    } else {
+        node = child(parent, *note.leaf);
+    }
+    const bool deletes = note.operation == YFW_OP_DELETE || note.operation == YFW_OP_REMOVE;
+    if (node == nullptr && deletes && note.leaf->kind == NodeKind::leaf) {
+        node = ensure_child(arena_, parent, *note.leaf);
+        node->flags |= YFW_NODE_PRESENT;
+        valueless_.push_back(node);
+    }
+    if (node != nullptr) {
+        node->set_operation(note.operation);
+    } else if (!options_.skip_unknown) {
+        refuse(Reason::invalid_value, note.leaf, "the document gives an operation to a value that it does not have");
+    }
+}
+
+void Builder::check_values(const Level &level) {
+    for (std::size_t i = level.valueless; i < valueless_.size(); ++i) {
+        Node *node = valueless_[i];
+        if (!node->is_delete()) {
+            throw Refused(Reason::invalid_value, instance_path(node), "the leaf has no value");
+        }
+        if (node->schema().type == BaseType::empty) {
+            set_value(arena_, node, ""); // the only one it can have
+        }
+    }
+    valueless_.resize(level.valueless);
+}
+
+void Builder::finish_entry(Node *entry) {
+    const SchemaNode &list = entry->schema();
+    if (list.keys.empty()) {
+        return;
+    }
+    const SchemaNode *config_schema = list.child("config");
+    const Node *config =
+        config_schema == nullptr || config_schema->kind != NodeKind::container ? nullptr : child(entry, *config_schema);
+    for (std::size_t key = 0; key < list.keys.size(); ++key) {
+        finish_key(entry, key, config);
+    }
+    if (complete_entry(arena_, entry, false) == nullptr) {
+        throw Refused(Reason::duplicate, instance_path(entry), "the document has this entry twice");
+    }
+}
+
+void Builder::finish_key(Node *entry, std::size_t key, const Node *config) {
+    const SchemaNode &schema = *entry->schema().keys[key];
+    const char *value = key_value(entry, key);
+    const SchemaNode *copy_schema = config == nullptr ? nullptr : config->schema().child(schema.name);
+    const Node *copy =
+        copy_schema == nullptr || copy_schema->kind != NodeKind::leaf ? nullptr : child(config, *copy_schema);
+    if (copy != nullptr && copy->value != nullptr) {
+        if (value == nullptr) {
+            Node *leaf = ensure_child(arena_, entry, schema);
+            set_value(arena_, leaf, copy->value);
+            leaf->name_space = copy->name_space;
+            leaf->flags |= YFW_NODE_PRESENT;
+        } else if (std::strcmp(value, copy->value) != 0) {
+            throw Refused(Reason::invalid_value, instance_path(copy),
+                          shown(*copy_schema, copy->value) + " differs from the entry's key, which is " +
+                              shown(schema, value));
+        }
+    } else if (value == nullptr) {
+        throw Refused(Reason::missing_key, instance_path(entry),
+                      "the entry has no " + schema.name + ", which is its key");
+    }
+}
+
+Document Builder::finish() {
+    Document document;
+    apply_notes(levels_.front());
+    check_values(levels_.front());
+    document.root = levels_.front().node;
+    document.unknown.reserve(unknown_.size());
+    for (const Unknown &node : unknown_) {
+        const bool is_entry = node.parent == nullptr;
+        std::string path = is_entry ? node.name : path_below(node.parent, node.name);
+        // XML names a list once an entry.
+        if (is_entry || document.unknown.empty() || document.unknown.back() != path) {
+            document.unknown.push_back(std::move(path));
+        }
+    }
+    return document;
+}
+
+} // namespace yfw

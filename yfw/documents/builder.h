@@ -1,0 +1,120 @@
+// Builds a data tree from the events of a document in either syntax, so that both are held to the same rules.
+#pragma once
+
+#include "../arena.h"
+#include "../error.h"
+#include "../schema.h"
+#include "../tree.h"
+#include "reader.h"
+#include "values.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace yfw {
+
+// A member's or element's name. The qualifier is empty for a bare one.
+struct QualifiedName {
+    enum class Kind : std::uint8_t { module, name_space };
+
+    std::string_view local;
+    std::string_view qualifier;
+    Kind kind = Kind::module;
+};
+
+// How a value stands in the document; none for a leaf that is named without one.
+enum class Form : std::uint8_t { text, boolean, none };
+
+class Builder {
+  public:
+    static constexpr std::size_t max_depth = 128;
+
+    Builder(Arena &arena, const Schema &schema, const ReadOptions &options);
+
+    // The child of the current level, or null when the models have none of that name.
+    [[nodiscard]] const SchemaNode *find(const QualifiedName &name);
+    // A child that find does not know: noted when unknown nodes are skipped, else refused.
+    void unknown(std::string_view name);
+    void unknown_annotation(const SchemaNode *of, std::string_view name);
+
+    // Opens a container or a new list entry; leave closes it.
+    void enter(const SchemaNode &schema);
+    void leave();
+    // Refuses a list or leaf-list that the current level has already.
+    void refuse_second(const SchemaNode &repeating) const;
+    // Null when it was skipped as unknown.
+    Node *leaf(const SchemaNode &schema, std::string_view value, Form form);
+
+    // The code of an operation on a child of the current level, or with null on the level itself.
+    [[nodiscard]] std::uint32_t operation(const SchemaNode *of, std::string_view name) const;
+    void set_level_operation(std::uint32_t operation);
+    // An operation on a leaf, or on the value of a leaf-list at that position, which may be still to come.
+    void note_operation(const SchemaNode &leaf, std::uint32_t position, std::uint32_t operation);
+
+    // Whether the current level belongs to an entry that is being skipped: the rest of it need not be read.
+    [[nodiscard]] bool dropping() const { return dropped_level_ != 0; }
+    [[nodiscard]] bool at_top() const { return levels_.size() == 1; }
+    [[nodiscard]] std::size_t depth() const { return levels_.size() - 1; }
+    [[nodiscard]] const Schema &schema() const { return schema_; }
+    [[nodiscard]] const ReadOptions &options() const { return options_; }
+
+    // For a child of the current level, or with null for the level itself.
+    [[noreturn]] void refuse(Reason code, const SchemaNode *child, const std::string &reason) const;
+    [[nodiscard]] std::string path_of(const SchemaNode *child) const;
+
+    Document finish();
+
+  private:
+    struct Level {
+        Node *node;
+        const SchemaNode *last; // found here
+        std::size_t notes;      // where this level's begin
+        std::size_t valueless;
+        std::size_t unknown;
+    };
+    struct Note {
+        const SchemaNode *leaf;
+        std::uint32_t position;
+        std::uint32_t operation;
+    };
+    // Documents repeat themselves: what came last at a schema node is tried first.
+    struct Habit {
+        const SchemaNode *next = nullptr;  // behind this node, of its parent's module
+        const SchemaNode *first = nullptr; // in this node, likewise
+        std::string value;                 // of a leaf, as the document has it
+        std::optional<TakenValue> taken;   // what became of it; its text is value's
+    };
+    // The path is composed at the end, when every entry has its keys.
+    struct Unknown {
+        const Node *parent; // null: name is the whole path
+        std::string name;
+    };
+
+    [[nodiscard]] const SchemaNode *resolve(const SchemaNode &parent, const QualifiedName &name) const;
+    std::optional<TakenValue> take(const SchemaNode &leaf, std::string_view value);
+    [[nodiscard]] Node *current() const { return levels_.back().node; }
+    Node *place(const SchemaNode &schema, std::string_view value);
+    Node *place_valueless(const SchemaNode &schema);
+    void unknown_identity(const SchemaNode &leaf, std::string_view value);
+    void drop_entry(std::size_t level, const SchemaNode &key, std::string_view value);
+    void apply_notes(const Level &level);
+    void apply_note(Node *parent, const Note &note);
+    void check_values(const Level &level);
+    void finish_entry(Node *entry);
+    void finish_key(Node *entry, std::size_t key, const Node *config);
+
+    Arena &arena_;
+    const Schema &schema_;
+    const ReadOptions &options_;
+    std::vector<Level> levels_;
+    std::vector<Habit> habits_; // by the schema node's id
+    std::vector<Note> notes_;
+    std::vector<Node *> valueless_;
+    std::vector<Unknown> unknown_;
+    std::size_t dropped_level_ = 0; // number of levels at the entry being skipped, 0 when none is
+};
+
+} // namespace yfw

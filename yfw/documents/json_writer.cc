@@ -1,0 +1,241 @@
+#include "json_check.h"
+#include "write_common.h"
+
+#include <array>
+
+namespace yfw {
+
+namespace {
+
+// 1 for the characters that a JSON string cannot have as they are.
+constexpr std::array<bool, 256> make_escaped() {
+    std::array<bool, 256> escaped{};
+    for (std::size_t i = 0; i < 0x20; ++i) {
+        escaped[i] = true;
+    }
+    escaped['"'] = true;
+    escaped['\\'] = true;
+    return escaped;
+}
+constexpr std::array<bool, 256> escaped = make_escaped();
+
+class JsonWriter {
+  public:
+    JsonWriter(Sink &sink, const Schema &schema, const WriteOptions &options)
+        : sink_(sink), schema_(schema), options_(options) {}
+
+    // The object of a container, list entry or root.
+    void object(const Node *node) {
+        sink_.put('{');
+        ++depth_;
+        bool is_first = true;
+        if (const auto operation = written_operation(node, options_); !operation.empty()) {
+            next(is_first);
+            sink_.put(options_.pretty ? "\"@\": " : "\"@\":");
+            annotation(operation);
+        }
+        for_each_member(node, [&](const SchemaNode &schema, const Node *first) { member(schema, first, is_first); });
+        --depth_;
+        if (!is_first) {
+            new_line();
+        }
+        sink_.put('}');
+    }
+
+  private:
+    void new_line() {
+        if (options_.pretty) {
+            sink_.put('\n');
+            for (unsigned i = 0; i < depth_; ++i) {
+                sink_.put("  ");
+            }
+        }
+    }
+
+    void next(bool &is_first) {
+        if (!is_first) {
+            sink_.put(',');
+        }
+        is_first = false;
+        new_line();
+    }
+
+    void name(const SchemaNode &schema, std::string_view mark) {
+        sink_.put('"');
+        sink_.put(mark);
+        if (schema.module != schema.parent->module) {
+            sink_.put(schema.module->name);
+            sink_.put(':');
+        }
+        sink_.put(schema.name);
+        sink_.put(options_.pretty ? "\": " : "\":");
+    }
+
+    void member(const SchemaNode &schema, const Node *first, bool &is_first) {
+        switch (schema.kind) {
+        case NodeKind::list:
+            next(is_first);
+            name(schema, "");
+            array(first, [this](const Node *entry) { object(entry); });
+            break;
+        case NodeKind::leaf_list:
+            next(is_first);
+            name(schema, "");
+            array(first, [&](const Node *entry) { value(schema, entry->value); });
+            leaf_list_operations(schema, first, is_first);
+            break;
+        case NodeKind::leaf:
+            leaf(schema, first, is_first);
+            break;
+        default:
+            next(is_first);
+            name(schema, "");
+            object(first);
+            break;
+        }
+    }
+
+    template <typename Element>
+    void array(const Node *first, Element element) {
+        sink_.put('[');
+        ++depth_;
+        bool is_first = true;
+        for (const Node *entry = first; entry != nullptr; entry = entry->next_entry) {
+            next(is_first);
+            element(entry);
+        }
+        --depth_;
+        new_line();
+        sink_.put(']');
+    }
+
+    void leaf(const SchemaNode &schema, const Node *node, bool &is_first) {
+        const auto operation = written_operation(node, options_);
+        if (node->value != nullptr || operation.empty() || !node->is_delete()) {
+            next(is_first);
+            name(schema, "");
+            value(schema, node->value);
+        }
+        if (!operation.empty()) {
+            next(is_first);
+            name(schema, "@");
+            annotation(operation);
+        }
+    }
+
+    void leaf_list_operations(const SchemaNode &schema, const Node *first, bool &is_first) {
+        const Node *last = nullptr; // with an operation
+        for (const Node *entry = first; entry != nullptr; entry = entry->next_entry) {
+            if (!written_operation(entry, options_).empty()) {
+                last = entry;
+            }
+        }
+        if (last == nullptr) {
+            return;
+        }
+        next(is_first);
+        name(schema, "@");
+        array(first, [this](const Node *entry) { annotation(written_operation(entry, options_)); });
+    }
+
+    void annotation(std::string_view operation) {
+        if (operation.empty()) {
+            sink_.put("null");
+            return;
+        }
+        sink_.put(options_.pretty ? "{\"ietf-netconf:operation\": \"" : "{\"ietf-netconf:operation\":\"");
+        sink_.put(operation);
+        sink_.put("\"}");
+    }
+
+    void value(const SchemaNode &leaf, const char *text) {
+        if (leaf.type == BaseType::empty) {
+            sink_.put("[null]");
+        } else if (text == nullptr) {
+            sink_.put("null");
+        } else if (leaf.secret && options_.hide_secrets) {
+            quoted(hidden_value);
+        } else if (is_bare(leaf, text)) {
+            sink_.put(text);
+        } else if (const Module *module = identity_of(schema_, leaf, text)) {
+            sink_.put('"');
+            sink_.put(module->name);
+            sink_.put(':');
+            sink_.put(text);
+            sink_.put('"');
+        } else {
+            quoted(text);
+        }
+    }
+
+    // A number as YANG takes it ("007", "+5") may be none for JSON; then a string is.
+    [[nodiscard]] bool is_bare(const SchemaNode &leaf, std::string_view text) const {
+        switch (leaf.type) {
+        case BaseType::boolean:
+            return text == "true" || text == "false";
+        case BaseType::integer:
+            return is_json_number(text);
+        case BaseType::union_:
+            return is_json_number(text) && schema_.is_number(leaf, text);
+        default:
+            return false;
+        }
+    }
+
+    static bool is_json_number(std::string_view text) {
+        return !text.empty() && json_number_length(text) == text.size();
+    }
+
+    void quoted(std::string_view text) {
+        sink_.put('"');
+        std::size_t begin = 0;
+        for (std::size_t at = 0; at < text.size(); ++at) {
+            if (escaped[static_cast<unsigned char>(text[at])]) [[unlikely]] {
+                sink_.put(text.substr(begin, at - begin));
+                escape(text[at]);
+                begin = at + 1;
+            }
+        }
+        sink_.put(text.substr(begin));
+        sink_.put('"');
+    }
+
+    void escape(char character) {
+        switch (character) {
+        case '"':
+            sink_.put("\\\"");
+            break;
+        case '\\':
+            sink_.put("\\\\");
+            break;
+        case '\n':
+            sink_.put("\\n");
+            break;
+        case '\t':
+            sink_.put("\\t");
+            break;
+        case '\r':
+            sink_.put("\\r");
+            break;
+        default:
+            constexpr std::string_view digits = "0123456789abcdef";
+            sink_.put("\\u00");
+            sink_.put(digits[static_cast<unsigned char>(character) >> 4U]);
+            sink_.put(digits[static_cast<unsigned char>(character) & 0xfU]);
+            break;
+        }
+    }
+
+    Sink &sink_;
+    const Schema &schema_;
+    const WriteOptions &options_;
+    unsigned depth_ = 0;
+};
+
+} // namespace
+
+void write_json(Sink &sink, const Schema &schema, const Node *root, const WriteOptions &options) {
+    JsonWriter(sink, schema, options).object(root);
+}
+
+} // namespace yfw

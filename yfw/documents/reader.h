@@ -1,0 +1,45 @@
+// Reads JSON (RFC 7951, metadata after RFC 7952) and NETCONF XML into a data tree.
+#pragma once
+
+#include "../arena.h"
+#include "../schema.h"
+#include "../tree.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace yfw {
+
+enum class Syntax : std::uint8_t { json, xml };
+
+// What applies to nodes without an operation of their own.
+enum class DefaultOperation : std::uint8_t { merge, replace, none };
+
+struct ReadOptions {
+    bool skip_unknown = false; // list nodes outside the models instead of refusing the document
+    bool edit = true;          // nodes may carry operations, and a deleted leaf needs no value
+    std::size_t max_size = std::size_t{1} << 30U;
+};
+
+struct Document {
+    Node *root = nullptr;
+    std::optional<DefaultOperation> default_operation; // what an <edit-config> around the data asks for
+    std::vector<std::string> unknown;                  // paths of the topmost nodes that were skipped
+};
+
+// Throws Refused. The values are copied into the arena; the text, which may be reallocated with room behind its end, is
+// not needed afterwards.
+Document read_document(Arena &arena, const Schema &schema, std::string &text, Syntax syntax,
+                       const ReadOptions &options);
+
+// XML when the first character that is not blank is '<'.
+Syntax guess_syntax(std::string_view text);
+
+// "merge", "replace" or "none".
+std::optional<DefaultOperation> default_operation_of(std::string_view name);
+
+} // namespace yfw

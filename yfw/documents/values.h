@@ -1,0 +1,26 @@
+// Leaf values as documents and paths write them.
+#pragma once
+
+#include "../schema.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace yfw {
+
+struct TakenValue {
+    std::string_view text;            // as the tree keeps it: an identity without its module
+    const Module *identity = nullptr; // of an identity
+};
+
+// Nothing when the leaf's type does not take the value.
+std::optional<TakenValue> take_value(const Schema &schema, const SchemaNode &leaf, std::string_view value);
+
+// For messages: the value in quotes and shortened; never a secret's.
+std::string shown(const SchemaNode &leaf, std::string_view value);
+
+// Why take_value yielded nothing.
+std::string why_not_taken(const Schema &schema, const SchemaNode &leaf, std::string_view value);
+
+} // namespace yfw

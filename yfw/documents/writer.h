@@ -1,0 +1,22 @@
+// Writes data trees as JSON (RFC 7951) or XML, in the schema's order, as read_document reads them.
+#pragma once
+
+#include "../schema.h"
+#include "../tree.h"
+#include "reader.h"
+#include "sink.h"
+
+namespace yfw {
+
+struct WriteOptions {
+    Syntax syntax = Syntax::json;
+    bool operations = false;     // as ietf-netconf's operation annotation
+    bool explicit_merge = false; // annotate nodes too whose operation was set to none, which is merge
+    bool pretty = false;
+    bool hide_secrets = false; // asterisks in place of passwords
+};
+
+// Ends with a line break, and with the sink flushed.
+void write_document(Sink &sink, const Schema &schema, const Node *root, const WriteOptions &options);
+
+} // namespace yfw

@@ -1,0 +1,69 @@
+#include "check.h"
+
+namespace yfw {
+
+namespace {
+
+constexpr std::size_t longest_shown = 60;
+
+std::string shown(std::string_view value) {
+    std::string text(value.substr(0, longest_shown));
+    if (value.size() > longest_shown) {
+        text += "...";
+    }
+    return text;
+}
+
+void check_leaf(const Schema &schema, const Node *leaf) {
+    const SchemaNode &type = leaf->schema();
+    if (leaf->value == nullptr && type.type != BaseType::empty) {
+        throw refusal(Reason::invalid_value, leaf, "has no value");
+    }
+    const std::string_view value = leaf->value == nullptr ? std::string_view() : leaf->value;
+    std::string why;
+    if (!schema.accepts(type, value, &why)) {
+        throw refusal(Reason::invalid_value, leaf,
+                      type.secret ? "does not take the value" : "does not take \"" + shown(value) + "\": " + why);
+    }
+}
+
+void check_children(const Schema &schema, const Node *parent) {
+    for (const Node *node = parent->first(); node != nullptr; node = node->next()) {
+        const NodeKind kind = node->schema().kind;
+        if (kind == NodeKind::list && node->schema().keys.empty()) {
+            throw refusal(Reason::constraint, node, "is a list without keys, which cannot be stored");
+        }
+        if (node->is_delete()) {
+            // The keys still say what is deleted.
+            for (const SchemaNode *key : node->schema().keys) {
+                const Node *leaf = child(node, *key);
+                if (leaf != nullptr && leaf->value != nullptr) {
+                    check_leaf(schema, leaf);
+                }
+            }
+        } else if (kind == NodeKind::leaf || kind == NodeKind::leaf_list) {
+            if (!node->schema().is_key || node->value != nullptr) {
+                check_leaf(schema, node);
+            }
+        } else {
+            check_children(schema, node);
+        }
+    }
+}
+
+} // namespace
+
+Refused refusal(Reason reason, const Node *node, const std::string &why) {
+    const Node *origin = nullptr;
+    for (const Node *at = node; at != nullptr && origin == nullptr; at = at->up()) {
+        origin = at->origin;
+    }
+    const std::string native = instance_path(node);
+    return {reason, origin == nullptr ? native : instance_path(origin), native + ' ' + why};
+}
+
+void check_native(const Schema &schema, const Node *edit) {
+    check_children(schema, edit);
+}
+
+} // namespace yfw

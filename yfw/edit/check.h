@@ -1,0 +1,18 @@
+// The check of a native edit against the native model.
+#pragma once
+
+#include "error.h"
+#include "tree.h"
+
+#include <string>
+
+namespace yfw {
+
+// Throws Refused: a value that its type does not take, a leaf set without a value, an entry without any of its keys in
+// a list where the store cannot tell which one is meant. What lies in a node that is deleted is not looked at.
+void check_native(const Schema &schema, const Node *edit);
+
+// A refusal that names the node in words, and as its path the request's node that it came from, where there is one.
+[[nodiscard]] Refused refusal(Reason reason, const Node *node, const std::string &why);
+
+} // namespace yfw

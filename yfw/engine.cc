@@ -1,0 +1,105 @@
+#include "engine.h"
+
+#include "documents/instance_path.h"
+#include "edit/apply.h"
+#include "edit/check.h"
+#include "error.h"
+
+#include <algorithm>
+#include <array>
+
+namespace yfw {
+
+namespace {
+
+constexpr std::array native_roots{"/bgp", "/vrfs"};
+
+// The default operation replace puts what the request says in the place of the native configuration whole.
+void replace_roots(const Schema &schema, Request &request) {
+    for (const char *path : native_roots) {
+        Node *root = ensure_child(request.arena(), request.destination(), *schema.find(path));
+        if (!root->op_is_set()) {
+            root->set_operation(YFW_OP_REPLACE);
+        }
+    }
+}
+
+} // namespace
+
+Engine::Engine(const EngineFiles &files, Log *log)
+    : log_(log), schema_(files.models), plugin_(files.plugin), mapping_(read_mapping(files.mapping), schema_, plugin_) {
+    for (const char *path : native_roots) {
+        if (schema_.find(path) == nullptr) {
+            throw Unusable(std::string("the models lack the native configuration's ") + path);
+        }
+    }
+    using Initialise = cerrno (*)();
+    auto initialise = reinterpret_cast<Initialise>(plugin_.find("yfw_bgpcfg_sysdb_init"));
+    if (initialise != nullptr && initialise() != 0) {
+        throw Unusable("the plug-in " + files.plugin.string() + " cannot be bound to the system database");
+    }
+}
+
+EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const {
+    EditResult result;
+    result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_);
+    Request &request = *result.request;
+    stage("reading");
+    ReadOptions reading;
+    reading.skip_unknown = options.skip_unknown;
+    Document document = read_document(request.arena(), schema_, text, syntax, reading);
+    request.set_source(document.root);
+    result.unknown = std::move(document.unknown);
+    result.default_operation = document.default_operation.value_or(options.default_operation);
+
+    stage("translating");
+    {
+        const SystemDatabase database(transaction, schema_);
+        const BoundSystemDatabase bound(database);
+        result.walk = walk(request, mapping_);
+    }
+    if (options.strict && !result.walk.not_mapped.empty()) {
+        throw Refused(Reason::not_mapped, result.walk.not_mapped.front(),
+                      result.walk.not_mapped.size() == 1
+                          ? "the node is not mapped"
+                          : "the node and " + std::to_string(result.walk.not_mapped.size() - 1) +
+                                " more are not mapped");
+    }
+    if (result.default_operation == DefaultOperation::replace) {
+        replace_roots(schema_, request);
+    }
+    stage("applying");
+    check_native(schema_, request.destination());
+    apply_edit(transaction, request.destination(), result.default_operation == DefaultOperation::none);
+    return result;
+}
+
+std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
+                                         const Transaction &transaction, Below below) const {
+    auto request = std::make_unique<Request>(schema_, state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_);
+    std::vector<const Node *> asked;
+    for (const std::string &path : paths) {
+        const Node *node = add_instance_path(request->arena(), schema_, request->source(), path);
+        if (!mapping_.reaches(node->schema())) {
+            throw Refused(Reason::not_served, path, "nothing serves this path");
+        }
+        asked.push_back(node);
+    }
+    if (paths.empty()) {
+        add_instance_path(request->arena(), schema_, request->source(), "/network-instances");
+    }
+    if (below == Below::covered) {
+        expand_read(*request, mapping_, state);
+    }
+    const SystemDatabase database(transaction, schema_);
+    const BoundSystemDatabase bound(database);
+    const WalkResult result = walk(*request, mapping_);
+    for (const auto &[node, refusal] : result.unanswered) {
+        if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
+            throw refusal;
+        }
+    }
+    return request;
+}
+
+} // namespace yfw

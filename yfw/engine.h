@@ -1,0 +1,80 @@
+// All of it together: what the command does with a document, a path or the store.
+#pragma once
+
+#include "documents/reader.h"
+#include "documents/writer.h"
+#include "mapping/mapping.h"
+#include "platform/log.h"
+#include "request/request.h"
+#include "store/store.h"
+#include "sysdb/view.h"
+#include "walk/walk.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace yfw {
+
+struct EngineFiles {
+    std::vector<std::filesystem::path> models; // searched in this order
+    std::filesystem::path mapping;
+    std::filesystem::path plugin;
+};
+
+struct EditOptions {
+    bool skip_unknown = false;
+    bool strict = false; // a node that is not mapped is a refusal
+    DefaultOperation default_operation = DefaultOperation::merge;
+};
+
+// A translated edit. What it holds lives as long as it does.
+struct EditResult {
+    std::unique_ptr<Request> request;
+    WalkResult walk;
+    std::vector<std::string> unknown; // with skip_unknown: nodes outside the models
+    DefaultOperation default_operation = DefaultOperation::merge;
+
+    [[nodiscard]] const Node *native() const { return request->destination(); }
+};
+
+class Engine {
+  public:
+    // Loads models, plug-in and mapping description, and binds the plug-in to the system database. Throws Unusable.
+    // log may be null and must outlive the engine.
+    Engine(const EngineFiles &files, Log *log);
+
+    [[nodiscard]] const Schema &schema() const { return schema_; }
+    [[nodiscard]] const Mapping &mapping() const { return mapping_; }
+
+    // Translates an edit, checks the native result and applies it to the transaction, which the caller commits or gives
+    // up. The system database that the plug-in reads is the transaction's. Throws Refused; then give the transaction
+    // up.
+    EditResult edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const;
+
+    // Whether a read covers what lies below the nodes it names.
+    enum class Below { covered, left_out };
+    // The native paths that a read of these instance paths fetches (of everything, when there are none), as a tree
+    // whose list entries without keys stand for all. Throws Refused.
+    std::unique_ptr<Request> declare(const std::vector<std::string> &paths, bool state, const Transaction &transaction,
+                                     Below below = Below::covered) const;
+
+    // Reports what the engine is about, for a person who waits: "reading", "translating", "applying".
+    std::function<void(const char *)> on_stage;
+
+  private:
+    void stage(const char *what) const {
+        if (on_stage) {
+            on_stage(what);
+        }
+    }
+
+    Log *log_;
+    Schema schema_;
+    Plugin plugin_;
+    Mapping mapping_;
+};
+
+} // namespace yfw

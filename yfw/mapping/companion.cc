@@ -1,0 +1,67 @@
+#include "mapping/companion.h"
+
+#include "request/request.h"
+
+#include <array>
+#include <cstring>
+#include <strings.h>
+#include <utility>
+
+namespace yfw {
+
+namespace {
+
+cerrno add_native(Request &request, const char *path, const char *value, const Node *source, int container) {
+    return yfw_map_datatree_add_path_flagged(&request, request.destination(), path, nullptr, value, source, nullptr,
+                                             container, 0);
+}
+
+// All network instances at once: a delete or a replace of them is one of the native configuration whole.
+cerrno map_network_instances(Request &request, const Node &container) {
+    const bool whole = container.is_delete() || container.operation == YFW_OP_REPLACE;
+    if (request.is_read() || !whole) {
+        return 0;
+    }
+    add_native(request, "/bgp", nullptr, &container, 0);
+    const cerrno status = add_native(request, "/vrfs", nullptr, &container, 0);
+    return container.is_delete() && status == 0 ? static_cast<cerrno>(OCBGP_SKIP_SUBTREE) : status;
+}
+
+bool is_default(const char *name) {
+    return name == nullptr || std::strcmp(name, "default") == 0 || std::strcmp(name, "DEFAULT") == 0;
+}
+
+// One network instance: a native VRF entry, but for the default one.
+cerrno map_network_instance(Request &request, const Node &entry) {
+    const char *name = key_value(&entry, 0);
+    const bool all = request.is_read() && name == nullptr;
+    if (!all && is_default(name)) {
+        return 0;
+    }
+    const Node *source = request.is_read() ? nullptr : &entry;
+    const cerrno status = add_native(request, "/vrfs/vrf", nullptr, source, 1);
+    return name == nullptr || status != 0 ? status : add_native(request, "/vrfs/vrf/vrf-name", name, source, 0);
+}
+
+constexpr auto services = std::to_array<std::pair<std::string_view, CompanionService>>({
+    {"network-instances", map_network_instances},
+    {"network-instance", map_network_instance},
+});
+
+} // namespace
+
+CompanionService find_companion_service(std::string_view name) {
+    for (const auto &[known, service] : services) {
+        if (known == name) {
+            return service;
+        }
+    }
+    return nullptr;
+}
+
+bool is_bgp_entry(const Node &protocol) {
+    const Node *identifier = child(&protocol, "identifier");
+    return identifier == nullptr || identifier->value == nullptr || strcasecmp(identifier->value, "BGP") == 0;
+}
+
+} // namespace yfw

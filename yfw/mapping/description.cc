@@ -1,0 +1,106 @@
+#include "mapping/description.h"
+
+#include "error.h"
+
+#include <libyang/libyang.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace yfw {
+
+namespace {
+
+constexpr auto services = std::to_array<std::pair<Service, std::string_view>>({
+    {Service::callback, "callback"},
+    {Service::toplevel, "toplevel"},
+    {Service::protocol_list, "protocol-list"},
+    {Service::protocol, "protocol"},
+    {Service::select, "select"},
+    {Service::companion, "companion"},
+    {Service::key, "key"},
+});
+
+using Context = std::unique_ptr<ly_ctx, decltype(&ly_ctx_destroy)>;
+using Data = std::unique_ptr<lyd_node, decltype(&lyd_free_all)>;
+
+[[noreturn]] void fail(const std::filesystem::path &file, const ly_ctx *context) {
+    const char *message = context == nullptr ? nullptr : ly_errmsg(context);
+    const char *path = context == nullptr ? nullptr : ly_errpath(context);
+    throw Unusable("the mapping description " + file.string() +
+                   " cannot be used: " + (message == nullptr ? "libyang cannot be set up" : message) +
+                   (path == nullptr ? std::string() : std::string(" (") + path + ')'));
+}
+
+MappingEntry read_entry(const lyd_node *node) {
+    MappingEntry entry;
+    const lyd_node *leaf = nullptr;
+    LY_LIST_FOR(lyd_child(node), leaf) {
+        const std::string_view name = leaf->schema->name;
+        const std::string value = lyd_get_value(leaf);
+        if (name == "path") {
+            entry.path = value;
+        } else if (name == "served") {
+            entry.served = std::find_if(services.begin(), services.end(), [&](const auto &row) {
+                               return row.second == value;
+                           })->first;
+        } else if (name == "name") {
+            entry.name = value;
+        } else if (name == "candidate") {
+            entry.candidates.push_back(value);
+        } else if (name == "covered") {
+            entry.covered = value == "true";
+        }
+    }
+    return entry;
+}
+
+MappingHelper read_helper(const lyd_node *node) {
+    MappingHelper helper;
+    const lyd_node *leaf = nullptr;
+    LY_LIST_FOR(lyd_child(node), leaf) {
+        (std::string_view(leaf->schema->name) == "name" ? helper.name : helper.reason) = lyd_get_value(leaf);
+    }
+    return helper;
+}
+
+} // namespace
+
+const char *service_name(Service service) {
+    return services.at(static_cast<std::size_t>(service)).second.data();
+}
+
+MappingDescription read_mapping(const std::filesystem::path &file) {
+    ly_log_options(LY_LOSTORE_LAST);
+    ly_ctx *created = nullptr;
+    if (ly_ctx_new(file.parent_path().c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &created) !=
+        LY_SUCCESS) {
+        throw Unusable("the mapping description " + file.string() + " cannot be used: its directory cannot be read");
+    }
+    const Context context(created, &ly_ctx_destroy);
+    if (ly_ctx_load_module(created, "yfw-mapping", nullptr, nullptr) == nullptr) {
+        fail(file, created);
+    }
+    lyd_node *parsed = nullptr;
+    const LY_ERR status =
+        lyd_parse_data_path(created, file.c_str(), LYD_JSON, LYD_PARSE_STRICT, LYD_VALIDATE_PRESENT, &parsed);
+    const Data data(parsed, &lyd_free_all);
+    if (status != LY_SUCCESS || parsed == nullptr) {
+        fail(file, created);
+    }
+    MappingDescription description;
+    const lyd_node *node = nullptr;
+    LY_LIST_FOR(lyd_child(parsed), node) {
+        if (std::string_view(node->schema->name) == "entry") {
+            description.entries.push_back(read_entry(node));
+        } else {
+            description.helpers.push_back(read_helper(node));
+        }
+    }
+    return description;
+}
+
+} // namespace yfw

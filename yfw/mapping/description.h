@@ -1,0 +1,36 @@
+// The mapping description: which node is served how, and by which function of the plug-in. Data, read by libyang.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace yfw {
+
+enum class Service { callback, toplevel, protocol_list, protocol, select, companion, key };
+
+struct MappingEntry {
+    std::string path;
+    Service served = Service::callback;
+    std::string name; // empty for Service::key
+    std::vector<std::string> candidates;
+    bool covered = false; // deletes of an outer node take it along
+};
+
+struct MappingHelper {
+    std::string name;
+    std::string reason;
+};
+
+struct MappingDescription {
+    std::vector<MappingEntry> entries;
+    std::vector<MappingHelper> helpers;
+};
+
+// The word of the description's "served" leaf.
+const char *service_name(Service service);
+
+// Reads a description, with its YANG module beside it. Throws Unusable with the file, the path and the reason.
+MappingDescription read_mapping(const std::filesystem::path &file);
+
+} // namespace yfw

@@ -1,0 +1,95 @@
+#include "mapping/mapping.h"
+
+#include "error.h"
+#include "mapping/companion.h"
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+
+namespace yfw {
+
+namespace {
+
+xpath_list_type_t make_candidate(const SchemaNode &target) {
+    xpath_list_type_t candidate{};
+    std::strncpy(candidate.xpath, target.path.c_str(), sizeof(candidate.xpath) - 1);
+    std::strncpy(candidate.name_space, target.module->name_space.c_str(), sizeof(candidate.name_space) - 1);
+    std::strncpy(candidate.default_text, "NULL", sizeof(candidate.default_text) - 1);
+    return candidate;
+}
+
+std::string join(const std::vector<std::string> &lines) {
+    std::string text;
+    for (const std::string &line : lines) {
+        text += "\n  " + line;
+    }
+    return text;
+}
+
+} // namespace
+
+void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<std::string> &problems) {
+    const SchemaNode *node = schema_.find(entry.path);
+    if (node == nullptr) {
+        problems.push_back("no model has the node " + entry.path);
+        return;
+    }
+    auto binding = std::make_unique<Binding>();
+    binding->entry = &entry;
+    if (entry.served == Service::companion) {
+        binding->companion = find_companion_service(entry.name);
+    } else if (entry.served != Service::key) {
+        binding->function = plugin.find(entry.name);
+    }
+    if (entry.served != Service::key && binding->function == nullptr && binding->companion == nullptr) {
+        problems.push_back((entry.served == Service::companion ? "the companion lacks " : "the plug-in lacks ") +
+                           (entry.name.empty() ? "a name for " + entry.path : entry.name));
+    }
+    for (const std::string &path : entry.candidates) {
+        const SchemaNode *target = schema_.find(path);
+        if (target == nullptr || path.size() >= sizeof(xpath_list_type_t::xpath)) {
+            problems.push_back("no model has the candidate " + path + " of " + entry.path);
+        } else {
+            binding->candidates.push_back(make_candidate(*target));
+        }
+    }
+    if (entry.served == Service::select && entry.candidates.empty()) {
+        problems.push_back("nothing to select from for " + entry.path);
+    }
+    by_node_[node->id] = binding.get();
+    for (const SchemaNode *above = node; above != nullptr && !reaches_[above->id]; above = above->parent) {
+        reaches_[above->id] = true;
+    }
+    bindings_.push_back(std::move(binding));
+}
+
+Mapping::Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin)
+    : description_(std::move(description)),
+      schema_(schema),
+      by_node_(schema.size(), nullptr),
+      reaches_(schema.size(), false) {
+    std::vector<std::string> problems;
+    std::set<std::string, std::less<>> named;
+    for (const MappingEntry &entry : description_.entries) {
+        bind(entry, plugin, problems);
+        named.insert(entry.name);
+    }
+    for (const MappingHelper &helper : description_.helpers) {
+        if (plugin.find(helper.name) == nullptr) {
+            problems.push_back("the plug-in lacks the helper " + helper.name);
+        }
+        named.insert(helper.name);
+    }
+    for (const std::string &name : plugin.exports()) {
+        if (!named.contains(name)) {
+            problems.push_back("nothing names the exported function " + name);
+        }
+    }
+    if (!problems.empty()) {
+        throw Unusable("the plug-in " + plugin.file().string() +
+                       " and the mapping description do not fit:" + join(problems));
+    }
+}
+
+} // namespace yfw

@@ -1,0 +1,54 @@
+// The mapping description bound to the schema and to the plug-in.
+#pragma once
+
+#include "mapping/description.h"
+#include "mapping/plugin.h"
+#include "schema.h"
+#include "yfw_map.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace yfw {
+
+class Request;
+struct Node;
+
+using Callback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *);
+using ToplevelCallback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, unsigned int, cidl_yfw_datatree *);
+using ProtocolCallback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, char *, char *);
+using SelectCallback = cerrno (*)(yfw_map_ctx, int, xpath_list_type_t *);
+using CompanionService = cerrno (*)(Request &, const Node &);
+
+// How one node is served.
+struct Binding {
+    const MappingEntry *entry = nullptr;
+    void *function = nullptr;             // of the plug-in; null for the companion's services and keys
+    CompanionService companion = nullptr; // set for Service::companion
+    std::vector<xpath_list_type_t> candidates;
+};
+
+class Mapping {
+  public:
+    // Binds every entry. Throws Unusable with all the names that the plug-in lacks, the exported functions that nothing
+    // names, or the paths that the models lack. plugin and schema must outlive the mapping.
+    Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin);
+
+    [[nodiscard]] const Binding *find(const SchemaNode &node) const { return by_node_[node.id]; }
+    // Whether the node or any below it is served.
+    [[nodiscard]] bool reaches(const SchemaNode &node) const { return reaches_[node.id]; }
+    [[nodiscard]] const MappingDescription &description() const { return description_; }
+    [[nodiscard]] const Schema &schema() const { return schema_; }
+
+  private:
+    void bind(const MappingEntry &entry, const Plugin &plugin, std::vector<std::string> &problems);
+
+    MappingDescription description_;
+    const Schema &schema_;
+    std::vector<std::unique_ptr<Binding>> bindings_;
+    std::vector<const Binding *> by_node_;
+    std::vector<bool> reaches_;
+};
+
+} // namespace yfw

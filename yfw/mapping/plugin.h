@@ -1,0 +1,33 @@
+// The plug-in: a shared object, opened once.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace yfw {
+
+class Plugin {
+  public:
+    // Opens it with all its symbols bound. Throws Unusable with the file and the reason.
+    explicit Plugin(const std::filesystem::path &file);
+
+    [[nodiscard]] void *find(const std::string &name) const; // null when it exports no such function
+    // The functions that it exports, sorted.
+    [[nodiscard]] const std::vector<std::string> &exports() const { return exports_; }
+    [[nodiscard]] const std::filesystem::path &file() const { return file_; }
+
+  private:
+    struct Closer {
+        void operator()(void *handle) const;
+    };
+    std::filesystem::path file_;
+    std::unique_ptr<void, Closer> handle_;
+    std::vector<std::string> exports_;
+};
+
+// The names of the functions that an ELF shared object exports, sorted. Throws Unusable when it is none.
+std::vector<std::string> exported_functions(const std::filesystem::path &file);
+
+} // namespace yfw

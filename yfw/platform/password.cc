@@ -1,0 +1,163 @@
+#include "platform/password.h"
+
+#include "error.h"
+#include "vnos_platform.h"
+
+#include <sodium.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <system_error>
+
+namespace yfw {
+
+namespace {
+
+constexpr int cipher_type = 7;
+constexpr std::size_t key_size = crypto_secretbox_KEYBYTES;
+constexpr std::size_t overhead = crypto_secretbox_NONCEBYTES + crypto_secretbox_MACBYTES;
+
+// The key in force, in locked memory; null when there is none.
+unsigned char *key = nullptr;
+
+std::string reason() {
+    return std::generic_category().message(errno);
+}
+
+class File {
+  public:
+    explicit File(int descriptor) : descriptor_(descriptor) {}
+    ~File() {
+        if (descriptor_ >= 0) {
+            close(descriptor_);
+        }
+    }
+    File(const File &) = delete;
+    File &operator=(const File &) = delete;
+    [[nodiscard]] int get() const { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
+void check_owner_only(const std::filesystem::path &file, int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        throw Unusable("cannot look at the key file " + file.string() + ": " + reason());
+    }
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+        throw Unusable("the key file " + file.string() +
+                       " can be read by others: make it the owner's alone (chmod 600) "
+                       "and change the passwords that it kept");
+    }
+}
+
+// Complete on the disk under another name before it gets its own: a key cut short would lose every password.
+void create_key(const std::filesystem::path &file) {
+    std::array<unsigned char, key_size> fresh{};
+    crypto_secretbox_keygen(fresh.data());
+    const std::filesystem::path part = file.string() + ".new";
+    unlink(part.c_str());
+    const File made(open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const bool written = made.get() >= 0 && write(made.get(), fresh.data(), fresh.size()) == ssize_t{key_size} &&
+                         fsync(made.get()) == 0 && link(part.c_str(), file.c_str()) == 0;
+    const int error = errno;
+    sodium_memzero(fresh.data(), fresh.size());
+    unlink(part.c_str());
+    if (!written && error != EEXIST) {
+        errno = error;
+        throw Unusable("cannot make the key file " + file.string() + ": " + reason());
+    }
+}
+
+} // namespace
+
+PasswordKey::PasswordKey(const std::filesystem::path &file, bool create) {
+    if (sodium_init() < 0) {
+        throw Unusable("libsodium cannot be used");
+    }
+    if (create && !std::filesystem::exists(file)) {
+        create_key(file);
+    }
+    const File opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (opened.get() < 0) {
+        if (errno == ENOENT && !create) {
+            return;
+        }
+        throw Unusable("cannot open the key file " + file.string() + ": " + reason());
+    }
+    check_owner_only(file, opened.get());
+    key = static_cast<unsigned char *>(sodium_malloc(key_size));
+    if (key == nullptr) {
+        throw Unusable("no locked memory for the key");
+    }
+    char more = 0;
+    if (read(opened.get(), key, key_size) != ssize_t{key_size} || read(opened.get(), &more, 1) != 0) {
+        sodium_free(key);
+        key = nullptr;
+        throw Unusable("the key file " + file.string() + " does not hold a key");
+    }
+}
+
+PasswordKey::~PasswordKey() {
+    sodium_free(key);
+    key = nullptr;
+}
+
+} // namespace yfw
+
+extern "C" {
+
+// Nonce and box as hexadecimal text: the native leaf takes any text, and so does a person's terminal.
+char *pw_encrypt(int type, const char *clear) {
+    if (type != yfw::cipher_type || clear == nullptr || yfw::key == nullptr) {
+        return nullptr;
+    }
+    const std::size_t length = std::strlen(clear);
+    const std::size_t boxed = length + yfw::overhead;
+    auto *raw = static_cast<unsigned char *>(vnos_named_calloc_(1, boxed, "YFW MAP", 0));
+    auto *text = static_cast<char *>(vnos_named_calloc_(1, boxed * 2 + 1, "YFW MAP", 0));
+    if (raw != nullptr && text != nullptr) {
+        randombytes_buf(raw, crypto_secretbox_NONCEBYTES);
+        crypto_secretbox_easy(raw + crypto_secretbox_NONCEBYTES, reinterpret_cast<const unsigned char *>(clear), length,
+                              raw, yfw::key);
+        sodium_bin2hex(text, boxed * 2 + 1, raw, boxed);
+    } else {
+        vnos_named_free(text);
+        text = nullptr;
+    }
+    vnos_named_free(raw);
+    return text;
+}
+
+char *pw_decrypt(int type, const char *cipher) {
+    if (type != yfw::cipher_type || cipher == nullptr || yfw::key == nullptr) {
+        return nullptr;
+    }
+    const std::size_t length = std::strlen(cipher);
+    const std::size_t boxed = length / 2;
+    if (length % 2 != 0 || boxed < yfw::overhead) {
+        return nullptr;
+    }
+    auto *raw = static_cast<unsigned char *>(vnos_named_calloc_(1, boxed, "YFW MAP", 0));
+    auto *clear = static_cast<char *>(vnos_named_calloc_(1, boxed - yfw::overhead + 1, "YFW MAP", 0));
+    std::size_t read = 0;
+    const bool opened =
+        raw != nullptr && clear != nullptr &&
+        sodium_hex2bin(raw, boxed, cipher, length, nullptr, &read, nullptr) == 0 && read == boxed &&
+        crypto_secretbox_open_easy(reinterpret_cast<unsigned char *>(clear), raw + crypto_secretbox_NONCEBYTES,
+                                   boxed - crypto_secretbox_NONCEBYTES, raw, yfw::key) == 0;
+    vnos_named_free(raw);
+    if (!opened) {
+        vnos_named_free(clear);
+        return nullptr;
+    }
+    return clear;
+}
+}

@@ -1,0 +1,64 @@
+#include "request/request.h"
+
+#include "error.h"
+#include "vnos_platform.h"
+
+namespace yfw {
+
+Request::Request(const Schema &schema, std::uint32_t kind, Log *log)
+    : yfw_map_context{},
+      schema_(schema),
+      log_(log),
+      source_(new_root(arena_, schema)),
+      destination_(new_root(arena_, schema)) {
+    kind_.kind = kind;
+    fields_.kind = &kind_;
+    fields_.path = path_.data();
+    fields_.del_expansion_mode = YFW_EXPAND_ON;
+    req_ctx = &fields_;
+    debug_filter.level = -1;
+    if (log != nullptr) {
+        log->attach(*this);
+    }
+}
+
+Request::~Request() {
+    vnos_named_free(fields_.error_text);
+    vnos_named_free(fields_.common_data_ptr);
+    vnos_named_free(fields_.trim_path);
+    arena_.wipe();
+}
+
+void Request::enter(Node *node) {
+    if (fields_.path_depth == deepest) {
+        throw Refused(Reason::too_big, instance_path(node), "the node lies deeper than any model goes");
+    }
+    path_[fields_.path_depth++] = {node->name, node};
+}
+
+Node *Request::current() const {
+    return fields_.path_depth == 0 ? nullptr : static_cast<Node *>(path_[fields_.path_depth - 1U].node);
+}
+
+Node *Request::current_node(const SchemaNode &wanted) const {
+    // Level d of the path is a node of schema depth d + 1. Below the nearest ancestor on the path containers lead on.
+    std::array<const SchemaNode *, deepest> below{};
+    std::size_t count = 0;
+    for (const SchemaNode *schema = &wanted; schema->depth > 0 && count < deepest; schema = schema->parent) {
+        const bool on_path = schema->depth <= fields_.path_depth &&
+                             path_[schema->depth - 1U].node->framework == static_cast<const void *>(schema);
+        if (on_path || schema->parent->depth == 0) {
+            Node *node = on_path ? static_cast<Node *>(path_[schema->depth - 1U].node)
+                                 : (schema->repeats() ? nullptr : child(source_, *schema));
+            while (node != nullptr && count > 0) {
+                const SchemaNode *next = below[--count];
+                node = next->repeats() ? nullptr : child(node, *next);
+            }
+            return node;
+        }
+        below[count++] = schema;
+    }
+    return nullptr;
+}
+
+} // namespace yfw

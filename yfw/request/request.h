@@ -1,0 +1,69 @@
+// One request: what the boundary's operations work on behind the context that a callback is given.
+#pragma once
+
+#include "arena.h"
+#include "platform/log.h"
+#include "tree.h"
+#include "yfw_map.h"
+
+#include <array>
+#include <string>
+
+namespace yfw {
+
+class Request : public yfw_map_context {
+  public:
+    static constexpr std::size_t deepest = 64; // levels of the current path
+
+    // kind: YFW_KIND_...; log may be null (nothing is written then) and must outlive the request.
+    Request(const Schema &schema, std::uint32_t kind, Log *log);
+    ~Request();
+    Request(const Request &) = delete;
+    Request &operator=(const Request &) = delete;
+
+    [[nodiscard]] const Schema &schema() const { return schema_; }
+    [[nodiscard]] bool is_read() const { return kind_.kind == YFW_KIND_READ || kind_.kind == YFW_KIND_READ_STATE; }
+    Arena &arena() { return arena_; }
+    [[nodiscard]] Node *source() const { return source_; } // the tree that is being mapped
+    void set_source(Node *root) { source_ = root; }
+    [[nodiscard]] Node *destination() const { return destination_; }
+
+    // The current path. Levels stand for the nodes from the top of the source to the one being mapped.
+    void enter(Node *node);
+    void leave() { --fields_.path_depth; }
+    [[nodiscard]] Node *current() const;
+    // The node of the current path with that schema, or below one of its nodes through containers; null when there is
+    // none.
+    [[nodiscard]] Node *current_node(const SchemaNode &wanted) const;
+
+    [[nodiscard]] Node *current_list() const { return current_list_; }
+    void set_current_list(Node *entry) { current_list_ = entry; }
+
+    // What the callbacks did, for the walk: paths added, those of them that carry a delete, error paths recorded.
+    struct Counts {
+        std::uint64_t adds = 0;
+        std::uint64_t deletes = 0;
+    };
+    Counts counts;
+    std::string error_path; // where the last error was recorded
+
+    yfw_req_ctx &fields() { return fields_; }
+    Log *log() { return log_; }
+
+  private:
+    const Schema &schema_;
+    Log *log_;
+    Arena arena_;
+    yfw_request_kind kind_{};
+    yfw_req_ctx fields_{};
+    std::array<yfw_path_level, deepest> path_{};
+    Node *source_;
+    Node *destination_;
+    Node *current_list_ = nullptr;
+};
+
+inline Request &request_of(yfw_map_ctx ctx) {
+    return static_cast<Request &>(*ctx);
+}
+
+} // namespace yfw

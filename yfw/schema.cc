@@ -1,0 +1,358 @@
+#include "schema.h"
+
+#include "error.h"
+#include "hash.h"
+
+#include <libyang/libyang.h>
+#include <libyang/plugins_types.h>
+
+#include <bit>
+#include <map>
+#include <unordered_map>
+
+namespace yfw {
+
+namespace {
+
+BaseType base_type(const lysc_type *type) {
+    switch (type->basetype) {
+    case LY_TYPE_BOOL:
+        return BaseType::boolean;
+    case LY_TYPE_INT8:
+    case LY_TYPE_INT16:
+    case LY_TYPE_INT32:
+    case LY_TYPE_UINT8:
+    case LY_TYPE_UINT16:
+    case LY_TYPE_UINT32:
+        return BaseType::integer;
+    case LY_TYPE_INT64:
+    case LY_TYPE_UINT64:
+        return BaseType::integer64;
+    case LY_TYPE_DEC64:
+        return BaseType::decimal64;
+    case LY_TYPE_IDENT:
+        return BaseType::identityref;
+    case LY_TYPE_EMPTY:
+        return BaseType::empty;
+    case LY_TYPE_UNION:
+        return BaseType::union_;
+    case LY_TYPE_LEAFREF:
+        return base_type(reinterpret_cast<const lysc_type_leafref *>(type)->realtype);
+    default:
+        return BaseType::string;
+    }
+}
+
+const lysc_type *type_of(const lysc_node *node) {
+    const lysc_type *type = node->nodetype == LYS_LEAF ? reinterpret_cast<const lysc_node_leaf *>(node)->type
+                                                       : reinterpret_cast<const lysc_node_leaflist *>(node)->type;
+    while (type->basetype == LY_TYPE_LEAFREF) {
+        type = reinterpret_cast<const lysc_type_leafref *>(type)->realtype;
+    }
+    return type;
+}
+
+std::uint32_t table_size(std::size_t entries) {
+    return static_cast<std::uint32_t>(std::bit_ceil(std::max<std::size_t>(4, entries * 2)));
+}
+
+void collect_identities(const lysc_ident *identity, std::unordered_map<std::string, const lys_module *> &into) {
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(identity->derived, i) {
+        into.emplace(identity->derived[i]->name, identity->derived[i]->module);
+        collect_identities(identity->derived[i], into);
+    }
+}
+
+} // namespace
+
+struct Schema::Accepted {
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return hash_text(text, 0); }
+    };
+    struct OfType {
+        std::unordered_set<std::string, TextHash, std::equal_to<>> values;
+        std::unordered_map<std::string, const lys_module *> identities;
+    };
+    static constexpr std::size_t most_values = 1U << 15U;
+    static constexpr std::size_t longest_value = 128;
+
+    std::unordered_map<const lysc_type *, OfType> types;
+
+    OfType &of(const lysc_type *type) {
+        auto [place, is_new] = types.try_emplace(type);
+        if (is_new && type->basetype == LY_TYPE_IDENT) {
+            const auto *reference = reinterpret_cast<const lysc_type_identityref *>(type);
+            LY_ARRAY_COUNT_TYPE i = 0;
+            LY_ARRAY_FOR(reference->bases, i) {
+                collect_identities(reference->bases[i], place->second.identities);
+            }
+        }
+        return place->second;
+    }
+
+    const lys_module *identity(const lysc_type *type, std::string_view text) {
+        std::string_view module;
+        if (const auto colon = text.find(':'); colon != std::string_view::npos) {
+            module = text.substr(0, colon);
+            text.remove_prefix(colon + 1);
+        }
+        const auto &identities = of(type).identities;
+        const auto found = identities.find(std::string(text));
+        if (found == identities.end() || (!module.empty() && module != found->second->name)) {
+            return nullptr;
+        }
+        return found->second;
+    }
+};
+
+const SchemaNode *SchemaNode::child(std::string_view child_name) const {
+    if (by_name.empty()) {
+        return nullptr;
+    }
+    const std::size_t mask = by_name.size() - 1;
+    for (std::size_t place = hash_text(child_name, 0) & mask; by_name[place] != 0; place = (place + 1) & mask) {
+        const SchemaNode *found = children[by_name[place] - 1U];
+        if (found->name == child_name) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+void Schema::ContextDeleter::operator()(ly_ctx *context) const {
+    ly_ctx_destroy(context);
+}
+
+Schema::Schema(const std::vector<std::filesystem::path> &directories) : accepted_(std::make_unique<Accepted>()) {
+    load(directories);
+    add_modules();
+    index_paths();
+}
+
+Schema::~Schema() = default;
+
+void Schema::add_modules() {
+    auto root = std::make_unique<SchemaNode>();
+    SchemaNode &top = *root;
+    nodes_.push_back(std::move(root));
+    std::uint32_t position = 0;
+    while (const lys_module *compiled = ly_ctx_get_module_iter(context_.get(), &position)) {
+        // libyang's own modules have data nodes too, which are nobody's configuration here.
+        if (compiled->implemented == 0 ||
+            std::string_view(compiled->ns).starts_with("urn:ietf:params:xml:ns:yang:ietf-yang")) {
+            continue;
+        }
+        modules_.push_back(std::make_unique<Module>(Module{compiled->name, compiled->prefix, compiled->ns}));
+    }
+    position = 0;
+    while (const lys_module *compiled = ly_ctx_get_module_iter(context_.get(), &position)) {
+        if (compiled->compiled != nullptr && module(compiled->name) != nullptr) {
+            add_children(top, compiled->compiled->data);
+        }
+    }
+    for (const auto &node : nodes_) {
+        if (node->children.empty()) {
+            continue;
+        }
+        node->by_name.resize(table_size(node->children.size()));
+        const std::size_t mask = node->by_name.size() - 1;
+        for (const SchemaNode *below : node->children) {
+            std::size_t place = hash_text(below->name, 0) & mask;
+            while (node->by_name[place] != 0) {
+                place = (place + 1) & mask;
+            }
+            node->by_name[place] = static_cast<std::uint16_t>(below->ordinal + 1U);
+        }
+    }
+}
+
+void Schema::add_children(SchemaNode &parent, const lysc_node *first) {
+    const lysc_node *compiled = nullptr;
+    LY_LIST_FOR(first, compiled) {
+        if ((compiled->nodetype & (LYS_CHOICE | LYS_CASE)) != 0) {
+            add_children(parent, lysc_node_child(compiled));
+            continue;
+        }
+        if ((compiled->nodetype & (LYS_CONTAINER | LYS_LIST | LYS_LEAF | LYS_LEAFLIST)) == 0) {
+            continue;
+        }
+        nodes_.push_back(std::make_unique<SchemaNode>());
+        SchemaNode &node = *nodes_.back();
+        node.name = compiled->name;
+        node.path = parent.path + '/' + node.name;
+        node.module = module(compiled->module->name);
+        node.parent = &parent;
+        node.compiled = compiled;
+        node.id = static_cast<std::uint32_t>(nodes_.size() - 1);
+        node.ordinal = static_cast<std::uint16_t>(parent.children.size());
+        node.depth = static_cast<std::uint16_t>(parent.depth + 1U);
+        node.config = (compiled->flags & LYS_CONFIG_R) == 0;
+        node.is_key = lysc_is_key(compiled);
+        node.mandatory = (compiled->flags & LYS_MAND_TRUE) != 0;
+        parent.children.push_back(&node);
+        if (node.is_key) {
+            parent.keys.push_back(&node);
+        }
+        if ((compiled->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
+            node.kind = compiled->nodetype == LYS_LEAF ? NodeKind::leaf : NodeKind::leaf_list;
+            node.type = base_type(type_of(compiled));
+            node.secret = node.name.find("password") != std::string::npos && node.type == BaseType::string;
+            continue;
+        }
+        node.kind = compiled->nodetype == LYS_CONTAINER ? NodeKind::container : NodeKind::list;
+        if (node.kind == NodeKind::list) {
+            node.max_elements = reinterpret_cast<const lysc_node_list *>(compiled)->max;
+        }
+        add_children(node, lysc_node_child(compiled));
+    }
+}
+
+void Schema::index_paths() {
+    by_path_.resize(table_size(nodes_.size()));
+    const std::size_t mask = by_path_.size() - 1;
+    for (const auto &node : nodes_) {
+        std::size_t place = hash_text(node->path, 0) & mask;
+        while (by_path_[place] != 0) {
+            place = (place + 1) & mask;
+        }
+        by_path_[place] = node->id + 1;
+    }
+}
+
+const SchemaNode *Schema::find(std::string_view path) const {
+    const std::size_t mask = by_path_.size() - 1;
+    for (std::size_t place = hash_text(path, 0) & mask; by_path_[place] != 0; place = (place + 1) & mask) {
+        const SchemaNode *node = nodes_[by_path_[place] - 1].get();
+        if (node->path == path) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+const Module *Schema::module(std::string_view name) const {
+    for (const auto &module : modules_) {
+        if (module->name == name) {
+            return module.get();
+        }
+    }
+    return nullptr;
+}
+
+const Module *Schema::module_of_namespace(std::string_view uri) const {
+    for (const auto &module : modules_) {
+        if (module->name_space == uri) {
+            return module.get();
+        }
+    }
+    return nullptr;
+}
+
+namespace {
+
+bool is_plain_string(const lysc_type *type) {
+    if (type->basetype != LY_TYPE_STRING) {
+        return false;
+    }
+    const auto *text = reinterpret_cast<const lysc_type_str *>(type);
+    return text->length == nullptr && text->patterns == nullptr;
+}
+
+bool store_takes(const ly_ctx *context, const lysc_node *node, const lysc_type *type, std::string_view value,
+                 std::string *reason) {
+    lyd_value storage{};
+    ly_err_item *error = nullptr;
+    const LY_ERR result = type->plugin->store(context, type, value.data(), value.size(), 0, LY_VALUE_JSON, nullptr,
+                                              LYD_HINT_DATA, node, &storage, nullptr, &error);
+    const bool taken = result == LY_SUCCESS || result == LY_EINCOMPLETE;
+    if (taken) {
+        type->plugin->free(context, &storage);
+    } else if (reason != nullptr) {
+        *reason = error != nullptr && error->msg != nullptr ? error->msg : "the value is not of the leaf's type";
+    }
+    ly_err_free(error);
+    return taken;
+}
+
+} // namespace
+
+bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string *reason) const {
+    const lysc_type *type = type_of(leaf.compiled);
+    if (leaf.type == BaseType::boolean && (value == "true" || value == "false")) {
+        return true;
+    }
+    if (is_plain_string(type)) {
+        return true;
+    }
+    Accepted::OfType &known = accepted_->of(type);
+    if (leaf.type == BaseType::identityref) {
+        const bool taken = accepted_->identity(type, value) != nullptr;
+        if (!taken && reason != nullptr) {
+            *reason = "no identity of that name is known here";
+        }
+        return taken;
+    }
+    if (known.values.contains(value)) {
+        return true;
+    }
+    bool taken = false;
+    if (leaf.type == BaseType::union_) {
+        // Member by member: an identity may come without its module's name, which libyang would not take.
+        const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
+        LY_ARRAY_COUNT_TYPE i = 0;
+        LY_ARRAY_FOR(members, i) {
+            taken = taken || (members[i]->basetype == LY_TYPE_IDENT
+                                  ? accepted_->identity(members[i], value) != nullptr
+                                  : store_takes(context_.get(), leaf.compiled, members[i], value, nullptr));
+        }
+        if (!taken && reason != nullptr) {
+            *reason = "none of the leaf's types takes the value";
+        }
+    } else {
+        taken = store_takes(context_.get(), leaf.compiled, type, value, reason);
+    }
+    if (taken && value.size() <= Accepted::longest_value && !leaf.secret) {
+        if (known.values.size() >= Accepted::most_values) {
+            known.values.clear();
+        }
+        known.values.emplace(value);
+    }
+    return taken;
+}
+
+const Module *Schema::identity_module(const SchemaNode &leaf, std::string_view identity) const {
+    const lysc_type *type = type_of(leaf.compiled);
+    const lys_module *found = nullptr;
+    if (type->basetype == LY_TYPE_IDENT) {
+        found = accepted_->identity(type, identity);
+    } else if (type->basetype == LY_TYPE_UNION) {
+        const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
+        LY_ARRAY_COUNT_TYPE i = 0;
+        LY_ARRAY_FOR(members, i) {
+            if (found == nullptr && members[i]->basetype == LY_TYPE_IDENT) {
+                found = accepted_->identity(members[i], identity);
+            }
+        }
+    }
+    return found == nullptr ? nullptr : module(found->name);
+}
+
+bool Schema::is_number(const SchemaNode &leaf, std::string_view value) const {
+    const lysc_type *type = type_of(leaf.compiled);
+    if (type->basetype != LY_TYPE_UNION) {
+        return base_type(type) == BaseType::integer;
+    }
+    const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(members, i) {
+        if (members[i]->basetype != LY_TYPE_IDENT &&
+            store_takes(context_.get(), leaf.compiled, members[i], value, nullptr)) {
+            return base_type(members[i]) == BaseType::integer;
+        }
+    }
+    return false;
+}
+
+} // namespace yfw

@@ -1,0 +1,101 @@
+// The models, compiled by libyang once and kept in a compact form: a path text resolves by one hash look-up.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+struct ly_ctx;
+struct lysc_node;
+struct lysc_type;
+
+namespace yfw {
+
+enum class NodeKind : std::uint8_t { root, container, list, leaf, leaf_list };
+
+// What decides how a value is written: integers of 64 bits and decimals are JSON strings, for one.
+enum class BaseType : std::uint8_t { none, string, boolean, integer, integer64, decimal64, identityref, empty, union_ };
+
+struct Module {
+    std::string name;
+    std::string prefix;
+    std::string name_space;
+};
+
+struct SchemaNode {
+    std::string name;
+    std::string path; // without keys and prefixes: "/bgp/instance/instance-name"
+    const Module *module = nullptr;
+    const SchemaNode *parent = nullptr;       // the root node for a top-level node, null for the root
+    std::vector<const SchemaNode *> children; // keys first, then in schema order; [i]->ordinal == i
+    std::vector<const SchemaNode *> keys;
+    const lysc_node *compiled = nullptr;
+    std::uint32_t id = 0; // dense, from 0, not stable across model changes
+    std::uint32_t max_elements = UINT32_MAX;
+    std::uint16_t ordinal = 0;
+    std::uint16_t depth = 0; // 0 for the root
+    NodeKind kind = NodeKind::root;
+    BaseType type = BaseType::none;
+    bool config = true;
+    bool is_key = false;
+    bool mandatory = false;
+    bool secret = false; // a password: its value is never shown
+
+    [[nodiscard]] bool is_inner() const { return kind <= NodeKind::list; }
+    [[nodiscard]] bool repeats() const { return kind == NodeKind::list || kind == NodeKind::leaf_list; }
+    // The child of that name; where two modules offer one, the first loaded. Null when there is none.
+    [[nodiscard]] const SchemaNode *child(std::string_view child_name) const;
+
+    std::vector<std::uint16_t> by_name; // open addressing over children: ordinal + 1, 0 empty; a power of two long
+};
+
+class Schema {
+  public:
+    // Loads every module of the directories; of two modules of one name the earlier directory's is taken. Throws
+    // Unusable.
+    explicit Schema(const std::vector<std::filesystem::path> &directories);
+    ~Schema();
+    Schema(const Schema &) = delete;
+    Schema &operator=(const Schema &) = delete;
+
+    [[nodiscard]] const SchemaNode &root() const { return *nodes_.front(); }
+    // The node of a path as a callback writes it, or null.
+    [[nodiscard]] const SchemaNode *find(std::string_view path) const;
+    [[nodiscard]] const Module *module(std::string_view name) const;             // or null
+    [[nodiscard]] const Module *module_of_namespace(std::string_view uri) const; // or null
+    [[nodiscard]] std::size_t size() const { return nodes_.size(); }
+    [[nodiscard]] const SchemaNode &node(std::uint32_t id) const { return *nodes_[id]; }
+
+    // Whether a leaf's type takes the value, given with identities unprefixed or prefixed by a module name. On false,
+    // reason says why. What was accepted is remembered.
+    bool accepts(const SchemaNode &leaf, std::string_view value, std::string *reason) const;
+    // The module of an identity that the leaf's type takes, or null.
+    [[nodiscard]] const Module *identity_module(const SchemaNode &leaf, std::string_view identity) const;
+    // Whether a union leaf's value is a number for JSON.
+    [[nodiscard]] bool is_number(const SchemaNode &leaf, std::string_view value) const;
+
+    [[nodiscard]] ly_ctx *context() const { return context_.get(); }
+
+  private:
+    struct ContextDeleter {
+        void operator()(ly_ctx *context) const;
+    };
+    struct Accepted; // per type, the values accepted before
+
+    void load(const std::vector<std::filesystem::path> &directories);
+    void add_modules();
+    void add_children(SchemaNode &parent, const lysc_node *first);
+    void index_paths();
+
+    std::unique_ptr<ly_ctx, ContextDeleter> context_;
+    std::vector<std::unique_ptr<Module>> modules_;
+    std::vector<std::unique_ptr<SchemaNode>> nodes_;
+    std::vector<std::uint32_t> by_path_; // open addressing over nodes_: id + 1, 0 empty; a power of two long
+    std::unique_ptr<Accepted> accepted_;
+};
+
+} // namespace yfw

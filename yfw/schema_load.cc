@@ -1,0 +1,141 @@
+// Loading of YANG modules from directories.
+#include "schema.h"
+
+#include "error.h"
+
+#include <libyang/libyang.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace yfw {
+
+namespace {
+
+using Texts = std::map<std::string, std::string, std::less<>>; // module or submodule name -> YANG text
+
+void replace_all(std::string &text, std::string_view what, std::string_view with) {
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
+        text.replace(at, what.size(), with);
+    }
+}
+
+// The published OpenConfig modules write ^ and $ into patterns, where YANG takes them to the letter: none would match.
+bool needs_mending(std::string_view text) {
+    return text.find("'^") != std::string_view::npos;
+}
+
+void mend_patterns(std::string &text) {
+    replace_all(text, "'^", "'");
+    replace_all(text, "$';", "';");
+}
+
+std::string read_file(const std::filesystem::path &file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    if (!stream) {
+        throw Unusable("cannot read the YANG module " + file.string());
+    }
+    return std::move(text).str();
+}
+
+Texts read_modules(const std::vector<std::filesystem::path> &directories) {
+    Texts texts;
+    for (const auto &directory : directories) {
+        std::error_code error;
+        std::vector<std::filesystem::path> files;
+        for (const auto &file : std::filesystem::directory_iterator(directory, error)) {
+            if (file.path().extension() == ".yang") {
+                files.push_back(file.path());
+            }
+        }
+        if (error) {
+            throw Unusable("cannot read the models directory " + directory.string() + ": " + error.message());
+        }
+        std::sort(files.begin(), files.end());
+        for (const auto &file : files) {
+            const std::string stem = file.stem().string();
+            const std::string name = stem.substr(0, stem.find('@'));
+            if (!texts.contains(name)) {
+                texts.emplace(name, read_file(file));
+            }
+        }
+    }
+    return texts;
+}
+
+// Gives libyang the modules that were mended or lie in another directory than the first.
+LY_ERR import_module(const char *name, const char *, const char *submodule, const char *, void *given,
+                     LYS_INFORMAT *format, const char **text, ly_module_imp_data_free_clb *release) {
+    const auto &known = *static_cast<const Texts *>(given);
+    const auto found = known.find(submodule != nullptr ? submodule : name);
+    if (found == known.end()) {
+        return LY_ENOTFOUND;
+    }
+    *format = LYS_IN_YANG;
+    *text = found->second.c_str();
+    *release = nullptr;
+    return LY_SUCCESS;
+}
+
+std::string last_error(const ly_ctx *context) {
+    const char *message = ly_errmsg(context);
+    const char *path = ly_errpath(context);
+    std::string text = message != nullptr ? message : "unknown error";
+    if (path != nullptr) {
+        text += std::string(" (") + path + ')';
+    }
+    return text;
+}
+
+bool is_submodule(std::string_view text) {
+    const auto line = text.find("\nsubmodule ");
+    return text.starts_with("submodule ") || (line != std::string_view::npos && line < text.find('{'));
+}
+
+} // namespace
+
+void Schema::load(const std::vector<std::filesystem::path> &directories) {
+    const Texts texts = read_modules(directories);
+    Texts given;
+    for (const auto &[name, text] : texts) {
+        if (needs_mending(text) || !std::filesystem::exists(directories.front() / (name + ".yang"))) {
+            mend_patterns(given.emplace(name, text).first->second);
+        }
+    }
+    ly_log_options(LY_LOSTORE_LAST);
+    ly_ctx *created = nullptr;
+    constexpr std::uint16_t options =
+        LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD | LY_CTX_EXPLICIT_COMPILE | LY_CTX_ALL_IMPLEMENTED;
+    if (ly_ctx_new(nullptr, options, &created) != LY_SUCCESS) {
+        throw Unusable("cannot set libyang up");
+    }
+    context_.reset(created);
+    // With a second search directory libyang would take that one's modules of the same names. It crashes when a
+    // callback gives it submodules, so those of the first directory it must find itself.
+    if (ly_ctx_set_searchdir(created, directories.front().c_str()) != LY_SUCCESS) {
+        throw Unusable("cannot use the models directory " + directories.front().string() + ": " + last_error(created));
+    }
+    ly_ctx_set_module_imp_clb(created, import_module, &given);
+    // The native modules first: of two top-level nodes of one name theirs is meant by a path without a module.
+    for (const bool open_config : {false, true}) {
+        for (const auto &[name, text] : texts) {
+            if (name.starts_with("openconfig-") != open_config || is_submodule(text) ||
+                ly_ctx_get_module_implemented(created, name.c_str()) != nullptr) {
+                continue;
+            }
+            if (ly_ctx_load_module(created, name.c_str(), nullptr, nullptr) == nullptr) {
+                throw Unusable("the YANG module " + name + " cannot be used: " + last_error(created));
+            }
+        }
+    }
+    if (ly_ctx_compile(created) != LY_SUCCESS) {
+        throw Unusable("the YANG modules do not fit together: " + last_error(created));
+    }
+    ly_ctx_set_module_imp_clb(created, nullptr, nullptr);
+}
+
+} // namespace yfw

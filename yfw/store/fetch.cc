@@ -1,0 +1,239 @@
+// Reading of the store into a data tree.
+#include "error.h"
+#include "store.h"
+
+#include <algorithm>
+
+namespace yfw {
+
+namespace {
+
+bool is_given(const char *key) {
+    return key != nullptr && *key != '\0';
+}
+
+bool has_only_keys(const Node *entry) {
+    for (const Node *node = entry->first(); node != nullptr; node = node->next()) {
+        if (!node->schema().is_key) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool matches(const Node *wanted, std::string_view values) {
+    std::string_view value;
+    for (std::size_t key = 0; key < wanted->schema().keys.size() && take_key_value(values, value); ++key) {
+        const char *given = key_value(wanted, key);
+        if (is_given(given) && value != given) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::size_t common_prefix(std::string_view a, std::string_view b) {
+    const auto end = std::min(a.size(), b.size());
+    return static_cast<std::size_t>(
+        std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(end), b.begin()).first - a.begin());
+}
+
+class Fetch {
+  public:
+    Fetch(const Transaction &transaction, Arena &arena) : transaction_(transaction), arena_(arena), key_(root_key) {}
+
+    void run(const Node *wanted, Node *into) {
+        const auto bytes = transaction_.record(key_);
+        fetch_children(wanted, {into, key_.size(), bytes.value_or(std::string_view())});
+    }
+
+  private:
+    // An entry, or the root, that is in the tree by now.
+    struct Level {
+        Node *node;
+        std::size_t key_size; // so much of the key is its own
+        std::string_view bytes;
+    };
+
+    void fetch_children(const Node *wanted, const Level &level);
+    void fetch_lists(const SchemaNode &container, const Level &level);
+    void fetch_entries(const Node *wanted, const Level &level);
+    void fetch_entry(const Node *wanted, const Level &level);
+
+    // All records of a key prefix; the level is what the prefix's entries lie in.
+    void add_records(const std::string &prefix, const Level &level);
+    Node *add_entry(Node *below, std::string_view &key);
+    template <typename Condition>
+    void add_items(const Level &level, Condition condition);
+    void add_item(Node *entry, const SchemaNode &schema, std::string_view text);
+    Node *place(Node *entry, const SchemaNode &schema);
+
+    const Transaction &transaction_;
+    Arena &arena_;
+    std::string key_; // of the level at work
+    std::vector<std::pair<const SchemaNode *, std::string_view>> items_;
+    std::vector<const SchemaNode *> lists_;
+};
+
+void Fetch::fetch_children(const Node *wanted, const Level &level) {
+    for (const Node *node = wanted->first(); node != nullptr; node = node->next()) {
+        const SchemaNode &schema = node->schema();
+        if (schema.kind == NodeKind::list) {
+            fetch_entries(node, level);
+        } else if (schema.kind == NodeKind::container && node->first() != nullptr) {
+            add_items(level, [&schema](const SchemaNode &item) { return &item == &schema; });
+            fetch_children(node, level);
+        } else if (!schema.is_key) {
+            add_items(level, [&schema](const SchemaNode &item) { return lies_in(item, schema); });
+            fetch_lists(schema, level);
+        }
+    }
+}
+
+// The whole of the lists within a container.
+void Fetch::fetch_lists(const SchemaNode &container, const Level &level) {
+    lists_.clear();
+    collect_lists(container, lists_);
+    for (const SchemaNode *list : lists_) {
+        if (const Number number = transaction_.number(*list); number != 0) {
+            std::string prefix = key_;
+            append_number(prefix, number);
+            add_records(prefix, level);
+        }
+    }
+}
+
+void Fetch::fetch_entries(const Node *wanted, const Level &level) {
+    const SchemaNode &list = wanted->schema();
+    const Number number = transaction_.number(list);
+    if (number == 0) {
+        return;
+    }
+    append_number(key_, number);
+    const std::size_t values_at = key_.size();
+    std::size_t given = 0;
+    while (given < list.keys.size() && is_given(key_value(wanted, given))) {
+        append_key_value(key_, key_value(wanted, given++));
+    }
+    if (given == list.keys.size()) {
+        fetch_entry(wanted, level);
+    } else {
+        for (EntryCursor entry(transaction_, key_); entry.next();) {
+            key_ = entry.key();
+            if (matches(wanted, std::string_view(key_).substr(values_at))) {
+                fetch_entry(wanted, level);
+            }
+        }
+    }
+    key_.resize(level.key_size);
+}
+
+// The entry that key_ names, if it is there; the level is what it lies in.
+void Fetch::fetch_entry(const Node *wanted, const Level &level) {
+    if (has_only_keys(wanted)) {
+        add_records(key_, level);
+    } else if (const auto bytes = transaction_.record(key_)) {
+        std::string_view rest = std::string_view(key_).substr(level.key_size);
+        fetch_children(wanted, {add_entry(level.node, rest), key_.size(), *bytes});
+    }
+}
+
+void Fetch::add_records(const std::string &prefix, const Level &level) {
+    std::vector<Level> ancestors{level}; // of the record at work
+    std::string previous = prefix;
+    Cursor cursor(transaction_);
+    for (bool more = cursor.seek(prefix); more && cursor.key().starts_with(prefix); more = cursor.next()) {
+        const std::size_t same = common_prefix(previous, cursor.key());
+        while (ancestors.back().key_size > same) {
+            ancestors.pop_back();
+        }
+        std::string_view rest = cursor.key().substr(ancestors.back().key_size);
+        while (!rest.empty()) {
+            Node *entry = add_entry(ancestors.back().node, rest);
+            ancestors.push_back({entry, cursor.key().size() - rest.size(), cursor.bytes()});
+        }
+        add_items(ancestors.back(), [](const SchemaNode &) { return true; });
+        previous = cursor.key();
+    }
+}
+
+// Adds the entry that the key's first part names, and takes that part off.
+Node *Fetch::add_entry(Node *below, std::string_view &key) {
+    Number number = 0;
+    if (!take_number(key, number)) {
+        throw_damaged(transaction_.directory());
+    }
+    const SchemaNode &list = transaction_.node(number);
+    if (list.kind != NodeKind::list) {
+        throw_damaged(transaction_.directory());
+    }
+    Node *entry = open_entry(arena_, place(below, *list.parent), list);
+    entry->flags |= YFW_NODE_PRESENT;
+    for (const SchemaNode *leaf : list.keys) {
+        std::string_view value;
+        if (!take_key_value(key, value)) {
+            throw_damaged(transaction_.directory());
+        }
+        Node *node = ensure_child(arena_, entry, *leaf);
+        set_value(arena_, node, value);
+        node->flags |= YFW_NODE_PRESENT;
+    }
+    return complete_entry(arena_, entry);
+}
+
+template <typename Condition>
+void Fetch::add_items(const Level &level, Condition condition) {
+    items_.clear();
+    bool sorted = true;
+    ItemReader reader(level.bytes, transaction_.directory());
+    for (RecordItem item; reader.next(item);) {
+        const SchemaNode &schema = transaction_.node(item.number);
+        if (condition(schema)) {
+            sorted = sorted && (items_.empty() || items_.back().first->id <= schema.id);
+            items_.emplace_back(&schema, item.text);
+        }
+    }
+    if (!sorted) { // numbers are given in the order of arrival: the tree's is the schema's
+        std::stable_sort(items_.begin(), items_.end(),
+                         [](const auto &a, const auto &b) { return a.first->id < b.first->id; });
+    }
+    for (const auto &[schema, text] : items_) {
+        add_item(level.node, *schema, text);
+    }
+}
+
+void Fetch::add_item(Node *entry, const SchemaNode &schema, std::string_view text) {
+    Node *node = nullptr;
+    if (schema.kind == NodeKind::container) {
+        node = place(entry, schema);
+    } else if (schema.kind == NodeKind::leaf_list) {
+        node = ensure_value(arena_, place(entry, *schema.parent), schema, text);
+    } else if (schema.kind == NodeKind::leaf && !schema.is_key) {
+        node = ensure_child(arena_, place(entry, *schema.parent), schema);
+        set_value(arena_, node, text);
+    } else {
+        throw_damaged(transaction_.directory());
+    }
+    node->flags |= YFW_NODE_PRESENT;
+}
+
+// The entry itself, or a container within it.
+Node *Fetch::place(Node *entry, const SchemaNode &schema) {
+    if (&schema == &entry->schema()) {
+        return entry;
+    }
+    if (schema.kind != NodeKind::container) {
+        throw_damaged(transaction_.directory());
+    }
+    Node *container = ensure_child(arena_, place(entry, *schema.parent), schema);
+    container->flags |= YFW_NODE_PRESENT;
+    return container;
+}
+
+} // namespace
+
+void Transaction::fetch(Arena &arena, const Node *wanted, Node *into) const {
+    Fetch(*this, arena).run(wanted, into);
+}
+
+} // namespace yfw

@@ -1,0 +1,48 @@
+// The system database's items: for each, its path and the native node that it shows.
+#pragma once
+
+#include "schema.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace yfw {
+
+enum class ItemForm : std::uint8_t {
+    marker,     // the number 1 while the node is there
+    number,     // the leaf's
+    text,       // the leaf's
+    truth,      // the number 1 or 0 for the leaf's true or false
+    truth_tuple // the same for each of the container's members, an absent one counting as false
+};
+
+// A row, ready to use.
+struct ItemRule {
+    // A component of the path: a fixed text, or the key value of the list level with that number.
+    struct Component {
+        std::string_view text;
+        std::size_t level;
+        bool is_key;
+        bool is_family; // the key is an address family's name, the path has its number
+    };
+    std::vector<Component> path;
+    std::vector<const SchemaNode *> lists; // that the node lies in, outermost first; each has one key
+    const SchemaNode *node;
+    std::vector<const SchemaNode *> members; // of a tuple
+    ItemForm form;
+};
+
+// All rules over the loaded models. Throws Unusable when these lack a node.
+std::vector<ItemRule> item_rules(const Schema &schema);
+
+// An address family's component ("0x5") of its native name, and back; empty when there is none.
+std::string family_component(std::string_view name);
+std::string_view family_name(std::string_view component);
+
+std::vector<std::string_view> split_path(std::string_view path);
+
+} // namespace yfw

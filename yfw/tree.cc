@@ -1,0 +1,439 @@
+#include "tree.h"
+
+#include "hash.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+namespace yfw {
+
+namespace {
+
+constexpr std::uint32_t linear_limit = 8; // entries searched one by one before an index pays
+
+InnerNode *inner(Node *node) {
+    return static_cast<InnerNode *>(node);
+}
+const InnerNode *inner(const Node *node) {
+    return static_cast<const InnerNode *>(node);
+}
+
+void *&slot(Arena &arena, Node *parent, const SchemaNode &schema) {
+    InnerNode *owner = inner(parent);
+    if (owner->slots == nullptr) {
+        const std::size_t size = parent->schema().children.size() * sizeof(void *);
+        owner->slots = static_cast<void **>(arena.allocate(size));
+        std::memset(owner->slots, 0, size);
+    }
+    return owner->slots[schema.ordinal];
+}
+
+void append_child(Node *parent, Node *node) {
+    InnerNode *owner = inner(parent);
+    if (node->schema().is_inner()) {
+        inner(node)->previous_sibling = owner->last_child;
+    }
+    if (owner->last_child != nullptr) {
+        owner->last_child->next_sibling = node;
+    } else {
+        owner->first_child = node;
+    }
+    owner->last_child = node;
+    node->parent = parent;
+    node->next_sibling = nullptr;
+}
+
+Node *new_node(Arena &arena, const SchemaNode &schema) {
+    Node *node = nullptr;
+    if (schema.is_inner()) {
+        node = new (arena.allocate(sizeof(InnerNode))) InnerNode{};
+    } else {
+        node = new (arena.allocate(sizeof(Node))) Node{};
+    }
+    node->framework = &schema;
+    node->name = schema.name.c_str();
+    // Borrowed: a plug-in replaces the pointer, never the text.
+    node->name_space = schema.module == nullptr ? nullptr : const_cast<char *>(schema.module->name_space.c_str());
+    return node;
+}
+
+Entries &ensure_entries(Arena &arena, Node *parent, const SchemaNode &schema) {
+    void *&place = slot(arena, parent, schema);
+    if (place == nullptr) {
+        place = new (arena.allocate(sizeof(Entries))) Entries{};
+    }
+    return *static_cast<Entries *>(place);
+}
+
+void append_entry(Entries &entries, Node *entry) {
+    if (entry->schema().is_inner()) {
+        inner(entry)->previous_entry = entries.last;
+    }
+    if (entries.last != nullptr) {
+        entries.last->next_entry = entry;
+    } else {
+        entries.first = entry;
+    }
+    entries.last = entry;
+    entry->next_entry = nullptr;
+    ++entries.count;
+}
+
+// What tells an entry from its siblings: the key values of a list's, the value of a leaf-list's.
+std::uint64_t identity_hash(const Node *entry) {
+    if (entry->schema().kind == NodeKind::leaf_list) {
+        return hash_text(entry->value, 0);
+    }
+    std::uint64_t hash = 0;
+    for (std::size_t key = 0; key < entry->schema().keys.size(); ++key) {
+        hash = hash_text(key_value(entry, key), hash);
+    }
+    return hash;
+}
+
+bool has_identity(const Node *entry) {
+    return entry->schema().kind == NodeKind::leaf_list ? entry->value != nullptr : has_all_keys(entry);
+}
+
+void index_insert(Entries &entries, Node *entry) {
+    const std::uint32_t mask = entries.index_size - 1;
+    auto place = static_cast<std::uint32_t>(identity_hash(entry)) & mask;
+    while (entries.index[place] != nullptr) {
+        place = (place + 1) & mask;
+    }
+    entries.index[place] = entry;
+}
+
+void rebuild_index(Arena &arena, Entries &entries) {
+    entries.index_size = std::max<std::uint32_t>(32, entries.index_size * 4);
+    const std::size_t size = entries.index_size * sizeof(Node *);
+    entries.index = static_cast<Node **>(arena.allocate(size));
+    std::memset(entries.index, 0, size);
+    for (Node *entry = entries.first; entry != nullptr; entry = entry->next_entry) {
+        if (has_identity(entry)) {
+            index_insert(entries, entry);
+        }
+    }
+}
+
+void enter_index(Arena &arena, Entries &entries, Node *entry) {
+    if (entries.index_size != 0 && entries.count * 2 <= entries.index_size) {
+        index_insert(entries, entry);
+    } else if (entries.count > linear_limit) {
+        rebuild_index(arena, entries);
+    }
+}
+
+// An emptied place would cut the probing chains that run over it: the entries behind it are entered anew.
+void leave_index(Entries &entries, Node *entry) {
+    if (entries.index_size == 0 || !has_identity(entry)) {
+        return;
+    }
+    const std::uint32_t mask = entries.index_size - 1;
+    auto place = static_cast<std::uint32_t>(identity_hash(entry)) & mask;
+    while (entries.index[place] != entry) {
+        if (entries.index[place] == nullptr) {
+            return;
+        }
+        place = (place + 1) & mask;
+    }
+    entries.index[place] = nullptr;
+    for (place = (place + 1) & mask; entries.index[place] != nullptr; place = (place + 1) & mask) {
+        Node *moved = entries.index[place];
+        entries.index[place] = nullptr;
+        index_insert(entries, moved);
+    }
+}
+
+template <typename Matches>
+Node *search(const Entries &entries, std::uint64_t hash, Matches matches) {
+    if (entries.index_size == 0) {
+        for (Node *entry = entries.first; entry != nullptr; entry = entry->next_entry) {
+            if (matches(entry)) {
+                return entry;
+            }
+        }
+        return nullptr;
+    }
+    const std::uint32_t mask = entries.index_size - 1;
+    for (auto place = static_cast<std::uint32_t>(hash) & mask; entries.index[place] != nullptr;
+         place = (place + 1) & mask) {
+        if (matches(entries.index[place])) {
+            return entries.index[place];
+        }
+    }
+    return nullptr;
+}
+
+void fold_children(Arena &arena, Node *from, Node *into);
+
+void fold_node(Arena &arena, Node *from, Node *into) {
+    if (from->op_is_set()) {
+        into->set_operation(from->operation);
+    }
+    if (from->origin != nullptr) {
+        into->origin = from->origin;
+    }
+    if (from->schema().is_inner()) {
+        fold_children(arena, from, into);
+    } else if (from->value != nullptr) {
+        into->value = from->value;
+    }
+}
+
+void fold_children(Arena &arena, Node *from, Node *into) {
+    for (Node *node = from->first(); node != nullptr; node = node->next()) {
+        const SchemaNode &schema = node->schema();
+        Node *target = nullptr;
+        if (schema.kind == NodeKind::leaf_list) {
+            target = node->value == nullptr ? nullptr : ensure_value(arena, into, schema, node->value);
+        } else if (schema.kind == NodeKind::list) {
+            target = open_entry(arena, into, schema);
+        } else {
+            target = ensure_child(arena, into, schema);
+        }
+        if (target != nullptr) {
+            fold_node(arena, node, target);
+        }
+        if (schema.kind == NodeKind::list && has_all_keys(target)) {
+            complete_entry(arena, target);
+        }
+    }
+}
+
+// An entry that is opened again starts afresh: the lists in it have no current entry until one is opened.
+void forget_current(Node *node) {
+    void *const *slots = inner(node)->slots;
+    if (slots == nullptr) {
+        return;
+    }
+    for (const SchemaNode *below : node->schema().children) {
+        if (slots[below->ordinal] == nullptr) {
+            continue;
+        }
+        if (below->kind == NodeKind::list) {
+            static_cast<Entries *>(slots[below->ordinal])->current = nullptr;
+        } else if (below->kind == NodeKind::container) {
+            forget_current(static_cast<Node *>(slots[below->ordinal]));
+        }
+    }
+}
+
+} // namespace
+
+Node *new_root(Arena &arena, const Schema &schema) {
+    return new_node(arena, schema.root());
+}
+
+Entries *entries(const Node *parent, const SchemaNode &schema) {
+    void *const *slots = inner(parent)->slots;
+    return slots == nullptr ? nullptr : static_cast<Entries *>(slots[schema.ordinal]);
+}
+
+Node *child(const Node *parent, const SchemaNode &schema) {
+    if (schema.repeats()) {
+        const Entries *found = entries(parent, schema);
+        return found == nullptr ? nullptr : found->current;
+    }
+    void *const *slots = inner(parent)->slots;
+    return slots == nullptr ? nullptr : static_cast<Node *>(slots[schema.ordinal]);
+}
+
+Node *child(const Node *parent, std::string_view name) {
+    if (!parent->schema().is_inner()) {
+        return nullptr;
+    }
+    const SchemaNode *schema = parent->schema().child(name);
+    return schema == nullptr ? nullptr : child(parent, *schema);
+}
+
+Node *ensure_child(Arena &arena, Node *parent, const SchemaNode &schema) {
+    if (schema.repeats()) {
+        const Entries *found = entries(parent, schema);
+        return found != nullptr && found->current != nullptr ? found->current : open_entry(arena, parent, schema);
+    }
+    void *&place = slot(arena, parent, schema);
+    if (place == nullptr) {
+        Node *node = new_node(arena, schema);
+        append_child(parent, node);
+        place = node;
+    }
+    return static_cast<Node *>(place);
+}
+
+Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list) {
+    Entries &all = ensure_entries(arena, parent, list);
+    Node *entry = new_node(arena, list);
+    append_child(parent, entry);
+    append_entry(all, entry);
+    all.current = entry;
+    return entry;
+}
+
+Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std::string_view value) {
+    Entries &all = ensure_entries(arena, parent, leaf_list);
+    Node *entry = search(all, hash_text(value, 0),
+                         [value](const Node *node) { return node->value != nullptr && value == node->value; });
+    if (entry == nullptr) {
+        entry = open_entry(arena, parent, leaf_list);
+        set_value(arena, entry, value);
+        enter_index(arena, all, entry);
+    }
+    all.current = entry;
+    return entry;
+}
+
+void set_value(Arena &arena, Node *leaf, std::string_view value) {
+    leaf->value = arena.copy(value);
+}
+
+const char *key_value(const Node *entry, std::size_t key) {
+    void *const *slots = inner(entry)->slots;
+    if (slots == nullptr) {
+        return nullptr;
+    }
+    const auto *leaf = static_cast<const Node *>(slots[entry->schema().keys[key]->ordinal]);
+    return leaf == nullptr ? nullptr : leaf->value;
+}
+
+bool has_all_keys(const Node *entry) {
+    for (std::size_t key = 0; key < entry->schema().keys.size(); ++key) {
+        if (key_value(entry, key) == nullptr) {
+            return false;
+        }
+    }
+    return !entry->schema().keys.empty();
+}
+
+Node *find_entry(const Node *parent, const SchemaNode &list, std::span<const std::string_view> keys) {
+    const Entries *all = entries(parent, list);
+    if (all == nullptr || keys.size() != list.keys.size()) {
+        return nullptr;
+    }
+    std::uint64_t hash = 0;
+    for (const std::string_view key : keys) {
+        hash = hash_text(key, hash);
+    }
+    return search(*all, hash, [keys](const Node *entry) {
+        for (std::size_t key = 0; key < keys.size(); ++key) {
+            const char *value = key_value(entry, key);
+            if (value == nullptr || keys[key] != value) {
+                return false;
+            }
+        }
+        return true;
+    });
+}
+
+Node *complete_entry(Arena &arena, Node *entry, bool fold) {
+    const SchemaNode &list = entry->schema();
+    Entries &all = *entries(entry->up(), list);
+    const std::uint64_t hash = identity_hash(entry);
+    Node *sibling = search(all, hash, [entry, &list](const Node *other) {
+        if (other == entry) {
+            return false;
+        }
+        for (std::size_t key = 0; key < list.keys.size(); ++key) {
+            const char *value = key_value(other, key);
+            if (value == nullptr || std::strcmp(value, key_value(entry, key)) != 0) {
+                return false;
+            }
+        }
+        return true;
+    });
+    if (sibling == nullptr) {
+        enter_index(arena, all, entry);
+        return entry;
+    }
+    if (!fold) {
+        return nullptr;
+    }
+    unlink(entry);
+    all.current = sibling;
+    forget_current(sibling);
+    fold_node(arena, entry, sibling);
+    return sibling;
+}
+
+void make_current(Node *entry) {
+    for (Node *node = entry; node->up() != nullptr; node = node->up()) {
+        if (node->schema().repeats()) {
+            entries(node->up(), node->schema())->current = node;
+        }
+    }
+}
+
+namespace {
+
+void unlink_entry(Node *node) {
+    Entries &all = *entries(node->up(), node->schema());
+    leave_index(all, node);
+    Node *previous = nullptr;
+    if (node->schema().is_inner()) {
+        previous = inner(node)->previous_entry;
+    } else {
+        for (Node *other = all.first; other != node; other = other->next_entry) {
+            previous = other;
+        }
+    }
+    (previous == nullptr ? all.first : previous->next_entry) = node->next_entry;
+    if (node->next_entry == nullptr) {
+        all.last = previous;
+    } else if (node->schema().is_inner()) {
+        inner(node->next_entry)->previous_entry = previous;
+    }
+    --all.count;
+    if (all.current == node) {
+        all.current = nullptr;
+    }
+}
+
+} // namespace
+
+void unlink(Node *node) {
+    InnerNode *parent = inner(node->up());
+    if (node->schema().repeats()) {
+        unlink_entry(node);
+    } else {
+        parent->slots[node->schema().ordinal] = nullptr;
+    }
+    Node *previous = nullptr;
+    if (node->schema().is_inner()) {
+        previous = inner(node)->previous_sibling;
+    } else {
+        for (Node *other = parent->first(); other != node; other = other->next()) {
+            previous = other;
+        }
+    }
+    (previous == nullptr ? parent->first_child : previous->next_sibling) = node->next_sibling;
+    if (node->next_sibling == nullptr) {
+        parent->last_child = previous;
+    } else if (node->next()->schema().is_inner()) {
+        inner(node->next())->previous_sibling = previous;
+    }
+    node->parent = nullptr;
+    node->next_sibling = nullptr;
+}
+
+std::string instance_path(const Node *node) {
+    if (node == nullptr || node->up() == nullptr) {
+        return "/";
+    }
+    std::string path = node->up()->up() == nullptr ? std::string() : instance_path(node->up());
+    path += '/';
+    path += node->name;
+    const SchemaNode &schema = node->schema();
+    for (std::size_t key = 0; schema.kind == NodeKind::list && key < schema.keys.size(); ++key) {
+        if (const char *value = key_value(node, key); value != nullptr) {
+            const bool quote = std::strpbrk(value, "]'/ ") != nullptr;
+            path += '[' + schema.keys[key]->name + '=' + (quote ? "\"" : "") + value + (quote ? "\"]" : "]");
+        }
+    }
+    if (schema.kind == NodeKind::leaf_list && node->value != nullptr && !schema.secret) {
+        path += std::string("[.=") + node->value + ']';
+    }
+    return path;
+}
+
+} // namespace yfw

@@ -1,0 +1,87 @@
+// The data tree: nodes in a request's arena, with every look-up independent of the number of siblings.
+#pragma once
+
+#include "arena.h"
+#include "schema.h"
+#include "yfw_map.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace yfw {
+
+// What the boundary shows of a node, and behind it what only the framework sees.
+struct Node : cidl_yfw_datatree {
+    const Node *origin; // the request's node whose operation it took; null for none
+    Node *next_entry;   // of the same list or leaf-list; null for the last
+
+    [[nodiscard]] const SchemaNode &schema() const { return *static_cast<const SchemaNode *>(framework); }
+    [[nodiscard]] Node *up() const { return static_cast<Node *>(parent); }
+    [[nodiscard]] Node *first() const { return static_cast<Node *>(first_child); }
+    [[nodiscard]] Node *next() const { return static_cast<Node *>(next_sibling); }
+    [[nodiscard]] bool op_is_set() const { return (flags & YFW_NODE_OP_SET) != 0; }
+    [[nodiscard]] bool is_delete() const { return operation == YFW_OP_DELETE || operation == YFW_OP_REMOVE; }
+    void set_operation(std::uint32_t op) {
+        operation = op;
+        flags |= YFW_NODE_OP_SET;
+    }
+};
+
+// The entries of one list (or the values of one leaf-list) below one parent.
+struct Entries {
+    Node *first;
+    Node *last;
+    Node *current;
+    std::uint32_t count;
+    std::uint32_t index_size; // a power of two, or 0: few entries are searched one by one
+    Node **index;             // open addressing by key values; entries without complete keys are not in it
+};
+
+// A root, container or list entry.
+struct InnerNode : Node {
+    Node *last_child;
+    Node *previous_sibling;
+    Node *previous_entry;
+    void **slots; // one per schema child: a Node, or Entries for a list or leaf-list; null until the first child comes
+};
+
+// A tree's root: the parent of the top-level nodes of all models.
+Node *new_root(Arena &arena, const Schema &schema);
+
+// The child of a leaf or container; of a list or leaf-list the current entry; null when there is none.
+Node *child(const Node *parent, const SchemaNode &schema);
+// By name, among the schema's children.
+Node *child(const Node *parent, std::string_view name);
+// The entries of a list or leaf-list, or null.
+Entries *entries(const Node *parent, const SchemaNode &schema);
+
+// The child of a leaf or container, added when it is missing; of a list the current entry, opened when there is none.
+Node *ensure_child(Arena &arena, Node *parent, const SchemaNode &schema);
+// A new entry without keys, current from now on.
+Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list);
+// The leaf-list's entry of that value, added when it is missing.
+Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std::string_view value);
+
+void set_value(Arena &arena, Node *leaf, std::string_view value);
+
+// The value of a key leaf of an entry (ordinal below keys.size()), or null.
+const char *key_value(const Node *entry, std::size_t key);
+bool has_all_keys(const Node *entry);
+// The entry of a list with all these keys, in the schema's order of keys; null when there is none.
+Node *find_entry(const Node *parent, const SchemaNode &list, std::span<const std::string_view> keys);
+// To be called when a key leaf was set: once all are there, enters the entry into the index, or, when a sibling has the
+// same keys, moves what it holds to that one and takes it out. Returns the entry that stands. With fold false a sibling
+// is left as it is and null is returned.
+Node *complete_entry(Arena &arena, Node *entry, bool fold = true);
+
+// Makes the entry and all those it lies in current.
+void make_current(Node *entry);
+
+// Takes a node out of its parent. Its memory stays the arena's.
+void unlink(Node *node);
+
+// The instance path for a person: "/network-instances/network-instance[name='DEFAULT']/config/name".
+std::string instance_path(const Node *node);
+
+} // namespace yfw

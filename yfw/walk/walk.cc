@@ -1,0 +1,278 @@
+#include "walk/walk.h"
+
+#include "mapping/companion.h"
+#include "platform/log.h"
+#include "walk/explain.h"
+
+namespace yfw {
+
+namespace {
+
+// Deletes are expanded with the mode that an outer node's callback left; a callback's change holds below its node only.
+class ExpansionScope {
+  public:
+    explicit ExpansionScope(yfw_req_ctx &fields) : fields_(fields), mode_(fields.del_expansion_mode) {}
+    ~ExpansionScope() { fields_.del_expansion_mode = mode_; }
+    ExpansionScope(const ExpansionScope &) = delete;
+    ExpansionScope &operator=(const ExpansionScope &) = delete;
+
+  private:
+    yfw_req_ctx &fields_;
+    std::uint32_t mode_;
+};
+
+// What a node's service did.
+enum class Outcome {
+    unserved,  // nothing serves the node itself
+    structure, // served, but what lies below is mapped on its own
+    written,   // served; a delete is in the destination whole
+    skipped    // nothing is to be mapped below
+};
+
+class Walker {
+  public:
+    Walker(Request &request, const Mapping &mapping) : request_(request), mapping_(mapping) {}
+
+    void visit_children(Node *node) {
+        for (const SchemaNode *below : node->schema().children) {
+            if (below->repeats()) {
+                const Entries *all = entries(node, *below);
+                for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+                    visit(entry);
+                }
+            } else if (Node *next = child(node, *below); next != nullptr) {
+                visit(next);
+            }
+        }
+    }
+
+    WalkResult take_result() { return std::move(result_); }
+
+  private:
+    void visit(Node *node);
+    Outcome serve(Node *node);
+    Outcome outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before);
+    cerrno call(Node *node, const Binding &binding);
+    cerrno call_toplevel(Node *node, const Binding &binding);
+    cerrno call_select(Node *node, const Binding &binding);
+    void expand_edit(Node *node, std::uint32_t operation);
+
+    Request &request_;
+    const Mapping &mapping_;
+    WalkResult result_;
+};
+
+void Walker::visit(Node *node) {
+    const SchemaNode &schema = node->schema();
+    if (!mapping_.reaches(schema)) {
+        // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
+        if (!request_.is_read() && !schema.is_key) {
+            result_.not_mapped.push_back(instance_path(node));
+        }
+        return;
+    }
+    const ExpansionScope scope(request_.fields());
+    request_.enter(node);
+    const std::uint32_t operation = node->operation; // callbacks change it
+    const Outcome outcome = serve(node);
+    const bool deletes = operation == YFW_OP_DELETE || operation == YFW_OP_REMOVE;
+    if (outcome != Outcome::skipped && !(outcome == Outcome::written && deletes) && schema.is_inner()) {
+        const bool carried = outcome == Outcome::written;
+        if (!request_.is_read() && operation != YFW_OP_NONE && !carried) {
+            expand_edit(node, operation);
+        }
+        visit_children(node);
+    }
+    request_.leave();
+}
+
+Outcome Walker::serve(Node *node) {
+    const Binding *binding = mapping_.find(node->schema());
+    if (binding == nullptr) {
+        return Outcome::unserved;
+    }
+    if (binding->entry->served == Service::key) {
+        return Outcome::structure;
+    }
+    if (binding->entry->served == Service::protocol_list && !request_.is_read() && !is_bgp_entry(*node)) {
+        result_.not_mapped.push_back(instance_path(node));
+        return Outcome::structure;
+    }
+    const Request::Counts before = request_.counts;
+    request_.error_path.clear();
+    Explanation explanation(request_);
+    const cerrno code = call(node, *binding);
+    if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
+        const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
+        const Refused refusal(code, path, explanation.reason(code, [&] { call(node, *binding); }));
+        if (!request_.is_read()) {
+            throw refusal;
+        }
+        result_.unanswered.emplace_back(node, refusal);
+        return Outcome::skipped;
+    }
+    const Outcome outcome = outcome_of(node, *binding, code, before);
+    const bool left_alone = outcome == Outcome::skipped && request_.counts.adds == before.adds;
+    if (left_alone && !request_.is_read()) {
+        result_.not_mapped.push_back(instance_path(node));
+        const std::string reason = explanation.message([&] { call(node, *binding); });
+        if (!reason.empty()) {
+            result_.notes.push_back(instance_path(node) + ": " + reason);
+        }
+    }
+    return outcome;
+}
+
+Outcome Walker::outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before) {
+    if (code == OCBGP_SKIP_SUBTREE) {
+        return Outcome::skipped;
+    }
+    const bool own_list = binding.entry->served == Service::companion ||
+                          binding.entry->served == Service::protocol_list || binding.entry->served == Service::protocol;
+    const bool acted =
+        node->is_delete() ? request_.counts.deletes != before.deletes : request_.counts.adds != before.adds;
+    return own_list || !acted ? Outcome::structure : Outcome::written;
+}
+
+cerrno Walker::call(Node *node, const Binding &binding) {
+    cidl_yfw_datatree *destination = request_.destination();
+    switch (binding.entry->served) {
+    case Service::callback:
+        return reinterpret_cast<Callback>(binding.function)(&request_, node, destination);
+    case Service::toplevel:
+        return call_toplevel(node, binding);
+    case Service::protocol_list:
+    case Service::protocol: {
+        char *network_instance = nullptr;
+        char *protocol = nullptr;
+        yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &network_instance);
+        yfw_map_get_node_info(&request_, "/network-instances/network-instance/protocols/protocol", "name", &protocol);
+        return reinterpret_cast<ProtocolCallback>(binding.function)(&request_, node, destination, network_instance,
+                                                                    protocol);
+    }
+    case Service::select:
+        return call_select(node, binding);
+    case Service::companion:
+        return binding.companion(request_, *node);
+    case Service::key:
+        break;
+    }
+    return 0;
+}
+
+// In a VRF the native instance is shared with others: creating or replacing the VRF's protocol must not create or
+// replace the instance. The replace then works by what is below.
+cerrno Walker::call_toplevel(Node *node, const Binding &binding) {
+    char *network_instance = nullptr;
+    yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &network_instance);
+    const bool in_vrf = network_instance != nullptr && std::string_view(network_instance) != "default" &&
+                        std::string_view(network_instance) != "DEFAULT";
+    const bool shared = in_vrf && (node->operation == YFW_OP_CREATE || node->operation == YFW_OP_REPLACE);
+    const std::uint32_t operation = node->operation;
+    if (shared) {
+        node->set_operation(YFW_OP_NONE);
+    }
+    const cerrno code =
+        reinterpret_cast<ToplevelCallback>(binding.function)(&request_, node, 0, request_.destination());
+    if (shared) {
+        node->set_operation(operation);
+        if (code == 0 && operation == YFW_OP_REPLACE) {
+            expand_edit(node, operation);
+        }
+    }
+    return code;
+}
+
+cerrno Walker::call_select(Node *node, const Binding &binding) {
+    // The candidates are the mapping's, made once; the marks are this call's.
+    std::vector<xpath_list_type_t> candidates = binding.candidates;
+    const cerrno code = reinterpret_cast<SelectCallback>(binding.function)(
+        &request_, static_cast<int>(candidates.size()), candidates.data());
+    if (code != 0) {
+        return code;
+    }
+    const bool is_read = request_.is_read();
+    for (const xpath_list_type_t &candidate : candidates) {
+        if (candidate.selected == 0) {
+            continue;
+        }
+        const char *value = candidate.get_value != nullptr ? candidate.get_value(node) : node->value;
+        const cerrno added = yfw_map_datatree_add_path_flagged(
+            &request_, request_.destination(), candidate.xpath, candidate.name_space,
+            is_read || node->is_delete() ? nullptr : value, is_read ? nullptr : node, nullptr, 0, 0);
+        if (added != 0) {
+            return added;
+        }
+    }
+    return 0;
+}
+
+// Hands the operation of a node that has no native node of its own on to the served nodes below: a delete adds those
+// that the request does not name, a replace removes them, and a create or replace becomes that of the ones it names.
+void Walker::expand_edit(Node *node, std::uint32_t operation) {
+    const bool deletes = operation == YFW_OP_DELETE || operation == YFW_OP_REMOVE;
+    if (deletes && request_.fields().del_expansion_mode != YFW_EXPAND_ON) {
+        return;
+    }
+    for (const SchemaNode *below : node->schema().children) {
+        const Binding *binding = mapping_.find(*below);
+        if (!mapping_.reaches(*below) || below->is_key) {
+            continue;
+        }
+        const bool covered = binding != nullptr && (binding->entry->covered || binding->entry->served == Service::key);
+        const Entries *all = below->repeats() ? entries(node, *below) : nullptr;
+        Node *present = below->repeats() ? (all == nullptr ? nullptr : all->first) : child(node, *below);
+        if (present == nullptr && !covered && (deletes || (operation == YFW_OP_REPLACE && !below->mandatory))) {
+            ensure_child(request_.arena(), node, *below)
+                ->set_operation(deletes ? operation : std::uint32_t{YFW_OP_REMOVE});
+        }
+        for (; present != nullptr; present = below->repeats() ? present->next_entry : nullptr) {
+            if (deletes || !present->op_is_set()) {
+                present->set_operation(operation);
+            }
+        }
+    }
+}
+
+// Adds the served nodes below; true when there is any.
+bool expand_below(Request &request, const Mapping &mapping, Node *node, bool state) {
+    bool any = false;
+    for (const SchemaNode *below : node->schema().children) {
+        if (!mapping.reaches(*below) || (!below->config && !state)) {
+            continue;
+        }
+        any = true;
+        Node *added = ensure_child(request.arena(), node, *below);
+        if (below->is_inner()) {
+            expand_below(request, mapping, added, state);
+        }
+    }
+    return any;
+}
+
+void expand_leaves(Request &request, const Mapping &mapping, Node *node, bool state) {
+    bool has_child = false;
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (!below->schema().is_key) {
+            has_child = true;
+            expand_leaves(request, mapping, below, state);
+        }
+    }
+    if (!has_child && node->schema().is_inner()) {
+        expand_below(request, mapping, node, state);
+    }
+}
+
+} // namespace
+
+WalkResult walk(Request &request, const Mapping &mapping) {
+    Walker walker(request, mapping);
+    walker.visit_children(request.source());
+    return walker.take_result();
+}
+
+void expand_read(Request &request, const Mapping &mapping, bool state) {
+    expand_leaves(request, mapping, request.source(), state);
+}
+
+} // namespace yfw

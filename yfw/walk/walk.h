@@ -1,0 +1,29 @@
+// The walk: visits a request's nodes parents first, keys first and then in schema order, and calls what serves each.
+#pragma once
+
+#include "error.h"
+#include "mapping/mapping.h"
+#include "request/request.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace yfw {
+
+struct WalkResult {
+    std::vector<std::string> not_mapped;                      // instance paths of nodes that nothing serves
+    std::vector<std::string> notes;                           // "PATH: reason" for nodes that their callback left alone
+    std::vector<std::pair<const Node *, Refused>> unanswered; // of a read: nodes whose callback refused
+};
+
+// Maps the request's source into its destination: an edit, or, for the kinds of a read, the declaration of the native
+// paths that answer it. When a callback refuses, an edit throws Refused with the path, the reason in words and the
+// code; a read goes on without that node.
+WalkResult walk(Request &request, const Mapping &mapping);
+
+// Completes the tree of a read: below its innermost nodes come all nodes that are served; list entries without keys
+// stand for all. state: nodes of state are wanted too.
+void expand_read(Request &request, const Mapping &mapping, bool state);
+
+} // namespace yfw
