@@ -23,22 +23,27 @@ namespace fs = std::filesystem;
 
 inline const std::string core = "/bgp/instance[instance-name=core]/instance-as[as=0]/four-byte-as[as=65000]";
 
-// "~" at the start of a line stands for `core`, "@" for a neighbor of it.
+inline const std::string neighbor = core + "/default-vrf/bgp-entity/neighbors/neighbor";
+
+// "~" at the start of a line stands for `core`, "@" for a neighbor of it, "@1" for the neighbor 10.0.0.1.
 inline std::string expand(const std::string &line) {
-    static const std::map<char, std::string> shorts{{'~', core},
-                                                    {'@', core + "/default-vrf/bgp-entity/neighbors/neighbor"}};
-    const auto found = line.empty() ? shorts.end() : shorts.find(line[0]);
-    return found == shorts.end() ? line : found->second + line.substr(1);
+    if (line.starts_with('~')) {
+        return core + line.substr(1);
+    }
+    if (!line.starts_with('@')) {
+        return line;
+    }
+    const std::size_t end = std::min(line.find_first_not_of("0123456789", 1), line.size());
+    return neighbor + (end == 1 ? "" : "[neighbor-address=10.0.0." + line.substr(1, end - 1) + ']') + line.substr(end);
 }
 
-inline std::string shorten(std::string line) {
-    for (const std::string prefix : {"@", "~"}) {
-        const std::string whole = expand(prefix);
-        if (line.starts_with(whole) && line.size() > whole.size()) {
-            line = prefix + line.substr(whole.size());
-        }
+inline std::string shorten(const std::string &line) {
+    const std::string numbered = neighbor + "[neighbor-address=10.0.0.";
+    if (line.starts_with(numbered)) {
+        const std::size_t end = line.find(']', numbered.size());
+        return '@' + line.substr(numbered.size(), end - numbered.size()) + line.substr(end + 1);
     }
-    return line;
+    return line.starts_with(core) ? '~' + line.substr(core.size()) : line;
 }
 
 // Adds the nodes of a line; returns the last.

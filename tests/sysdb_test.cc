@@ -87,25 +87,36 @@ class SysdbTest : public testing::Test {
 
 using Names = std::vector<std::string>;
 
-TEST_F(SysdbTest, ShowsEachNativeNodeAndLosesItWithIt) {
+// A native node, what to remove for it to go, and the item that shows it.
+struct Row {
+    std::string native, removed, path, value;
+};
+
+// The items of what is like a neighbor.
+void add_neighbor_rows(std::vector<Row> &rows, const std::string &native, const std::string &af,
+                       const std::string &path) {
+    const std::string remove = af + "/remove-private-as-entire-as-path";
+    const std::string replace = af + "/replace-private-as";
+    const std::string items = path + "ord_s/0x10/";
+    std::string remove_all = remove + "/enable=true\n";
+    remove_all += remove + "/entire=true\n";
+    remove_all += remove + "/internal=false";
+    rows.push_back({native + "/update-source-interface=Loopback0", native + "/update-source-interface",
+                    path + "ord_n/update-source", "Loopback0"});
+    rows.push_back(
+        {native + "/local-address/local-ip-address=192.0.2.1", native, path + "ord_n/local_address", "192.0.2.1"});
+    rows.push_back({af, af, items + "ord_a/exists", "#1"});
+    rows.push_back(
+        {af + "/route-reflector-client=true", af + "/route-reflector-client", items + "ord_g/rr-client", "#1"});
+    rows.push_back({af + "/route-reflector-client=false", af, items + "ord_g/rr-client", "#0"});
+    rows.push_back({remove_all, remove, items + "ord_g/rm-private-as", "1,1,0"});
+    rows.push_back({remove + "/internal=true", af, items + "ord_g/rm-private-as", "0,0,1"});
+    rows.push_back({replace + "/enable=true", replace, items + "ord_g/rp-private-as", "1,0"});
+}
+
+std::vector<Row> item_rows() {
     const std::string instance = "core/0/65000/";
     const std::string global_af = "~/default-vrf/global/global-afs/global-af[af-name=ipv6-unicast]";
-    struct Holder {
-        std::string native, afs, path;
-    };
-    const std::vector<Holder> holders{
-        {"@[neighbor-address=10.0.0.1]", "/neighbor-afs/neighbor-af[af-name=vpnv4-multicast]",
-         instance + "ord_a/default/nbr/________/edm/ord_u/0x3/10.0.0.1/________/________/"},
-        {"~/vrfs/vrf[vrf-name=blue]/vrf-neighbors/vrf-neighbor[neighbor-address=2001:db8::1]",
-         "/vrf-neighbor-afs/vrf-neighbor-af[af-name=vpnv4-multicast]",
-         instance + "ord_b/blue/nbr/________/edm/ord_u/0x3/2001:db8::1/________/________/"},
-        {"~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=RR]",
-         "/neighbor-group-afs/neighbor-group-af[af-name=vpnv4-multicast]",
-         instance + "ord_a/default/nbr/________/edm/ord_q/0x2/________/RR/________/"},
-    };
-    struct Row {
-        std::string native, removed, path, value;
-    };
     std::vector<Row> rows{
         {"~/bgp-running=", "~/bgp-running", instance + "gbl/edm/ord_a/running", "#1"},
         {"~/default-vrf/global/graceful-restart-purge-time=600", "~/default-vrf/global/graceful-restart-purge-time",
@@ -122,26 +133,22 @@ TEST_F(SysdbTest, ShowsEachNativeNodeAndLosesItWithIt) {
                         instance + "ord_a/default/gbl/edm/ord_g/0x5/ord_r/redistribute/0x" + number + "/ord_a/exists",
                         "#1"});
     }
-    for (const auto &[native, afs, path] : holders) {
-        const std::string af = native + afs;
-        const std::string remove = af + "/remove-private-as-entire-as-path";
-        const std::string replace = af + "/replace-private-as";
-        const std::string items = path + "ord_s/0x10/";
-        rows.push_back({native + "/update-source-interface=Loopback0", native + "/update-source-interface",
-                        path + "ord_n/update-source", "Loopback0"});
-        rows.push_back(
-            {native + "/local-address/local-ip-address=192.0.2.1", native, path + "ord_n/local_address", "192.0.2.1"});
-        rows.push_back({af, af, items + "ord_a/exists", "#1"});
-        rows.push_back(
-            {af + "/route-reflector-client=true", af + "/route-reflector-client", items + "ord_g/rr-client", "#1"});
-        rows.push_back({af + "/route-reflector-client=false", af, items + "ord_g/rr-client", "#0"});
-        rows.push_back({remove + "/enable=true\n" + remove + "/entire=true\n" + remove + "/internal=false", remove,
-                        items + "ord_g/rm-private-as", "1,1,0"});
-        rows.push_back({remove + "/internal=true", af, items + "ord_g/rm-private-as", "0,0,1"});
-        rows.push_back({replace + "/enable=true", replace, items + "ord_g/rp-private-as", "1,0"});
-    }
+    const std::string neighbor = "@1";
+    add_neighbor_rows(rows, neighbor, neighbor + "/neighbor-afs/neighbor-af[af-name=vpnv4-multicast]",
+                      instance + "ord_a/default/nbr/________/edm/ord_u/0x3/10.0.0.1/________/________/");
+    const std::string vrf_neighbor =
+        "~/vrfs/vrf[vrf-name=blue]/vrf-neighbors/vrf-neighbor[neighbor-address=2001:db8::1]";
+    add_neighbor_rows(rows, vrf_neighbor, vrf_neighbor + "/vrf-neighbor-afs/vrf-neighbor-af[af-name=vpnv4-multicast]",
+                      instance + "ord_b/blue/nbr/________/edm/ord_u/0x3/2001:db8::1/________/________/");
+    const std::string group = "~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=RR]";
+    add_neighbor_rows(rows, group, group + "/neighbor-group-afs/neighbor-group-af[af-name=vpnv4-multicast]",
+                      instance + "ord_a/default/nbr/________/edm/ord_q/0x2/________/RR/________/");
+    return rows;
+}
+
+TEST_F(SysdbTest, ShowsEachNativeNodeAndLosesItWithIt) {
     std::set<std::string> seen;
-    for (const Row &row : rows) {
+    for (const Row &row : item_rows()) {
         SCOPED_TRACE(row.path);
         seen.insert(row.path);
         apply(row.native);
@@ -179,6 +186,13 @@ TEST_F(SysdbTest, ListsAndFindsWithoutLookingInsideEntries) {
     EXPECT_EQ(find(".*/.*/.*/ord_b/v1500/gbl/edm/ord_a/exists", "2"), Names{});
     EXPECT_EQ(find(".*/.*/.*/ord_b/v15/gbl/edm/ord_a/exists"), Names{});
     EXPECT_EQ(find("core/0/65000/ord_b/.*/gbl/edm/ord_a/exists").size(), 2000U);
+    EXPECT_EQ(find("core/0/65000/gbl/edm/ord_a"), Names{}) << "a path that only begins so";
+    int visits = 0;
+    view_->find(".*/.*/.*/ord_b/.*/gbl/edm/ord_a/exists", [&visits](const SystemDatabase::Item &) {
+        ++visits;
+        return false;
+    });
+    EXPECT_EQ(visits, 1);
     const std::string neighbors = "core/0/65000/ord_a/default/nbr/________/edm/ord_u/0x3/";
     EXPECT_EQ(list(neighbors + "10.0.4.1/________/________/ord_s/"), (Names{"0x0/", "0x5/"}));
     EXPECT_EQ(list(neighbors + "10.0.4.1/________/________/ord_s/0x0/ord_g"), Names{"rr-client"});
@@ -219,6 +233,19 @@ TEST_F(SysdbTest, RefusesWhatItCannotAnswer) {
     EXPECT_EQ(paths, nullptr);
     sysdb_list_free(nullptr);
     sysdb_datalist_free(nullptr);
+}
+
+TEST(Families, AreThoseOfTheModel) {
+    const SchemaNode &leaf = *project_schema().find(
+        "/bgp/instance/instance-as/four-byte-as/default-vrf/global/global-afs/global-af/af-name");
+    for (int number = 0; number <= 0x1a; ++number) {
+        std::ostringstream component;
+        component << "0x" << std::hex << number;
+        const std::string_view name = family_name(component.str());
+        EXPECT_EQ(project_schema().accepts(leaf, name, nullptr), number < 0x1a) << component.str();
+        EXPECT_EQ(family_component(name), number < 0x1a ? component.str() : "");
+    }
+    EXPECT_EQ(family_name("0x10"), "vpnv4-multicast");
 }
 
 TEST(TupleUnpack, TakesExactlyTheIntegersAskedFor) {

@@ -90,7 +90,7 @@ const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName
         }
         other = candidate;
     }
-    if (!name.qualifier.empty()) {
+    if (!name.qualifier.empty() || (other != nullptr && options_.skip_unknown)) {
         return nullptr;
     }
     if (other != nullptr) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace yfw {
 
@@ -43,7 +44,10 @@ class JsonReader {
             text_.replace(0, 3, "   "); // a byte order mark, which is none of JSON's business
         }
         ondemand::document document;
-        take(parser_.iterate(simdjson::padded_string_view(text_.data(), text_.size(), text_.capacity())), document);
+        const simdjson::padded_string_view padded(text_.data(), text_.size(), text_.capacity());
+        if (const auto error = parser_.iterate(padded).get(document); error != simdjson::SUCCESS) {
+            malformed(error);
+        }
         ondemand::object top;
         if (const auto error = document.get_object().get(top); error == simdjson::INCORRECT_TYPE) {
             const JsonCheck check = check_json(text_);
@@ -81,9 +85,9 @@ class JsonReader {
         throw Refused(Reason::malformed_document, "", position_of(text_, base + check.offset) + ": " + check.fault);
     }
 
-    template <typename Result, typename Value>
-    void take(Result &&result, Value &value) {
-        if (const auto error = std::forward<Result>(result).get(value); error != simdjson::SUCCESS) {
+    template <typename Value>
+    void take(simdjson::simdjson_result<Value> result, Value &value) {
+        if (const auto error = simdjson::simdjson_result<Value>(result).get(value); error != simdjson::SUCCESS) {
             malformed(error);
         }
     }
@@ -91,7 +95,7 @@ class JsonReader {
     void object(ondemand::object &members) {
         for (auto next : members) {
             ondemand::field member;
-            take(std::move(next), member);
+            take(next, member);
             std::string_view name = name_of(member);
             if (builder_.dropping()) {
                 skip(member.value());
@@ -176,7 +180,7 @@ class JsonReader {
         take(value.get_array(), elements);
         for (auto next : elements) {
             ondemand::value entry;
-            take(std::move(next), entry);
+            take(next, entry);
             enter(schema, entry);
         }
     }
@@ -188,7 +192,7 @@ class JsonReader {
         take(value.get_array(), elements);
         for (auto next : elements) {
             ondemand::value element;
-            take(std::move(next), element);
+            take(next, element);
             const Scalar one = scalar(schema, element);
             builder_.leaf(schema, one.text, one.form);
         }
@@ -207,7 +211,7 @@ class JsonReader {
         std::size_t count = 0;
         for (auto next : elements) {
             ondemand::value element;
-            take(std::move(next), element);
+            take(next, element);
             if (++count > 1 || type_of(element) != ondemand::json_type::null) {
                 count = 0;
                 break;
@@ -333,7 +337,7 @@ class JsonReader {
         std::uint32_t position = 0;
         for (auto next : elements) {
             ondemand::value element;
-            take(std::move(next), element);
+            take(next, element);
             if (type_of(element) == ondemand::json_type::null) {
                 scalar(leaf_list, element);
             } else if (const auto operation = operation_in(&leaf_list, element)) {
@@ -352,7 +356,7 @@ class JsonReader {
         std::optional<std::uint32_t> operation;
         for (auto next : members) {
             ondemand::field member;
-            take(std::move(next), member);
+            take(next, member);
             const std::string_view name = name_of(member);
             if ((name != "ietf-netconf:operation" && name != "operation") || (of == nullptr && builder_.at_top())) {
                 const std::string copy(name);

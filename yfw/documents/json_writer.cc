@@ -1,23 +1,11 @@
 #include "json_check.h"
 #include "write_common.h"
 
-#include <array>
-
 namespace yfw {
 
 namespace {
 
-// 1 for the characters that a JSON string cannot have as they are.
-constexpr std::array<bool, 256> make_escaped() {
-    std::array<bool, 256> escaped{};
-    for (std::size_t i = 0; i < 0x20; ++i) {
-        escaped[i] = true;
-    }
-    escaped['"'] = true;
-    escaped['\\'] = true;
-    return escaped;
-}
-constexpr std::array<bool, 256> escaped = make_escaped();
+constexpr EscapeSet special("\"\\", true);
 
 class JsonWriter {
   public:
@@ -188,15 +176,7 @@ class JsonWriter {
 
     void quoted(std::string_view text) {
         sink_.put('"');
-        std::size_t begin = 0;
-        for (std::size_t at = 0; at < text.size(); ++at) {
-            if (escaped[static_cast<unsigned char>(text[at])]) [[unlikely]] {
-                sink_.put(text.substr(begin, at - begin));
-                escape(text[at]);
-                begin = at + 1;
-            }
-        }
-        sink_.put(text.substr(begin));
+        special.put(sink_, text, [this](char character) { escape(character); });
         sink_.put('"');
     }
 

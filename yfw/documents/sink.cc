@@ -2,6 +2,7 @@
 
 #include "../error.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace yfw {

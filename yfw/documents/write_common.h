@@ -3,6 +3,7 @@
 
 #include "writer.h"
 
+#include <array>
 #include <string_view>
 
 namespace yfw {
@@ -35,6 +36,36 @@ void for_each_member(const Node *parent, Visit visit) {
         }
     }
 }
+
+// The characters that a syntax cannot take as they are.
+class EscapeSet {
+  public:
+    explicit constexpr EscapeSet(std::string_view characters, bool controls) {
+        for (std::size_t i = 0; controls && i < 0x20; ++i) {
+            is_special_[i] = true;
+        }
+        for (const char character : characters) {
+            is_special_[static_cast<unsigned char>(character)] = true;
+        }
+    }
+
+    // Calls escape for each such character of the text, and puts the rest.
+    template <typename Escape>
+    void put(Sink &sink, std::string_view text, Escape escape) const {
+        std::size_t begin = 0;
+        for (std::size_t at = 0; at < text.size(); ++at) {
+            if (is_special_[static_cast<unsigned char>(text[at])]) [[unlikely]] {
+                sink.put(text.substr(begin, at - begin));
+                escape(text[at]);
+                begin = at + 1;
+            }
+        }
+        sink.put(text.substr(begin));
+    }
+
+  private:
+    std::array<bool, 256> is_special_{};
+};
 
 // The module of the identity that the value of a leaf is, null for other values.
 inline const Module *identity_of(const Schema &schema, const SchemaNode &leaf, const char *value) {

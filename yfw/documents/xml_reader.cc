@@ -6,9 +6,8 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdio>
-#include <cstring>
 #include <memory>
+#include <new>
 
 namespace yfw {
 
@@ -50,28 +49,48 @@ std::size_t find_doctype(std::string_view text) {
     }
 }
 
+// libxml2's own messages quote the text, which may be a password that was not escaped.
+const char *fault_reason(int code) {
+    switch (code) {
+    case XML_ERR_TAG_NAME_MISMATCH:
+        return "the end tag does not match the start tag";
+    case XML_ERR_TAG_NOT_FINISHED:
+    case XML_ERR_DOCUMENT_END: // too early, or with text behind it
+        return "the document does not end where it should";
+    case XML_ERR_UNDECLARED_ENTITY:
+        return "an entity is not declared";
+    case XML_ERR_INVALID_CHAR:
+    case XML_ERR_INVALID_ENCODING:
+        return "a character is not allowed here";
+    case XML_NS_ERR_UNDEFINED_NAMESPACE:
+        return "a namespace prefix is not declared";
+    default:
+        return "the text is not well-formed XML";
+    }
+}
+
 enum class Wrapper : std::uint8_t { none, rpc, rpc_reply, edit_config, data, ignored, option };
 
 struct WrapperRule {
-    Wrapper outer;
     std::string_view name;
+    Wrapper outer;
     Wrapper inner;
 };
 
 // NETCONF's elements around the data. The target is the caller's to choose.
 constexpr WrapperRule wrapper_rules[] = {
-    {Wrapper::none, "rpc", Wrapper::rpc},
-    {Wrapper::none, "rpc-reply", Wrapper::rpc_reply},
-    {Wrapper::none, "edit-config", Wrapper::edit_config},
-    {Wrapper::none, "config", Wrapper::data},
-    {Wrapper::none, "data", Wrapper::data},
-    {Wrapper::rpc, "edit-config", Wrapper::edit_config},
-    {Wrapper::rpc_reply, "data", Wrapper::data},
-    {Wrapper::edit_config, "target", Wrapper::ignored},
-    {Wrapper::edit_config, "default-operation", Wrapper::option},
-    {Wrapper::edit_config, "test-option", Wrapper::option},
-    {Wrapper::edit_config, "error-option", Wrapper::option},
-    {Wrapper::edit_config, "config", Wrapper::data},
+    {"rpc", Wrapper::none, Wrapper::rpc},
+    {"rpc-reply", Wrapper::none, Wrapper::rpc_reply},
+    {"edit-config", Wrapper::none, Wrapper::edit_config},
+    {"config", Wrapper::none, Wrapper::data},
+    {"data", Wrapper::none, Wrapper::data},
+    {"edit-config", Wrapper::rpc, Wrapper::edit_config},
+    {"data", Wrapper::rpc_reply, Wrapper::data},
+    {"target", Wrapper::edit_config, Wrapper::ignored},
+    {"default-operation", Wrapper::edit_config, Wrapper::option},
+    {"test-option", Wrapper::edit_config, Wrapper::option},
+    {"error-option", Wrapper::edit_config, Wrapper::option},
+    {"config", Wrapper::edit_config, Wrapper::data},
 };
 
 class XmlReader {
@@ -90,6 +109,11 @@ class XmlReader {
     }
 
   private:
+    struct Fault {
+        int code;
+        int line;
+        int column;
+    };
     struct ReaderDeleter {
         void operator()(xmlTextReader *reader) const { xmlFreeTextReader(reader); }
     };
@@ -117,25 +141,23 @@ class XmlReader {
         xmlTextReaderSetStructuredErrorHandler(reader_.get(), note_fault, this);
     }
 
-    // Called from C.
+    // Called from C, and ahead of the events.
     static void note_fault(void *self, xmlErrorPtr error) {
-        auto &reader = *static_cast<XmlReader *>(self);
-        if (error->level < XML_ERR_ERROR || reader.is_faulty_) {
-            return;
-        }
-        reader.is_faulty_ = true;
-        const int count = std::snprintf(reader.fault_, sizeof reader.fault_, "line %d, column %d: %s",
-                                        std::max(error->line, 1), std::max(error->int2, 1),
-                                        error->message == nullptr ? "the document is not well-formed" : error->message);
-        if (count > 0) {
-            reader.fault_[std::strcspn(reader.fault_, "\r\n")] = '\0';
+        auto &fault = static_cast<XmlReader *>(self)->fault_;
+        if (error->level >= XML_ERR_ERROR && !fault) {
+            fault = Fault{error->code, std::max(error->line, 1), std::max(error->int2, 1)};
         }
     }
 
     bool advance() {
         const int result = xmlTextReaderRead(reader_.get());
-        if (is_faulty_ || result < 0) {
-            throw Refused(Reason::malformed_document, "", is_faulty_ ? fault_ : "the document is not well-formed");
+        if (fault_) {
+            throw Refused(Reason::malformed_document, "",
+                          "line " + std::to_string(fault_->line) + ", column " + std::to_string(fault_->column) + ": " +
+                              fault_reason(fault_->code));
+        }
+        if (result < 0) {
+            throw Refused(Reason::malformed_document, "", fault_reason(XML_ERR_OK));
         }
         return result == 1;
     }
@@ -359,8 +381,7 @@ class XmlReader {
     Builder &builder_;
     std::string_view text_;
     std::unique_ptr<xmlTextReader, ReaderDeleter> reader_;
-    bool is_faulty_ = false;
-    char fault_[200] = {};
+    std::optional<Fault> fault_;
 
     std::vector<Wrapper> wrappers_;
     bool wrapped_ = false;

@@ -5,6 +5,8 @@ namespace yfw {
 
 namespace {
 
+constexpr EscapeSet special("&<>\"\r", false);
+
 class XmlWriter {
   public:
     XmlWriter(Sink &sink, const Schema &schema, const WriteOptions &options)
@@ -107,15 +109,7 @@ class XmlWriter {
 
     // For text and for attributes in double quotes.
     void escaped(std::string_view text) {
-        for (;;) {
-            const auto end = text.find_first_of("&<>\"\r");
-            sink_.put(text.substr(0, end));
-            if (end == std::string_view::npos) {
-                return;
-            }
-            sink_.put(entity(text[end]));
-            text.remove_prefix(end + 1);
-        }
+        special.put(sink_, text, [this](char character) { sink_.put(entity(character)); });
     }
 
     static std::string_view entity(char character) {

@@ -446,9 +446,6 @@ bool Application::find_only_entry(const Node *entry) {
 // At the end only: an edit may take an entry out and put another one in.
 void Application::check_max_elements() const {
     for (const Added &added : added_) {
-        if (!transaction_.record(added.key)) {
-            continue;
-        }
         const SchemaNode &list = added.entry->schema();
         std::uint32_t count = 0;
         std::string other;

@@ -33,6 +33,8 @@ constexpr std::string_view format_name = "yfw store ";
     case ENOSPC:
     case EDQUOT:
         throw Unusable("the disk of " + store + " is full: free some space and try again");
+    case EIO: // what LMDB makes of a write cut short
+        throw Unusable("the disk of " + store + " is full or fails: see to it and try again");
     case EACCES:
     case EPERM:
     case EROFS:

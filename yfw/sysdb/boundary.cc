@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace {
 

@@ -1,0 +1,376 @@
+#include "yfw/documents/instance_path.h"
+#include "yfw/documents/reader.h"
+#include "yfw/documents/writer.h"
+#include "yfw/error.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace yfw {
+namespace {
+
+using Rows = std::vector<std::pair<std::string_view, std::string_view>>;
+
+const Schema &schema() {
+    static const Schema loaded({YFW_MODELS_DIR});
+    return loaded;
+}
+
+void replace_all(std::string &text, std::string_view what, std::string_view with) {
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
+        text.replace(at, what.size(), with);
+    }
+}
+
+std::string written(const Node *root, const WriteOptions &options) {
+    std::string text;
+    Sink sink(text);
+    write_document(sink, schema(), root, options);
+    text.pop_back();
+    return text;
+}
+
+std::string as_json(const Node *root) {
+    return written(root, {.operations = true, .explicit_merge = true});
+}
+
+void expect_to_read_back(const Node *root) {
+    for (const Syntax syntax : {Syntax::json, Syntax::xml}) {
+        for (const bool pretty : {false, true}) {
+            Arena arena;
+            std::string text =
+                written(root, {.syntax = syntax, .operations = true, .explicit_merge = true, .pretty = pretty});
+            EXPECT_EQ(as_json(read_document(arena, schema(), text, syntax, {}).root), as_json(root)) << text;
+        }
+    }
+}
+
+std::string said(const Refused &refused) {
+    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " + refused.what();
+}
+
+// What became of a document: the tree as JSON and the unknown nodes, or the refusal.
+std::string result_of(std::string_view given, const ReadOptions &options = {}) {
+    Arena arena;
+    std::string text(given);
+    try {
+        const Document document = read_document(arena, schema(), text, guess_syntax(text), options);
+        expect_to_read_back(document.root);
+        std::string result = as_json(document.root);
+        for (const std::string &path : document.unknown) {
+            result += " unknown " + path;
+        }
+        return result;
+    } catch (const Refused &refused) {
+        return said(refused);
+    }
+}
+
+// Most cases lie within one BGP protocol entry, written here as BGP.
+constexpr std::string_view json_head =
+    R"({"openconfig-network-instance:network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":)"
+    R"([{"identifier":"openconfig-policy-types:BGP","name":"core","bgp":{)";
+constexpr std::string_view json_tail = "}}]}}]}}";
+constexpr std::string_view xml_head =
+    R"(<network-instances xmlns="http://openconfig.net/yang/network-instance"><network-instance><name>DEFAULT</name>)"
+    R"(<protocols><protocol xmlns:nc="urn:ietf:params:xml:ns:netconf:base:1.0"><identifier>BGP</identifier>)"
+    R"(<name>core</name><bgp>)";
+constexpr std::string_view xml_tail = "</bgp></protocol></protocols></network-instance></network-instances>";
+constexpr std::string_view path_head = "/network-instances/network-instance[name=DEFAULT]/protocols/"
+                                       "protocol[identifier=BGP][name=core]/bgp";
+
+std::string in_bgp(std::string_view content) {
+    const bool is_xml = content.starts_with('<');
+    return std::string(is_xml ? xml_head : json_head).append(content).append(is_xml ? xml_tail : json_tail);
+}
+
+std::string shortened(std::string text) {
+    replace_all(text, json_head, "BGP{");
+    replace_all(text, json_tail, "}");
+    replace_all(text, path_head, "BGP");
+    replace_all(text, "ietf-netconf:operation\":", "operation\":");
+    replace_all(text, "openconfig-bgp-types:", "T:");
+    return text;
+}
+
+// No result means: the document itself.
+void expect_in_bgp(const Rows &rows, const ReadOptions &options = {}) {
+    for (const auto &[content, result] : rows) {
+        const std::string expected = result.empty() ? "BGP{" + std::string(content) + "}" : std::string(result);
+        EXPECT_EQ(shortened(result_of(in_bgp(content), options)), expected) << content;
+    }
+}
+
+TEST(Documents, AreReadAsPeopleWriteThem) {
+    constexpr std::string_view as = R"(BGP{"global":{"config":{"as":65000}}})";
+    constexpr std::string_view families =
+        R"(BGP{"global":{"afi-safis":{"afi-safi":[{"afi-safi-name":"T:IPV4_UNICAST","config":{"enabled":true}}]}}})";
+    constexpr std::string_view group =
+        "BGP{\"peer-groups\":{\"peer-group\":[{\"peer-group-name\":\"\xc3\xa9\\\"\\n\\\\\","
+        "\"config\":{\"peer-group-name\":\"\xc3\xa9\\\"\\n\\\\\"}}]}}";
+    expect_in_bgp({
+        {R"("openconfig-network-instance:global" : { "config":{"as": "65000" } })", as},
+        {"<global><!-- x --><config><as> 65000\n</as></config></global>", as},
+        {R"("neighbors":{"neighbor":[{"enable-bfd":{},"timers":{"config":{"hold-time":9.0}},"neighbor-address":"::"}]})",
+         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"::","timers":{"config":{"hold-time":"9.0"}},)"
+         R"("openconfig-bfd:enable-bfd":{}}]}})"},
+        {R"("global":{"afi-safis":{"afi-safi":[{"config":{"enabled":"true"},"afi-safi-name":"IPV4_UNICAST"}]}})",
+         families},
+        {"<global><afi-safis><afi-safi><afi-safi-name xmlns:t='http://openconfig.net/yang/bgp-types'>t:IPV4_UNICAST"
+         "</afi-safi-name><config><enabled>true</enabled></config></afi-safi></afi-safis></global>",
+         families},
+        {R"("peer-groups":{"peer-group":[{"config":{"peer-group-name":"\u00e9\"\n\\"}}]})", group},
+        {"<peer-groups><peer-group><config><peer-group-name>&#233;<![CDATA[\"]]>\n\\</peer-group-name></config>"
+         "</peer-group></peer-groups>",
+         group},
+        {R"("neighbors":{"neighbor":[]},"global":{"config":{}})", R"(BGP{"global":{"config":{}},"neighbors":{}})"},
+    });
+    // Native: unions that are numbers or not, empty leaves, text that both syntaxes escape.
+    constexpr std::string_view native =
+        R"({"Tarn-KEL-VN-ipv4-bgp-cfg:bgp":{"instance":[{"instance-name":"core","instance-as":[{"as":0,"four-byte-as":[)"
+        R"({"as":65000,"bgp-running":[null],"default-vrf":{"bgp-entity":{"neighbors":{"neighbor":[{"neighbor-address":)"
+        R"("10.0.0.1","create":[null],"description":"\r\t\"<&> ]]>","timers":{"hold-time":90,"keepalive-interval":)"
+        R"("30.00"}},{"neighbor-address":"10.0.0.2"}]}}}}]}]}]},"Tarn-KEL-VN-ipv4-bgp-cfg:vrfs":{}})";
+    EXPECT_EQ(result_of(native, {.edit = false}), native);
+}
+
+TEST(Documents, OperationsStandInMetadata) {
+    constexpr std::string_view values =
+        R"("global":{"confederation":{"config":{"member-as":[1,2],"@member-as":[null,{"operation":"create"}]}}})";
+    constexpr std::string_view deleted = R"(BGP{"global":{"config":{"@as":{"operation":"delete"}}}})";
+    constexpr std::string_view unknown_operation =
+        "unknown-attribute BGP/global: the operation is none of merge, create, replace, delete and remove: 'destroy'";
+    expect_in_bgp({
+        {R"("@":{"operation":"replace"},"neighbors":{"neighbor":[{"@":{"operation":"delete"},"neighbor-address":"::1"}]})",
+         ""},
+        {R"("global":{"config":{"@as":{"operation":"remove"},"router-id":"1.2.3.4","@router-id":{"operation":"merge"}}})",
+         ""},
+        {values, ""},
+        {"<global nc:operation='create'><confederation operation='remove'/></global>",
+         R"(BGP{"global":{"@":{"operation":"create"},"confederation":{"@":{"operation":"remove"}}}})"},
+        {"<global><config><as nc:operation='delete'/></config></global>", deleted},
+        {R"("global":{"config":{"@as":{"ietf-netconf:operation":"delete"},"as":[null]}})", deleted},
+        {R"("global":{"@":{"operation":"destroy"}})", unknown_operation},
+        {"<global nc:operation='destroy'/>", unknown_operation},
+        {R"("global":{"@":{"operation":"merge","foo:bar":1}})",
+         "unknown-element BGP/global/@foo:bar: the only annotation that is known here is ietf-netconf:operation"},
+        {R"("global":{"config":{"@as":{"operation":"merge"}}})",
+         "invalid-value BGP/global/config/as: the document gives an operation to a value that it does not have"},
+        {R"("global":{"config":{"as":null}})", "invalid-value BGP/global/config/as: the leaf has no value"},
+        {R"("global":{"config":{"@as":{"operation":"merge"},"@as":{"operation":"delete"}}})",
+         "bad-element BGP/global/config/as: the document gives this node two operations"},
+    });
+    expect_in_bgp({{R"("global":{"@":{"operation":"merge"}})",
+                    "unknown-attribute BGP/global: data that is loaded as it stands carries no operations"}},
+                  {.edit = false});
+}
+
+TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
+    constexpr std::string_view twice =
+        "bad-element BGP/neighbors/neighbor[neighbor-address=::1]: the document has this "
+        "entry twice";
+    expect_in_bgp({
+        {R"("global":{"asn":{}})", "unknown-element BGP/global/asn: the models have no such node"},
+        {"<global><asn/></global>", "unknown-element BGP/global/asn: the models have no such node"},
+        {R"("foo:global":{})", "unknown-element BGP/foo:global: the models have no such node"},
+        {"<global xmlns='urn:x:foo'/>", "unknown-element BGP/global: the models have no such node"},
+        {R"("global":{"graceful-restart":{"config":{"enabled":"yes"}}})",
+         "invalid-value BGP/global/graceful-restart/config/enabled: 'yes' is not of this leaf's type: Invalid boolean "
+         "value \"yes\"."},
+        {R"("global":{"afi-safis":{"afi-safi":[{"afi-safi-name":"wrong:IPV4_UNICAST"}]}})",
+         "invalid-value BGP/global/afi-safis/afi-safi/afi-safi-name: 'wrong:IPV4_UNICAST' is not of this leaf's type: "
+         "no identity of that name is known here"},
+        {R"("neighbors":{"neighbor":[{"config":{}}]})",
+         "missing-element BGP/neighbors/neighbor: the entry has no neighbor-address, which is its key"},
+        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1","config":{"neighbor-address":"::2"}}]})",
+         "invalid-value BGP/neighbors/neighbor[neighbor-address=::1]/config/neighbor-address: '::2' differs from the "
+         "entry's key, which is '::1'"},
+        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1"},{"config":{"neighbor-address":"::1"}}]})", twice},
+        {"<neighbors><neighbor><neighbor-address>::1</neighbor-address></neighbor>"
+         "<neighbor><neighbor-address>::1</neighbor-address></neighbor></neighbors>",
+         twice},
+        {R"("global":{"config":{"as":1,"as":1}})",
+         "bad-element BGP/global/config/as: the document has this leaf twice"},
+        {"<global/><global/>", "bad-element BGP/global: the document has this container twice"},
+        {R"("global":{"confederation":{"config":{"member-as":[1,2,1]}}})",
+         "bad-element BGP/global/confederation/config/member-as: the document has '1' twice"},
+        {R"("neighbors":{"neighbor":{"neighbor-address":"::1"}})",
+         "invalid-value BGP/neighbors/neighbor: the array of a list's entries is expected here, not an object"},
+        {R"("global":[])", "invalid-value BGP/global: an object is expected here, not an array"},
+        {R"("global":{"config":{"as":[1]}})",
+         "invalid-value BGP/global/config/as: a single value is expected here, not an array"},
+        {"<global><config><as><x/></as></config></global>",
+         "invalid-value BGP/global/config/as: a value is expected here, not elements"},
+        {R"("global":{"config":{"router-id":true}})",
+         "invalid-value BGP/global/config/router-id: 'true' is a boolean, and the leaf's type is not"},
+        {R"("peer-groups":{"peer-group":[{"peer-group-name":"a\u0000b"}]})",
+         "invalid-value BGP/peer-groups/peer-group/peer-group-name: the value has a control character"},
+    });
+}
+
+TEST(Documents, UnknownNodesAreNamedAndTheRestIsRead) {
+    // An identity that is not known takes its entry along when it is the key, with all that is in the entry.
+    constexpr std::string_view families =
+        R"(BGP{"global":{"afi-safis":{"afi-safi":[{"afi-safi-name":"T:IPV4_UNICAST"}]}}})"
+        " unknown BGP/global/afi-safis/afi-safi[afi-safi-name=NEW]";
+    const Rows rows = {
+        {R"("neighbors":{"neighbor":[{"bar":1,"neighbor-address":"::1"}]},"global":{"x:y":[{"a":[[]]}],"z":"}"})",
+         R"(BGP{"global":{},"neighbors":{"neighbor":[{"neighbor-address":"::1"}]}})"
+         " unknown BGP/neighbors/neighbor[neighbor-address=::1]/bar unknown BGP/global/x:y unknown BGP/global/z"},
+        {R"("global":{"afi-safis":{"afi-safi":[{"a":1,"config":{"afi-safi-name":"NEW","b":2},"add-paths":{}},)"
+         R"({"afi-safi-name":"IPV4_UNICAST"}]}})",
+         families},
+        {"<global><afi-safis><afi-safi><a/><config><afi-safi-name>NEW</afi-safi-name><b/></config><add-paths/>"
+         "</afi-safi><afi-safi><afi-safi-name>IPV4_UNICAST</afi-safi-name></afi-safi></afi-safis></global>",
+         families},
+        {R"("peer-groups":{"peer-group":[{"peer-group-name":"g","config":{"remove-private-as":"NEW"}}]})",
+         R"(BGP{"peer-groups":{"peer-group":[{"peer-group-name":"g","config":{}}]}})"
+         " unknown BGP/peer-groups/peer-group[peer-group-name=g]/config/remove-private-as"},
+    };
+    expect_in_bgp(rows, {.skip_unknown = true});
+}
+
+TEST(Documents, MalformedTextIsRefusedWithItsPlace) {
+    const Rows rows = {
+        {"", "line 1, column 1: the document is empty"},
+        {"\n  {\"a\":\n tru}", "line 3, column 2: a value is expected"},
+        {"[]", "the document is not a JSON object"},
+        {"{} {}", "line 1, column 4: there is more text behind the document's end"},
+        {"{\"\xc3\xa9\":\"\xff\"}", "line 1, column 7: the text is not valid UTF-8"},
+        {R"({"vrfs":{"vrf":[{"vrf-name":"a":1}]}})", "line 1, column 32: a ',' or '}' is expected"},
+        {R"({"a":[1 2]})", "line 1, column 9: a ',' or ']' is expected"},
+        {R"({"a":"\ud800"})", "line 1, column 7: a string has an escape sequence that is no character"},
+        {"{\"vrfs\":{\n\"vrf\":[}}", "line 2, column 8: a value is expected"},
+        {"<config>\n<vrfs></vrf></config>", "line 2, column 13: the end tag does not match the start tag"},
+        {"<!-- x -->\n<!DOCTYPE a [<!ENTITY b 'c'>]><a>&b;</a>",
+         "line 2, column 1: a document type declaration is not allowed"},
+        {"<vrfs>&b;</vrfs>", "line 1, column 10: an entity is not declared"},
+        {"<vrfs>", "line 1, column 7: the document does not end where it should"},
+        {"<vrfs/><bgp/>", "line 1, column 8: the document does not end where it should"},
+        {"<vrfs nc:operation='merge'/>", "line 1, column 27: a namespace prefix is not declared"},
+        {"<rpc><edit-config/></rpc>", "the document has no <config> or <data>"},
+    };
+    for (const auto &[text, place] : rows) {
+        const std::string expected = "malformed-message : " + std::string(place);
+        EXPECT_EQ(result_of(text, {.skip_unknown = true}), expected) << text;
+    }
+}
+
+TEST(Documents, DepthAndSizeAreBounded) {
+    const auto repeated = [](std::string_view piece) {
+        std::string text;
+        for (int i = 0; i < 100000; ++i) {
+            text += piece;
+        }
+        return text;
+    };
+    const std::vector<std::string> texts = {repeated("{\"a\":") + "1" + repeated("}"),
+                                            "{\"a\":" + repeated("[") + repeated("]") + "}",
+                                            repeated("<a>") + repeated("</a>")};
+    for (const std::string &text : texts) {
+        EXPECT_TRUE(result_of(text).starts_with("too-big "));
+        EXPECT_TRUE(result_of(text, {.max_size = 1000}).starts_with("too-big "));
+        EXPECT_EQ(result_of(text, {.skip_unknown = true}), "{} unknown /a");
+        EXPECT_TRUE(result_of(text.substr(0, 150000), {.skip_unknown = true}).starts_with("malformed-message "));
+    }
+}
+
+TEST(Documents, NetconfElementsArePeeledOff) {
+    constexpr std::string_view data = "<vrfs xmlns='http://tarn-kel.example/ns/yang/Tarn-KEL-VN-ipv4-bgp-cfg'/>";
+    const std::string rpc = "<rpc message-id='1' xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'><edit-config>"
+                            "<target><running/></target>";
+    const auto default_operation = [&](std::string_view option) {
+        Arena arena;
+        std::string text = rpc + std::string(option) + "<config>" + std::string(data) + "</config></edit-config></rpc>";
+        const Document document = read_document(arena, schema(), text, Syntax::xml, {});
+        EXPECT_EQ(as_json(document.root), R"({"Tarn-KEL-VN-ipv4-bgp-cfg:vrfs":{}})");
+        return document.default_operation;
+    };
+    EXPECT_EQ(default_operation("<default-operation>none</default-operation>"), DefaultOperation::none);
+    EXPECT_EQ(default_operation(""), std::nullopt);
+    EXPECT_THROW(default_operation("<default-operation>nothing</default-operation>"), Refused);
+    EXPECT_EQ(result_of("<data>" + std::string(data) + "<bgp/></data>"),
+              R"({"Tarn-KEL-VN-ipv4-bgp-cfg:bgp":{},"Tarn-KEL-VN-ipv4-bgp-cfg:vrfs":{}})");
+    EXPECT_EQ(result_of(rpc + "<url>x</url></edit-config></rpc>"),
+              "unknown-element /url: the element is not known in this place");
+}
+
+TEST(Documents, SecretsAreNeverShown) {
+    std::string text = in_bgp(R"("peer-groups":{"peer-group":[{"peer-group-name":"g","config":{"auth-password":P}}]})");
+    for (const std::string value : {"true", R"(["hunter2"])", R"("hunter2\u0001")", R"("hunter2","auth-password":1)"}) {
+        std::string wrong = text;
+        replace_all(wrong, ":P", ':' + value);
+        const std::string found = result_of(wrong);
+        EXPECT_NE(found.find("/auth-password: "), std::string::npos) << found;
+        EXPECT_EQ(found.find("hunter2"), std::string::npos) << found;
+    }
+    EXPECT_EQ(result_of(in_bgp("<peer-groups><peer-group><peer-group-name>g</peer-group-name><config><auth-password>"
+                               "&hunter2;</auth-password>"))
+                  .find("hunter2"),
+              std::string::npos);
+    replace_all(text, ":P", ":\"hunter2\"");
+    Arena arena;
+    const Document document = read_document(arena, schema(), text, Syntax::json, {});
+    for (const Syntax syntax : {Syntax::json, Syntax::xml}) {
+        const std::string shown = written(document.root, {.syntax = syntax, .hide_secrets = true});
+        EXPECT_TRUE(shown.find("********") != std::string::npos && shown.find("hunter2") == std::string::npos) << shown;
+    }
+}
+
+TEST(Documents, TheSinkTakesLongPiecesAndReportsFaults) {
+    const std::string name(200000, 'x');
+    const std::string text = in_bgp("\"peer-groups\":{\"peer-group\":[{\"peer-group-name\":\"" + name + "\"}]}");
+    EXPECT_EQ(result_of(text), text);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> full(std::fopen("/dev/full", "w"), std::fclose);
+    ASSERT_NE(full, nullptr);
+    Arena arena;
+    Sink sink(full.get());
+    EXPECT_THROW(write_document(sink, schema(), new_root(arena, schema()), {}), Unusable);
+}
+
+TEST(InstancePath, AddsNodesWithTheKeysGiven) {
+    const std::vector<std::pair<std::vector<std::string>, std::string_view>> rows = {
+        {{std::string(path_head), "network-instances/network-instance[name='DEFAULT']/protocols/protocol[name=\"core\"]"
+                                  "[oc-netinst:identifier = oc-pol-types:BGP]/bgp/global/"},
+         R"(BGP{"global":{}})"},
+        {{"/oc-netinst:network-instances/network-instance/protocols/protocol[identifier=openconfig-policy-types:BGP]",
+          "/network-instances/network-instance/protocols/protocol[identifier=BGP]",
+          "/network-instances/network-instance[name='a/]b']/config/name"},
+         R"({"openconfig-network-instance:network-instances":{"network-instance":[{"protocols":{"protocol":[{"identifier":)"
+         R"("openconfig-policy-types:BGP"}]}},{"name":"a/]b","config":{"name":null}}]}})"},
+        {{"/"}, "{}"},
+        {{"/vrfs/foo"}, "unknown-element /vrfs/foo: the models have no such node"},
+        {{"/vrfs[name=x]"}, "invalid-value /vrfs: only a list has keys"},
+        {{"/vrfs/vrf[nome=x]"}, "unknown-element /vrfs/vrf/nome: the list has no such key"},
+        {{"/vrfs/vrf[1]"}, "invalid-value /vrfs/vrf[1]: a '=' is expected at character 12 of the path"},
+        {{"/vrfs/vrf[vrf-name=\"x]"},
+         "invalid-value /vrfs/vrf[vrf-name=\"x]: a '\"' is expected at character 23 of the path"},
+        {{"/vrfs//vrf"}, "invalid-value /vrfs//vrf: a node's name is expected at character 7 of the path"},
+        {{"/network-instances/network-instance/protocols/protocol[identifier=FOO]"},
+         "invalid-value /network-instances/network-instance/protocols/protocol/identifier: 'FOO' is not of this leaf's "
+         "type: no identity of that name is known here"},
+    };
+    for (const auto &[paths, expected] : rows) {
+        Arena arena;
+        Node *root = new_root(arena, schema());
+        std::string found;
+        try {
+            for (const std::string &path : paths) {
+                add_instance_path(arena, schema(), root, path);
+            }
+            found = shortened(written(root, {}));
+        } catch (const Refused &refused) {
+            found = said(refused);
+        }
+        EXPECT_EQ(found, expected) << paths.front();
+    }
+}
+
+} // namespace
+} // namespace yfw
