@@ -8,6 +8,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 namespace yfw {
 
@@ -46,6 +47,9 @@ class Request : public yfw_map_context {
     };
     Counts counts;
     std::string error_path; // where the last error was recorded
+
+    // Nodes of the source that a callback took out of the output and did not put back.
+    std::vector<const Node *> withdrawn;
 
     yfw_req_ctx &fields() { return fields_; }
     Log *log() { return log_; }
