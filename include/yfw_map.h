@@ -52,7 +52,7 @@ struct cidl_yfw_datatree {
     const void *framework;                  /* the framework's own */
 };
 
-/* One level of the current path: from the tree's top to the node being mapped. */
+/* One level of the current path: from the tree's top to the parent of the node being mapped. */
 struct yfw_path_level {
     const char *name;
     struct cidl_yfw_datatree *node;
