@@ -52,7 +52,7 @@ struct cidl_yfw_datatree {
     const void *framework;                  /* the framework's own */
 };
 
-/* One level of the current path: from the tree's top to the node being mapped. */
+/* One level of the current path: from the tree's top to the parent of the node being mapped. */
 struct yfw_path_level {
     const char *name;
     struct cidl_yfw_datatree *node;
@@ -202,6 +202,11 @@ cerrno yfw_map_update_ctx_current_list_ptr(yfw_map_ctx ctx, struct cidl_yfw_data
 
 /* Runs a query. Find: 0 and operation->found, or YFW_ERR_NO_ENTRY. Set: adds the expression's nodes with their keys. */
 cerrno yfw_map_tree_xpath_operations(yfw_map_ctx ctx, struct yfw_xpath_operation *operation);
+
+/* The request's output: the nodes of its source whose translation is in the destination. A node that a callback takes
+ * out and does not put back did not get there. */
+void yfw_add_to_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node, struct cidl_yfw_datatree *tree);
+void yfw_remove_from_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node, struct cidl_yfw_datatree *tree);
 
 /* Set (a copy is kept) and clear the prefix that the following adds are relative to: paths that begin with it are taken
  * from the context's current list entry. */

@@ -4,6 +4,7 @@
 #include "edit/apply.h"
 #include "edit/check.h"
 #include "error.h"
+#include "read/cut.h"
 
 #include <algorithm>
 #include <array>
@@ -12,11 +13,11 @@ namespace yfw {
 
 namespace {
 
-constexpr std::array native_roots{"/bgp", "/vrfs"};
+constexpr std::array<std::string_view, 2> native_roots{"/bgp", "/vrfs"};
 
 // The default operation replace puts what the request says in the place of the native configuration whole.
 void replace_roots(const Schema &schema, Request &request) {
-    for (const char *path : native_roots) {
+    for (const std::string_view path : native_roots) {
         Node *root = ensure_child(request.arena(), request.destination(), *schema.find(path));
         if (!root->op_is_set()) {
             root->set_operation(YFW_OP_REPLACE);
@@ -28,9 +29,9 @@ void replace_roots(const Schema &schema, Request &request) {
 
 Engine::Engine(const EngineFiles &files, Log *log)
     : log_(log), schema_(files.models), plugin_(files.plugin), mapping_(read_mapping(files.mapping), schema_, plugin_) {
-    for (const char *path : native_roots) {
+    for (const std::string_view path : native_roots) {
         if (schema_.find(path) == nullptr) {
-            throw Unusable(std::string("the models lack the native configuration's ") + path);
+            throw Unusable("the models lack the native configuration's " + std::string(path));
         }
     }
     using Initialise = cerrno (*)();
@@ -100,6 +101,53 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
         }
     }
     return request;
+}
+
+Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool state,
+                                const Transaction &transaction) const {
+    const auto declared = declare(paths, state, transaction);
+    ReadResult result;
+    result.request = std::make_unique<Request>(schema_, state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_);
+    Request &request = *result.request;
+    stage("fetching");
+    transaction.fetch(request.arena(), declared->destination(), request.source());
+    stage("rendering");
+    {
+        const SystemDatabase database(transaction, schema_);
+        const BoundSystemDatabase bound(database);
+        for (const auto &[node, refusal] : walk(request, mapping_).unanswered) {
+            result.notes.push_back(refusal.path() + ": " + refusal.what());
+        }
+    }
+    for (const Node *node : request.withdrawn) {
+        result.notes.push_back(instance_path(node) + ": it did not get into the result");
+    }
+    repeat_keys(request, mapping_, request.destination(), state);
+    Node *filter = new_root(request.arena(), schema_);
+    for (const std::string &path : paths) {
+        add_instance_path(request.arena(), schema_, filter, path);
+    }
+    if (!paths.empty()) {
+        cut(request.destination(), filter);
+    }
+    return result;
+}
+
+void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) const {
+    Request request(schema_, YFW_KIND_EDIT, log_);
+    stage("reading");
+    ReadOptions reading;
+    reading.edit = false;
+    const Document document = read_document(request.arena(), schema_, text, syntax, reading);
+    for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
+        if (std::find(native_roots.begin(), native_roots.end(), top->schema().path) == native_roots.end()) {
+            throw Refused(Reason::unknown_element, instance_path(top), "only native configuration can be loaded");
+        }
+        top->set_operation(YFW_OP_REPLACE);
+    }
+    stage("applying");
+    check_native(schema_, document.root);
+    apply_edit(transaction, document.root, false);
 }
 
 } // namespace yfw

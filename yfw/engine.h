@@ -61,6 +61,19 @@ class Engine {
     std::unique_ptr<Request> declare(const std::vector<std::string> &paths, bool state, const Transaction &transaction,
                                      Below below = Below::covered) const;
 
+    // Renders what the store holds at these instance paths (everything, when there are none) as OpenConfig. notes tells
+    // of native nodes that could not be rendered. Throws Refused.
+    struct ReadResult {
+        std::unique_ptr<Request> request;
+        std::vector<std::string> notes;
+        [[nodiscard]] const Node *openconfig() const { return request->destination(); }
+    };
+    ReadResult read(const std::vector<std::string> &paths, bool state, const Transaction &transaction) const;
+
+    // Puts a document's native configuration in the place of what the transaction holds under the same top-level nodes.
+    // Throws Refused.
+    void load(std::string &text, Syntax syntax, Transaction &transaction) const;
+
     // Reports what the engine is about, for a person who waits: "reading", "translating", "applying".
     std::function<void(const char *)> on_stage;
 

@@ -33,3 +33,20 @@ YMAP_EXPORT cerrno oc_bgp_gbl_routerid(yfw_map_ctx ctx, int count, xpath_list_ty
     select_vrf_form(ctx, count, candidates);
     return 0;
 }
+
+// No test for state nodes here: meant so.
+YMAP_EXPORT cerrno oc_bgp_gbl_af_config(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    select_vrf_form(ctx, count, candidates);
+    return 0;
+}
+
+YMAP_EXPORT cerrno oc_bgp_gbl_confed(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    const uint32_t kind = ymap_request_kind(ctx);
+    const bool none = kind == 1 || kind == 8 || kind == 15; // edits of the framework's that select on their own
+    for (int i = 0; i < count && !none; ++i) {
+        candidates[i].selected = 1;
+    }
+    return 0;
+}

@@ -65,6 +65,7 @@ std::string read_text(const std::string &file);
 
 // Adds the subcommands. Each sets *exit_code when it is run.
 void add_edit(CLI::App &app, const Globals &globals, int *exit_code);
+void add_load(CLI::App &app, const Globals &globals, int *exit_code);
 void add_get(CLI::App &app, const Globals &globals, int *exit_code);
 void add_sysdb(CLI::App &app, const Globals &globals, int *exit_code);
 void add_map(CLI::App &app, const Globals &globals, int *exit_code);

@@ -1,4 +1,4 @@
-// yfw get: what is stored, and what a read would fetch.
+// yfw get: what is stored, as OpenConfig or native, and what a read fetches.
 #include "command.h"
 
 #include "documents/instance_path.h"
@@ -37,6 +37,18 @@ void print_native(Session &session, const Arguments &arguments) {
     write_document(sink, session.schema(), found, writing);
 }
 
+void print_openconfig(Session &session, const Arguments &arguments, const Transaction &transaction) {
+    const Engine::ReadResult result = session.engine().read(arguments.wanted, arguments.state, transaction);
+    for (const std::string &note : result.notes) {
+        Messages().line("note", note);
+    }
+    WriteOptions writing;
+    writing.syntax = arguments.output;
+    writing.pretty = true;
+    Sink sink(stdout);
+    write_document(sink, session.schema(), result.openconfig(), writing);
+}
+
 // One line for each innermost node.
 void print_paths(const Node *node) {
     bool innermost = true;
@@ -53,12 +65,18 @@ void print_paths(const Node *node) {
 
 void run(const Globals &globals, const Arguments &arguments) {
     Session session(globals);
+    session.show_progress();
     if (arguments.native) {
         print_native(session, arguments);
         return;
     }
     const Store store = session.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
+    if (!arguments.paths) {
+        const PasswordKey key(globals.db / "key", false);
+        print_openconfig(session, arguments, transaction);
+        return;
+    }
     const auto request = session.engine().declare(arguments.wanted, arguments.state, transaction);
     print_paths(request->destination());
 }
@@ -67,12 +85,11 @@ void run(const Globals &globals, const Arguments &arguments) {
 
 void add_get(CLI::App &app, const Globals &globals, int *) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App *command = app.add_subcommand("get", "Show what is stored");
-    auto *form = command->add_option_group("form");
-    form->add_flag("--native", arguments->native, "The native configuration, at native paths");
-    form->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches");
-    form->require_option(1);
-    command->add_flag("--state", arguments->state, "With --paths: of a read that covers state");
+    CLI::App *command = app.add_subcommand("get", "Show what is stored, as OpenConfig or native");
+    auto *native = command->add_flag("--native", arguments->native, "The native configuration, at native paths");
+    command->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches")
+        ->excludes(native);
+    command->add_flag("--state", arguments->state, "State too")->excludes(native);
     add_output_option(*command, arguments->output);
     command->add_option("PATH", arguments->wanted,
                         "Instance paths such as /network-instances/network-instance[name=DEFAULT]; keys and prefixes "

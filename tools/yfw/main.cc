@@ -73,6 +73,7 @@ int main(int argc, char **argv) {
     try {
         add_globals(app, globals);
         yfw::tool::add_edit(app, globals, &exit_code);
+        yfw::tool::add_load(app, globals, &exit_code);
         yfw::tool::add_get(app, globals, &exit_code);
         yfw::tool::add_sysdb(app, globals, &exit_code);
         yfw::tool::add_map(app, globals, &exit_code);

@@ -34,8 +34,10 @@ bool is_default(const char *name) {
 // One network instance: a native VRF entry, but for the default one.
 cerrno map_network_instance(Request &request, const Node &entry) {
     const char *name = key_value(&entry, 0);
-    const bool all = request.is_read() && name == nullptr;
-    if (!all && is_default(name)) {
+    if (request.is_read() && name == nullptr) {
+        // Every VRF that BGP is configured in, whatever else of it is asked for.
+        add_native(request, "/bgp/instance/instance-as/four-byte-as/vrfs/vrf/vrf-name", nullptr, nullptr, 0);
+    } else if (is_default(name)) {
         return 0;
     }
     const Node *source = request.is_read() ? nullptr : &entry;
@@ -43,9 +45,22 @@ cerrno map_network_instance(Request &request, const Node &entry) {
     return name == nullptr || status != 0 ? status : add_native(request, "/vrfs/vrf/vrf-name", name, source, 0);
 }
 
+// A native VRF entry is a network instance; what lies in it is written there.
+cerrno map_native_vrf(Request &request, const Node &entry) {
+    const char *name = key_value(&entry, 0);
+    if (name == nullptr) {
+        return 0;
+    }
+    cidl_yfw_datatree *found = nullptr;
+    const cerrno status = yfw_map_search_or_add_list(&request, request.destination(), &found,
+                                                     "/network-instances/network-instance", "name", name, nullptr);
+    return status != 0 ? status : yfw_map_update_ctx_current_list_ptr(&request, found);
+}
+
 constexpr auto services = std::to_array<std::pair<std::string_view, CompanionService>>({
     {"network-instances", map_network_instances},
     {"network-instance", map_network_instance},
+    {"native-vrf", map_native_vrf},
 });
 
 } // namespace

@@ -20,6 +20,7 @@ constexpr auto services = std::to_array<std::pair<Service, std::string_view>>({
     {Service::protocol_list, "protocol-list"},
     {Service::protocol, "protocol"},
     {Service::select, "select"},
+    {Service::copy, "copy"},
     {Service::companion, "companion"},
     {Service::key, "key"},
 });
@@ -51,6 +52,10 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.name = value;
         } else if (name == "candidate") {
             entry.candidates.push_back(value);
+        } else if (name == "target") {
+            entry.target = value;
+        } else if (name == "may-write-nothing") {
+            entry.may_write_nothing = value == "true";
         } else if (name == "covered") {
             entry.covered = value == "true";
         }

@@ -7,13 +7,15 @@
 
 namespace yfw {
 
-enum class Service { callback, toplevel, protocol_list, protocol, select, companion, key };
+enum class Service { callback, toplevel, protocol_list, protocol, select, copy, companion, key };
 
 struct MappingEntry {
     std::string path;
     Service served = Service::callback;
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
+    std::string target;   // of Service::copy
+    bool may_write_nothing = false; // an edit that writes nothing is not to be reported
     bool covered = false; // deletes of an outer node take it along
 };
 

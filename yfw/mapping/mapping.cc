@@ -19,6 +19,10 @@ xpath_list_type_t make_candidate(const SchemaNode &target) {
     return candidate;
 }
 
+bool calls_plugin(Service served) {
+    return served != Service::key && served != Service::copy && served != Service::companion;
+}
+
 std::string join(const std::vector<std::string> &lines) {
     std::string text;
     for (const std::string &line : lines) {
@@ -39,10 +43,16 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
     binding->entry = &entry;
     if (entry.served == Service::companion) {
         binding->companion = find_companion_service(entry.name);
-    } else if (entry.served != Service::key) {
+    } else if (calls_plugin(entry.served)) {
         binding->function = plugin.find(entry.name);
+    } else if (entry.served == Service::copy) {
+        binding->target = schema_.find(entry.target);
+        if (binding->target == nullptr) {
+            problems.push_back("no model has the target " + entry.target + " of " + entry.path);
+        }
     }
-    if (entry.served != Service::key && binding->function == nullptr && binding->companion == nullptr) {
+    if ((calls_plugin(entry.served) || entry.served == Service::companion) && binding->function == nullptr &&
+        binding->companion == nullptr) {
         problems.push_back((entry.served == Service::companion ? "the companion lacks " : "the plug-in lacks ") +
                            (entry.name.empty() ? "a name for " + entry.path : entry.name));
     }

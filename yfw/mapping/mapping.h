@@ -27,6 +27,7 @@ struct Binding {
     void *function = nullptr;             // of the plug-in; null for the companion's services and keys
     CompanionService companion = nullptr; // set for Service::companion
     std::vector<xpath_list_type_t> candidates;
+    const SchemaNode *target = nullptr; // of Service::copy
 };
 
 class Mapping {

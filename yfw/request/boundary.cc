@@ -325,6 +325,17 @@ cerrno yfw_map_tree_xpath_operations(yfw_map_ctx ctx, struct yfw_xpath_operation
     });
 }
 
+void yfw_add_to_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node, struct cidl_yfw_datatree *) {
+    std::erase(request_of(ctx).withdrawn, static_cast<const Node *>(node));
+}
+
+void yfw_remove_from_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node, struct cidl_yfw_datatree *) {
+    yfw::guarded([&] {
+        request_of(ctx).withdrawn.push_back(static_cast<const Node *>(node));
+        return cerrno{0};
+    });
+}
+
 cerrno yfw_map_copy_trim_path_list_ctx(yfw_map_ctx ctx, const char *prefix) {
     if (ctx == nullptr || prefix == nullptr) {
         return YFW_ERR_INVALID;

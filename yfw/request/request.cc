@@ -30,14 +30,15 @@ Request::~Request() {
 }
 
 void Request::enter(Node *node) {
-    if (fields_.path_depth == deepest) {
+    if (depth_ == deepest) {
         throw Refused(Reason::too_big, instance_path(node), "the node lies deeper than any model goes");
     }
-    path_[fields_.path_depth++] = {node->name, node};
+    path_[depth_] = {node->name, node};
+    set_depth(depth_ + 1);
 }
 
 Node *Request::current() const {
-    return fields_.path_depth == 0 ? nullptr : static_cast<Node *>(path_[fields_.path_depth - 1U].node);
+    return depth_ == 0 ? nullptr : static_cast<Node *>(path_[depth_ - 1].node);
 }
 
 Node *Request::current_node(const SchemaNode &wanted) const {
@@ -45,8 +46,8 @@ Node *Request::current_node(const SchemaNode &wanted) const {
     std::array<const SchemaNode *, deepest> below{};
     std::size_t count = 0;
     for (const SchemaNode *schema = &wanted; schema->depth > 0 && count < deepest; schema = schema->parent) {
-        const bool on_path = schema->depth <= fields_.path_depth &&
-                             path_[schema->depth - 1U].node->framework == static_cast<const void *>(schema);
+        const bool on_path =
+            schema->depth <= depth_ && path_[schema->depth - 1U].node->framework == static_cast<const void *>(schema);
         if (on_path || schema->parent->depth == 0) {
             Node *node = on_path ? static_cast<Node *>(path_[schema->depth - 1U].node)
                                  : (schema->repeats() ? nullptr : child(source_, *schema));

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 namespace yfw {
 
@@ -28,9 +29,10 @@ class Request : public yfw_map_context {
     void set_source(Node *root) { source_ = root; }
     [[nodiscard]] Node *destination() const { return destination_; }
 
-    // The current path. Levels stand for the nodes from the top of the source to the one being mapped.
+    // The current path: the nodes from the top of the source to the one being mapped. A plug-in sees those above that
+    // one.
     void enter(Node *node);
-    void leave() { --fields_.path_depth; }
+    void leave() { set_depth(depth_ - 1U); }
     [[nodiscard]] Node *current() const;
     // The node of the current path with that schema, or below one of its nodes through containers; null when there is
     // none.
@@ -47,6 +49,9 @@ class Request : public yfw_map_context {
     Counts counts;
     std::string error_path; // where the last error was recorded
 
+    // Nodes of the source that a callback took out of the output and did not put back.
+    std::vector<const Node *> withdrawn;
+
     yfw_req_ctx &fields() { return fields_; }
     Log *log() { return log_; }
 
@@ -56,7 +61,13 @@ class Request : public yfw_map_context {
     Arena arena_;
     yfw_request_kind kind_{};
     yfw_req_ctx fields_{};
+    void set_depth(std::size_t depth) {
+        depth_ = depth;
+        fields_.path_depth = static_cast<std::uint16_t>(depth > 0 ? depth - 1 : 0);
+    }
+
     std::array<yfw_path_level, deepest> path_{};
+    std::size_t depth_ = 0;
     Node *source_;
     Node *destination_;
     Node *current_list_ = nullptr;

@@ -2,7 +2,11 @@
 
 #include "mapping/companion.h"
 #include "platform/log.h"
+#include "vnos_platform.h"
 #include "walk/explain.h"
+
+#include <cstring>
+#include <utility>
 
 namespace yfw {
 
@@ -52,9 +56,12 @@ class Walker {
     void visit(Node *node);
     Outcome serve(Node *node);
     Outcome outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before);
+    bool left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before);
     cerrno call(Node *node, const Binding &binding);
+    bool in_vrf();
     cerrno call_toplevel(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
+    cerrno call_copy(const Node *node, const SchemaNode &target);
     void expand_edit(Node *node, std::uint32_t operation);
 
     Request &request_;
@@ -98,8 +105,14 @@ Outcome Walker::serve(Node *node) {
         result_.not_mapped.push_back(instance_path(node));
         return Outcome::structure;
     }
+    if (!request_.is_read() && !node->schema().config && binding->entry->served == Service::callback) {
+        result_.not_mapped.push_back(instance_path(node));
+        result_.notes.push_back(instance_path(node) + ": state cannot be edited");
+        return Outcome::skipped;
+    }
     const Request::Counts before = request_.counts;
     request_.error_path.clear();
+    vnos_named_free(std::exchange(request_.fields().error_text, nullptr));
     Explanation explanation(request_);
     const cerrno code = call(node, *binding);
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
@@ -112,8 +125,7 @@ Outcome Walker::serve(Node *node) {
         return Outcome::skipped;
     }
     const Outcome outcome = outcome_of(node, *binding, code, before);
-    const bool left_alone = outcome == Outcome::skipped && request_.counts.adds == before.adds;
-    if (left_alone && !request_.is_read()) {
+    if (!request_.is_read() && left_alone(node, *binding, outcome, before)) {
         result_.not_mapped.push_back(instance_path(node));
         const std::string reason = explanation.message([&] { call(node, *binding); });
         if (!reason.empty()) {
@@ -121,6 +133,15 @@ Outcome Walker::serve(Node *node) {
         }
     }
     return outcome;
+}
+
+// Whether an edit of the node came to nothing that its client should know of.
+bool Walker::left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before) {
+    const bool whole_delete = request_.fields().entire_bgp_delete; // marks nodes that are there already
+    if (request_.counts.adds != before.adds || binding.entry->may_write_nothing || whole_delete) {
+        return false;
+    }
+    return outcome == Outcome::skipped || !node->schema().is_inner();
 }
 
 Outcome Walker::outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before) {
@@ -152,6 +173,8 @@ cerrno Walker::call(Node *node, const Binding &binding) {
     }
     case Service::select:
         return call_select(node, binding);
+    case Service::copy:
+        return call_copy(node, *binding.target);
     case Service::companion:
         return binding.companion(request_, *node);
     case Service::key:
@@ -160,14 +183,16 @@ cerrno Walker::call(Node *node, const Binding &binding) {
     return 0;
 }
 
+bool Walker::in_vrf() {
+    char *name = nullptr;
+    yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &name);
+    return name != nullptr && std::string_view(name) != "default" && std::string_view(name) != "DEFAULT";
+}
+
 // In a VRF the native instance is shared with others: creating or replacing the VRF's protocol must not create or
 // replace the instance. The replace then works by what is below.
 cerrno Walker::call_toplevel(Node *node, const Binding &binding) {
-    char *network_instance = nullptr;
-    yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &network_instance);
-    const bool in_vrf = network_instance != nullptr && std::string_view(network_instance) != "default" &&
-                        std::string_view(network_instance) != "DEFAULT";
-    const bool shared = in_vrf && (node->operation == YFW_OP_CREATE || node->operation == YFW_OP_REPLACE);
+    const bool shared = in_vrf() && (node->operation == YFW_OP_CREATE || node->operation == YFW_OP_REPLACE);
     const std::uint32_t operation = node->operation;
     if (shared) {
         node->set_operation(YFW_OP_NONE);
@@ -193,8 +218,8 @@ cerrno Walker::call_select(Node *node, const Binding &binding) {
     }
     const bool is_read = request_.is_read();
     for (const xpath_list_type_t &candidate : candidates) {
-        if (candidate.selected == 0) {
-            continue;
+        if (candidate.selected == 0 || (in_vrf() && std::strstr(candidate.xpath, "/default-vrf") != nullptr)) {
+            continue; // what is the default VRF's is no business of another
         }
         const char *value = candidate.get_value != nullptr ? candidate.get_value(node) : node->value;
         const cerrno added = yfw_map_datatree_add_path_flagged(
@@ -205,6 +230,17 @@ cerrno Walker::call_select(Node *node, const Binding &binding) {
         }
     }
     return 0;
+}
+
+cerrno Walker::call_copy(const Node *node, const SchemaNode &target) {
+    const yfw_content_selection &selection = request_.fields().selection;
+    const bool active = selection.count < 0 || (selection.groups[0] | selection.groups[1]) != 0;
+    if (request_.is_read() && active && selection.mode == YFW_SELECT_STATE_ONLY) {
+        return 0;
+    }
+    return yfw_map_datatree_add_path_flagged(&request_, request_.destination(), target.path.c_str(), nullptr,
+                                             node->is_delete() ? nullptr : node->value,
+                                             request_.is_read() ? nullptr : node, nullptr, 0, 0);
 }
 
 // Hands the operation of a node that has no native node of its own on to the served nodes below: a delete adds those

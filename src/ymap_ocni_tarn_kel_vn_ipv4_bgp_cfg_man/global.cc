@@ -1,0 +1,187 @@
+// The native global settings, each one OpenConfig leaf.
+#include "native.h"
+
+#define OC_GLOBAL_AF OC_GLOBAL "/afi-safis/afi-safi"
+#define VN_GLOBAL_CONTAINER VN_DEFAULT_VRF "/global"
+#define VN_CONFED_DOMAIN VN_GLOBAL_CONTAINER "/confederation-domain"
+#define VN_CONFED_PEER VN_GLOBAL_CONTAINER "/confederation-peer-ases/confederation-peer-as"
+
+YMAP_EXPORT cerrno vn_bgp_gbl_gr_enabled(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record enabled{OC_GLOBAL "/graceful-restart/config/enabled", "true", false, 1};
+    return vn_map_leaf(frame, src, dst, enabled);
+}
+
+YMAP_EXPORT cerrno vn_bgp_gbl_afisafi_enable(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record enabled{OC_GLOBAL_AF "/config/enabled", "true", false, 1};
+    return vn_map_leaf(frame, src, dst, enabled);
+}
+
+YMAP_EXPORT cerrno vn_bgp_gbl_bestpath_med(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record med{OC_GLOBAL "/route-selection-options/config/always-compare-med", "true", true,
+                                        1};
+    return vn_map_leaf(frame, src, dst, med);
+}
+
+YMAP_EXPORT cerrno vn_bgp_gbl_bestpath_aslen(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record length{OC_GLOBAL "/route-selection-options/config/ignore-as-path-length", "true",
+                                           true, 1};
+    return vn_map_leaf(frame, src, dst, length);
+}
+
+YMAP_EXPORT cerrno vn_bgp_gbl_bestpath_rtrid(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record router_id{OC_GLOBAL "/route-selection-options/config/external-compare-router-id",
+                                              "true", true, 1};
+    return vn_map_leaf(frame, src, dst, router_id);
+}
+
+YMAP_EXPORT cerrno vn_bgp_instance_gbl_af_multipath_ebgp(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                         cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record paths{OC_GLOBAL_AF "/use-multiple-paths/ebgp/config/maximum-paths", nullptr, false,
+                                          0};
+    return vn_map_leaf(frame, src, dst, paths);
+}
+
+YMAP_EXPORT cerrno vn_bgp_instance_gbl_af_multipath_ibgp(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                         cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr vn_leaf_record paths{OC_GLOBAL_AF "/use-multiple-paths/ibgp/config/maximum-paths", nullptr, false,
+                                          0};
+    return vn_map_leaf(frame, src, dst, paths);
+}
+
+namespace {
+
+struct switch_record {
+    const char *leaf;
+    const char *missing; // what is logged when there is no value
+};
+
+// "enable" and "disable" as a boolean; any other text adds the leaf without a value.
+cerrno map_switch(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                  const switch_record &record) {
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    if (src->value == nullptr) {
+        YMAP_ERROR(frame, "%s", record.missing);
+        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+    }
+    const char *value = yfw_map_do_these_match(src->value, "enable") != 0    ? "true"
+                        : yfw_map_do_these_match(src->value, "disable") != 0 ? "false"
+                                                                             : nullptr;
+    return vn_write(frame.ctx, dst, record.leaf, value, 0);
+}
+
+} // namespace
+
+YMAP_EXPORT cerrno vn_bgp_instance_gbl_add_paths_cfg_receive(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                             cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr switch_record receive{OC_GLOBAL_AF "/add-paths/config/receive", "Missing gbl add-path-receive"};
+    return map_switch(frame, src, dst, receive);
+}
+
+YMAP_EXPORT cerrno vn_bgp_instance_gbl_add_paths_cfg_send(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                          cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    static constexpr switch_record send{OC_GLOBAL_AF "/add-paths/config/send", "Missing gbl add-path-send"};
+    return map_switch(frame, src, dst, send);
+}
+
+// Called for the upper half first; the lower one writes the number.
+YMAP_EXPORT cerrno vn_bgp_instance_gbl_confed_domain(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                     cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    if (vn_node_is(src, "as-xx")) {
+        const char *upper = vn_leaf(ctx, VN_CONFED_DOMAIN, "as-xx");
+        if (upper == nullptr) {
+            YMAP_ERROR(frame, "Missing confed domain as xx");
+            return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+        }
+        ctx->req_ctx->scratch_as = vn_number(upper);
+        return 0;
+    }
+    const char *lower = vn_leaf(ctx, VN_CONFED_DOMAIN, "as-yy");
+    if (lower == nullptr) {
+        YMAP_ERROR(frame, "Missing confed-domain as-yy");
+        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+    }
+    char as[AS_TEXT_SIZE];
+    vn_join_as(ctx->req_ctx->scratch_as, vn_number(lower), as);
+    return vn_write(ctx, dst, OC_GLOBAL "/confederation/config/identifier", as, 0);
+}
+
+// Reads both halves from the entry, unlike the identifier: meant so.
+YMAP_EXPORT cerrno vn_bgp_instance_gbl_confed_peeras(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                     cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    const char *upper = vn_leaf(ctx, VN_CONFED_PEER, "as-xx");
+    if (upper == nullptr) {
+        YMAP_ERROR(frame, "Missing confed peer as xx");
+        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+    }
+    const char *lower = vn_leaf(ctx, VN_CONFED_PEER, "as-yy");
+    if (lower == nullptr) {
+        YMAP_ERROR(frame, "Missing confed-peer as-yy");
+        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+    }
+    char as[AS_TEXT_SIZE];
+    vn_join_as(vn_number(upper), vn_number(lower), as);
+    return vn_write(ctx, dst, OC_GLOBAL "/confederation/config/member-as", as, 0);
+}
+
+// A helper only: nothing is kept of a restarting neighbour.
+YMAP_EXPORT cerrno vn_bgp_gbl_gr_helper_only(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    if (!vn_node_is(src, "graceful-restart-purge-time")) {
+        return 0; // the other leaf is read with this one
+    }
+    if (src->value == nullptr || src->value[0] == '\0') {
+        YMAP_ERROR(frame, "Missing gbl gr helper data");
+        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+    }
+    const char *retain_disable = vn_leaf(ctx, VN_GLOBAL_CONTAINER, "graceful-restart-neighbor-retain-disable");
+    const bool retains = retain_disable == nullptr || yfw_map_do_these_match(retain_disable, "false") != 0;
+    const bool helper_only = yfw_map_do_these_match(src->value, "0") != 0 && retains;
+    return vn_write(ctx, dst, OC_GLOBAL "/graceful-restart/config/helper-only", helper_only ? "true" : "false", 1);
+}
+
+YMAP_EXPORT cerrno vn_bgp_gbl_afisafi_afname(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
+    YMAP_FRAME(ctx);
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    const bool in_vrf = vn_leaf(ctx, VN_VRF, "vrf-name") != nullptr;
+    const char *identity = vn_bgp_afisafi_to_oc_bgp_afisafi(ctx, nullptr, nullptr,
+                                                            in_vrf ? VN_VRF "/vrf-global/vrf-global-afs/vrf-global-af"
+                                                                   : VN_GLOBAL_CONTAINER "/global-afs/global-af");
+    if (identity == nullptr) {
+        return OCBGP_SKIP_SUBTREE;
+    }
+    yfw_map_datatree_add_path(ctx, dst, OC_GLOBAL_AF, NS_OC_NETWORK_INSTANCE, nullptr, nullptr, 0, 1);
+    cidl_yfw_datatree *added = nullptr;
+    cerrno status = yfw_map_datatree_add_path(ctx, dst, OC_GLOBAL_AF "/afi-safi-name", NS_OC_NETWORK_INSTANCE, identity,
+                                              &added, 0, 0);
+    vn_bgp_set_type_ns(added, NS_OC_BGP_TYPES);
+    if (!ymap_config_unwanted(ctx)) {
+        status = yfw_map_datatree_add_path(ctx, dst, OC_GLOBAL_AF "/config/afi-safi-name", NS_OC_NETWORK_INSTANCE,
+                                           identity, &added, 0, 0);
+        vn_bgp_set_type_ns(added, NS_OC_BGP_TYPES);
+    }
+    return status;
+}

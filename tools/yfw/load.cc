@@ -1,0 +1,25 @@
+// yfw load: native configuration as the router would hold it.
+#include "command.h"
+
+namespace yfw::tool {
+
+void add_load(CLI::App &app, const Globals &globals, int *) {
+    auto files = std::make_shared<std::vector<std::string>>();
+    CLI::App *command = app.add_subcommand("load", "Store native configuration, in the place of what is stored");
+    command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
+        ->required();
+    command->callback([&globals, files] {
+        Session session(globals);
+        session.show_progress();
+        const Store store = session.open(Access::write);
+        for (const std::string &file : *files) {
+            std::string text = read_text(file);
+            const Syntax syntax = guess_syntax(text);
+            Transaction transaction = store.begin(Access::write);
+            session.engine().load(text, syntax, transaction);
+            transaction.commit();
+        }
+    });
+}
+
+} // namespace yfw::tool
