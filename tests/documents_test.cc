@@ -1,7 +1,7 @@
-#include "yfw/documents/instance_path.h"
-#include "yfw/documents/reader.h"
-#include "yfw/documents/writer.h"
-#include "yfw/error.h"
+#include "documents/instance_path.h"
+#include "documents/reader.h"
+#include "documents/writer.h"
+#include "error.h"
 
 #include <gtest/gtest.h>
 

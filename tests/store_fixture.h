@@ -124,10 +124,10 @@ inline const Schema &project_schema() {
 
 inline void edit(const Store &store, const Schema &schema, const std::string &lines, bool default_none = false) {
     Arena arena;
-    const Node *tree = make_tree(arena, schema, lines);
+    Node *tree = make_tree(arena, schema, lines);
     check_native(schema, tree);
     Transaction transaction = store.begin(Access::write);
-    apply_edit(transaction, tree, default_none);
+    apply_edit(transaction, arena, tree, default_none);
     transaction.commit();
 }
 

@@ -144,7 +144,7 @@ TEST(Edit, ARequestsDeleteFailsOnlyWhenAllItsNativeDeletesFindNothing) {
         add_line(arena, native, "@1/timers/hold-time{delete}")->origin = expanded;
         Transaction transaction = store.begin(Access::write);
         try {
-            apply_edit(transaction, native, false);
+            apply_edit(transaction, arena, native, false);
             EXPECT_TRUE(found);
         } catch (const Refused &refused) {
             EXPECT_FALSE(found);

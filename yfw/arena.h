@@ -32,7 +32,9 @@ class Arena {
             grow(text.size() + 1);
         }
         char *memory = next_;
-        std::memcpy(memory, text.data(), text.size());
+        if (!text.empty()) {
+            std::memcpy(memory, text.data(), text.size());
+        }
         memory[text.size()] = '\0';
         next_ += (text.size() + alignof(void *)) & ~(alignof(void *) - 1);
         if (next_ > end_) {

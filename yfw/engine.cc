@@ -5,6 +5,7 @@
 #include "edit/check.h"
 #include "error.h"
 #include "read/cut.h"
+#include "request/instance.h"
 
 #include <algorithm>
 #include <array>
@@ -26,6 +27,22 @@ void replace_roots(const Schema &schema, Request &request) {
 }
 
 } // namespace
+
+std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const SchemaNode &list,
+                                                const Transaction &transaction) const {
+    const std::string path = instance_path(parent);
+    const ReadResult present = read({path + '/' + list.name}, false, transaction);
+    std::vector<EntryKeys> keys;
+    const Node *counterpart = find_instance(present.request->destination(), path);
+    const Entries *all = counterpart == nullptr ? nullptr : entries(counterpart, list);
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+        EntryKeys &values = keys.emplace_back();
+        for (std::size_t key = 0; key < list.keys.size(); ++key) {
+            values.emplace_back(key_value(entry, key));
+        }
+    }
+    return keys;
+}
 
 Engine::Engine(const EngineFiles &files, Log *log)
     : log_(log), schema_(files.models), plugin_(files.plugin), mapping_(read_mapping(files.mapping), schema_, plugin_) {
@@ -57,7 +74,9 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        result.walk = walk(request, mapping_);
+        result.walk = walk(request, mapping_, [this, &transaction](const Node *parent, const SchemaNode &list) {
+            return existing_entries(parent, list, transaction);
+        });
     }
     if (options.strict && !result.walk.not_mapped.empty()) {
         throw Refused(Reason::not_mapped, result.walk.not_mapped.front(),
@@ -71,7 +90,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     }
     stage("applying");
     check_native(schema_, request.destination());
-    apply_edit(transaction, request.destination(), result.default_operation == DefaultOperation::none);
+    apply_edit(transaction, request.arena(), request.destination(), result.default_operation == DefaultOperation::none);
     return result;
 }
 
@@ -94,7 +113,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     }
     const SystemDatabase database(transaction, schema_);
     const BoundSystemDatabase bound(database);
-    const WalkResult result = walk(*request, mapping_);
+    const WalkResult result = walk(*request, mapping_, nullptr);
     for (const auto &[node, refusal] : result.unanswered) {
         if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
             throw refusal;
@@ -115,7 +134,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        for (const auto &[node, refusal] : walk(request, mapping_).unanswered) {
+        for (const auto &[node, refusal] : walk(request, mapping_, nullptr).unanswered) {
             result.notes.push_back(refusal.path() + ": " + refusal.what());
         }
     }
@@ -147,7 +166,7 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     }
     stage("applying");
     check_native(schema_, document.root);
-    apply_edit(transaction, document.root, false);
+    apply_edit(transaction, request.arena(), document.root, false);
 }
 
 } // namespace yfw

@@ -78,6 +78,9 @@ class Engine {
     std::function<void(const char *)> on_stage;
 
   private:
+    // The keys of a list's entries as a read renders them.
+    std::vector<EntryKeys> existing_entries(const Node *parent, const SchemaNode &list,
+                                            const Transaction &transaction) const;
     void stage(const char *what) const {
         if (on_stage) {
             on_stage(what);

@@ -201,6 +201,7 @@ void Schema::add_children(SchemaNode &parent, const lysc_node *first) {
             node.secret = node.name.find("password") != std::string::npos && node.type == BaseType::string;
             continue;
         }
+        node.presence = compiled->nodetype == LYS_CONTAINER && (compiled->flags & LYS_PRESENCE) != 0;
         node.kind = compiled->nodetype == LYS_CONTAINER ? NodeKind::container : NodeKind::list;
         if (node.kind == NodeKind::list) {
             node.max_elements = reinterpret_cast<const lysc_node_list *>(compiled)->max;

@@ -19,7 +19,7 @@ struct Arguments {
 class DryRunDirectory {
   public:
     explicit DryRunDirectory(const std::filesystem::path &db) {
-        if (std::filesystem::exists(db)) {
+        if (std::filesystem::exists(db / "data.mdb")) {
             directory_ = db;
             return;
         }

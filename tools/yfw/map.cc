@@ -7,33 +7,49 @@ namespace yfw::tool {
 
 namespace {
 
-void collect_leaves(const Node *node, std::set<std::string> &into) {
+// The leaves, and the containers that stand for all that they hold.
+void collect(const Node *node, std::set<std::string> &into) {
     for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (below->schema().is_inner()) {
-            collect_leaves(below, into);
+        const SchemaNode &schema = below->schema();
+        if (!schema.is_inner() || (schema.kind == NodeKind::container && below->first() == nullptr)) {
+            into.insert(schema.path);
         } else {
-            into.insert(below->schema().path);
+            collect(below, into);
         }
     }
 }
 
-// The native leaves that a read of a served leaf fetches, but for those that its ancestors ask for.
-std::set<std::string> native_leaves(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction) {
+// The native nodes that a read of a served leaf fetches, but for those that its ancestors ask for.
+std::set<std::string> native_nodes(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction,
+                                   std::string_view network_instance) {
+    constexpr std::string_view list = "/network-instances/network-instance";
+    const auto named = [&](std::string path) {
+        return path.starts_with(list) ? path.insert(list.size(), network_instance) : path;
+    };
     std::set<std::string> found;
-    collect_leaves(engine.declare({leaf.path}, false, transaction)->destination(), found);
-    std::set<std::string> above;
+    collect(engine.declare({named(leaf.path)}, false, transaction)->destination(), found);
     const SchemaNode *parent = leaf.parent;
     while (parent->depth > 0 && engine.mapping().find(*parent) == nullptr) {
         parent = parent->parent;
     }
+    std::set<std::string> above;
     if (parent->depth > 0) {
-        collect_leaves(engine.declare({parent->path}, false, transaction, Engine::Below::left_out)->destination(),
-                       above);
+        const auto asked = engine.declare({named(parent->path)}, false, transaction, Engine::Below::left_out);
+        collect(asked->destination(), above);
     }
     for (const std::string &path : above) {
         found.erase(path);
     }
     return found;
+}
+
+std::set<std::string> native_nodes(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction) {
+    try {
+        return native_nodes(engine, leaf, transaction, "");
+    } catch (const Refused &) {
+        // Without a name the network instance is the default one, which not every node is there for.
+        return native_nodes(engine, leaf, transaction, "[name=VRF]");
+    }
 }
 
 void print_node(const Engine &engine, const SchemaNode &node, const Transaction &transaction) {
@@ -50,7 +66,7 @@ void print_node(const Engine &engine, const SchemaNode &node, const Transaction 
     if (node.is_inner() || entry.served == Service::key) {
         return;
     }
-    for (const std::string &path : native_leaves(engine, node, transaction)) {
+    for (const std::string &path : native_nodes(engine, node, transaction)) {
         std::printf("    -> %s\n", path.c_str());
     }
 }

@@ -13,7 +13,8 @@ void write_document(Sink &sink, const Schema &schema, const Node *root, const Wr
 }
 
 std::string_view written_operation(const Node *node, const WriteOptions &options) {
-    if (!options.operations) {
+    // A key names its entry, which carries the operation.
+    if (!options.operations || node->schema().is_key) {
         return {};
     }
     switch (node->operation) {

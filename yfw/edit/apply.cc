@@ -62,6 +62,37 @@ const Node *first_origin(const Node *node) {
     return origin;
 }
 
+struct Content {
+    bool sets = false;
+    bool deletes = false;
+};
+
+// What the nodes below do; keys apart.
+void inspect(const Node *parent, Content &content) {
+    for (const Node *node = parent->first(); node != nullptr && !content.sets; node = node->next()) {
+        if (node->schema().is_key) {
+            continue;
+        }
+        if (node->is_delete()) {
+            content.deletes = true;
+        } else if (!node->schema().is_inner() || node->operation != YFW_OP_NONE) {
+            content.sets = true;
+        } else {
+            inspect(node, content);
+        }
+    }
+}
+
+// Whether an entry is there for the deletes in it alone; of an empty one the request's node tells.
+bool only_deletes(const Node *entry) {
+    Content content;
+    inspect(entry, content);
+    if (!content.sets && !content.deletes && entry->origin != nullptr) {
+        inspect(entry->origin, content);
+    }
+    return content.deletes && !content.sets;
+}
+
 // A node of the edit as the operations see it.
 class Target {
   public:
@@ -81,13 +112,13 @@ class Target {
 
 class Application {
   public:
-    explicit Application(Transaction &transaction) : transaction_(transaction), key_(root_key) {}
+    Application(Transaction &transaction, Arena &arena) : transaction_(transaction), arena_(arena), key_(root_key) {}
 
     void run(const Node *root, Operation around);
 
   private:
     struct Pending {
-        const Node *entry;
+        Node *entry;
         Operation around;
         bool is_first; // nothing was stored of what it lies in
     };
@@ -118,8 +149,8 @@ class Application {
     void leave(const Node *node);
     void apply_children(const Node *parent, Operation around);
     void apply_entry(const Pending &pending);
-    bool append_keys(const Node *entry);
-    bool find_only_entry(const Node *entry);
+    bool append_keys(Node *entry);
+    bool find_only_entry(Node *entry);
     void check_max_elements() const;
     void check_deletes() const;
 
@@ -130,6 +161,7 @@ class Application {
     };
 
     Transaction &transaction_;
+    Arena &arena_;
     std::string key_; // of the level at work
     std::vector<std::unique_ptr<Level>> levels_;
     std::size_t depth_ = 0; // levels in use; those beyond keep their memory
@@ -185,7 +217,7 @@ class Application::Container : public Target {
         });
     }
     void ensure() override {
-        if (has_presence(node()->schema())) {
+        if (node()->schema().presence) {
             const Number number = application_.transaction_.ensure_number(node()->schema());
             level_.changed |= level_.record.set(number, {});
         }
@@ -255,7 +287,7 @@ class Application::Value : public Target {
 
 Operation Application::none(const Target &target) {
     const SchemaNode &schema = target.node()->schema();
-    const bool is_level = schema.kind == NodeKind::list || has_presence(schema);
+    const bool is_level = schema.kind == NodeKind::list || schema.presence;
     if (is_level && !target.exists()) {
         if (anything_acts(target.node())) {
             throw refusal(Reason::data_missing, target.node(), "does not exist");
@@ -361,7 +393,7 @@ void Application::leave(const Node *node) {
 }
 
 void Application::apply_children(const Node *parent, Operation around) {
-    for (const Node *node = parent->first(); node != nullptr; node = node->next()) {
+    for (Node *node = parent->first(); node != nullptr; node = node->next()) {
         const SchemaNode &schema = node->schema();
         if (schema.kind == NodeKind::list) {
             level_->pending.push_back({node, around, level_->is_new});
@@ -384,7 +416,7 @@ void Application::apply_children(const Node *parent, Operation around) {
 }
 
 void Application::apply_entry(const Pending &pending) {
-    const Node *node = pending.entry;
+    Node *node = pending.entry;
     const Operation operation = operation_of(node, pending.around);
     const SchemaNode &list = node->schema();
     const Number number = is_creating(operation) ? transaction_.ensure_number(list) : transaction_.number(list);
@@ -395,7 +427,12 @@ void Application::apply_entry(const Pending &pending) {
         throw refusal(Reason::missing_key, node, "is given without its key, and there is none that could be meant");
     }
     Entry entry(*this, node, list_size, is_named && !(pending.is_first && has_all_keys(node)));
-    if (apply(entry, operation)) {
+    if (operation == Operation::merge && !entry.exists() && only_deletes(node)) {
+        enter(std::nullopt);
+        level_->changed = false; // what is deleted in it is not found, and it stays away
+        apply_children(node, below(operation));
+        leave(node);
+    } else if (apply(entry, operation)) {
         enter(entry.record());
         apply_children(node, below(operation));
         leave(node);
@@ -403,7 +440,7 @@ void Application::apply_entry(const Pending &pending) {
 }
 
 // False when the entry is given without its keys and there is none.
-bool Application::append_keys(const Node *entry) {
+bool Application::append_keys(Node *entry) {
     const std::size_t list_size = key_.size();
     for (std::size_t key = 0; key < entry->schema().keys.size(); ++key) {
         const char *value = key_value(entry, key);
@@ -420,7 +457,7 @@ bool Application::append_keys(const Node *entry) {
 }
 
 // An entry without its keys stands for the one that there is.
-bool Application::find_only_entry(const Node *entry) {
+bool Application::find_only_entry(Node *entry) {
     std::string only;
     for (EntryCursor stored(transaction_, key_); stored.next();) {
         std::string_view values = stored.values();
@@ -437,10 +474,17 @@ bool Application::find_only_entry(const Node *entry) {
             only = stored.key();
         }
     }
-    if (!only.empty()) {
-        key_ = only;
+    if (only.empty()) {
+        return false;
     }
-    return !only.empty();
+    std::string_view values = std::string_view(only).substr(key_.size());
+    std::string_view value;
+    for (const SchemaNode *key : entry->schema().keys) {
+        take_key_value(values, value);
+        set_value(arena_, ensure_child(arena_, entry, *key), value);
+    }
+    key_ = only;
+    return true;
 }
 
 // At the end only: an edit may take an entry out and put another one in.
@@ -488,8 +532,8 @@ void Application::run(const Node *root, Operation around) {
 
 } // namespace
 
-void apply_edit(Transaction &transaction, const Node *edit, bool default_none) {
-    Application(transaction).run(edit, default_none ? Operation::none : Operation::merge);
+void apply_edit(Transaction &transaction, Arena &arena, Node *edit, bool default_none) {
+    Application(transaction, arena).run(edit, default_none ? Operation::none : Operation::merge);
 }
 
 } // namespace yfw

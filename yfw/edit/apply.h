@@ -12,6 +12,9 @@ namespace yfw {
 // One delete of a request may become several native ones, of which not all need find something: a request's delete is
 // refused when none of them did. Deletes of nodes that have the same origin, or origins with a common origin of their
 // own, count as one.
-void apply_edit(Transaction &transaction, const Node *edit, bool default_none);
+//
+// An entry whose keys are missing stands for the only one that is stored, and gets its keys. Deletes alone do not bring
+// the entry that they lie in into being.
+void apply_edit(Transaction &transaction, Arena &arena, Node *edit, bool default_none);
 
 } // namespace yfw

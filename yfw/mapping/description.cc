@@ -87,7 +87,8 @@ MappingDescription read_mapping(const std::filesystem::path &file) {
     }
     const Context context(created, &ly_ctx_destroy);
     if (ly_ctx_load_module(created, "yfw-mapping", nullptr, nullptr) == nullptr) {
-        fail(file, created);
+        throw Unusable("the mapping description " + file.string() +
+                       " cannot be used: its YANG module yfw-mapping.yang must lie beside it");
     }
     lyd_node *parsed = nullptr;
     const LY_ERR status =

@@ -14,9 +14,9 @@ struct MappingEntry {
     Service served = Service::callback;
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
-    std::string target;   // of Service::copy
+    std::string target;             // of Service::copy
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
-    bool covered = false; // deletes of an outer node take it along
+    bool covered = false;           // deletes of an outer node take it along
 };
 
 struct MappingHelper {

@@ -7,15 +7,31 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <string_view>
 
 namespace {
 
 struct alignas(std::max_align_t) Header {
     std::uint64_t size;
+    bool is_name_space;
 };
 
 std::int64_t blocks = 0;
+std::int64_t name_space_blocks = 0;
 std::uint64_t failing = 0;
+
+// All of the text or nothing of it.
+int copy_bounded(char *target, std::size_t size, const char *text, std::size_t length) {
+    if (target == nullptr || size == 0) {
+        return 1;
+    }
+    const bool fits = text != nullptr && length < size;
+    if (fits) {
+        std::memcpy(target, text, length);
+    }
+    target[fits ? length : 0] = '\0';
+    return fits ? 0 : 1;
+}
 
 } // namespace
 
@@ -23,6 +39,9 @@ namespace yfw::memory {
 
 std::int64_t outstanding() {
     return blocks;
+}
+std::int64_t name_spaces() {
+    return name_space_blocks;
 }
 void fail_after(std::uint64_t count) {
     failing = count;
@@ -32,7 +51,7 @@ void fail_after(std::uint64_t count) {
 
 extern "C" {
 
-void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *, int) {
+void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *tag, int) {
     if (failing != 0 && --failing == 0) {
         return nullptr;
     }
@@ -45,7 +64,9 @@ void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *, int) {
         return nullptr;
     }
     header->size = total;
+    header->is_name_space = std::string_view(tag).ends_with(" NS");
     ++blocks;
+    name_space_blocks += header->is_name_space ? 1 : 0;
     return header + 1;
 }
 
@@ -57,6 +78,7 @@ void vnos_named_free(void *memory) {
     // It may have held a password.
     explicit_bzero(memory, header->size);
     --blocks;
+    name_space_blocks -= header->is_name_space ? 1 : 0;
     std::free(header);
 }
 
@@ -73,21 +95,11 @@ char *yfw_strdup(const char *text, const char *tag) {
 }
 
 int yfw_strncpy_s(char *target, size_t size, const char *text, size_t count) {
-    if (target == nullptr || size == 0) {
-        return 1;
-    }
-    const std::size_t length = text == nullptr ? size : strnlen(text, count);
-    if (length >= size) {
-        target[0] = '\0';
-        return 1;
-    }
-    std::memcpy(target, text, length);
-    target[length] = '\0';
-    return 0;
+    return copy_bounded(target, size, text, text == nullptr ? 0 : strnlen(text, count));
 }
 
 int yfw_strcpy_s(char *target, size_t size, const char *text, const char *) {
-    return yfw_strncpy_s(target, size, text, std::numeric_limits<size_t>::max());
+    return copy_bounded(target, size, text, text == nullptr ? 0 : std::strlen(text));
 }
 
 char *utoa(uint32_t value, char *buffer, int base) {

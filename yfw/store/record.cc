@@ -3,8 +3,6 @@
 #include "error.h"
 #include "schema.h"
 
-#include <libyang/libyang.h>
-
 #include <algorithm>
 
 namespace yfw {
@@ -36,10 +34,6 @@ bool take_key_value(std::string_view &key, std::string_view &value) {
     value = key.substr(0, end);
     key.remove_prefix(end + 1);
     return true;
-}
-
-bool has_presence(const SchemaNode &container) {
-    return container.kind == NodeKind::container && (container.compiled->flags & LYS_PRESENCE) != 0;
 }
 
 bool lies_in(const SchemaNode &node, const SchemaNode &container) {

@@ -27,8 +27,6 @@ void append_key_value(std::string &key, std::string_view value);
 bool take_number(std::string_view &key, Number &number);
 bool take_key_value(std::string_view &key, std::string_view &value);
 
-// Whether a container is more than the sum of its children, so that the store has to remember it.
-bool has_presence(const SchemaNode &container);
 // Whether a node lies in a container without a list between.
 bool lies_in(const SchemaNode &node, const SchemaNode &container);
 // The lists of an entry or container, those within its containers too, but not those within lists.

@@ -5,6 +5,7 @@
 #include "vnos_platform.h"
 #include "walk/explain.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -33,18 +34,24 @@ enum class Outcome {
     skipped    // nothing is to be mapped below
 };
 
+// The child of a leaf or container, or the first entry.
+Node *first_of(const Node *parent, const SchemaNode &schema) {
+    const Entries *all = schema.repeats() ? entries(parent, schema) : nullptr;
+    return schema.repeats() ? (all == nullptr ? nullptr : all->first) : child(parent, schema);
+}
+
+Node *next_of(const Node *node) {
+    return node->schema().repeats() ? node->next_entry : nullptr;
+}
+
 class Walker {
   public:
-    Walker(Request &request, const Mapping &mapping) : request_(request), mapping_(mapping) {}
+    Walker(Request &request, const Mapping &mapping, const ExistingEntries &existing)
+        : request_(request), mapping_(mapping), existing_(existing) {}
 
     void visit_children(Node *node) {
         for (const SchemaNode *below : node->schema().children) {
-            if (below->repeats()) {
-                const Entries *all = entries(node, *below);
-                for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
-                    visit(entry);
-                }
-            } else if (Node *next = child(node, *below); next != nullptr) {
+            for (Node *next = first_of(node, *below); next != nullptr; next = next_of(next)) {
                 visit(next);
             }
         }
@@ -54,6 +61,9 @@ class Walker {
 
   private:
     void visit(Node *node);
+    // A node that an outer delete or replace added to the request.
+    bool is_expanded(const Node *node) const { return !request_.is_read() && (node->flags & YFW_NODE_PRESENT) == 0; }
+    void report(const Node *node, const std::string &note);
     Outcome serve(Node *node);
     Outcome outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before);
     bool left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before);
@@ -62,10 +72,14 @@ class Walker {
     cerrno call_toplevel(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
     cerrno call_copy(const Node *node, const SchemaNode &target);
+    bool exists(const Node *entry);
     void expand_edit(Node *node, std::uint32_t operation);
+    [[nodiscard]] bool is_expandable(const Node *node, const SchemaNode &below, bool deletes) const;
+    void expand_list(Node *node, const SchemaNode &list, std::uint32_t operation);
 
     Request &request_;
     const Mapping &mapping_;
+    const ExistingEntries &existing_;
     WalkResult result_;
 };
 
@@ -73,14 +87,16 @@ void Walker::visit(Node *node) {
     const SchemaNode &schema = node->schema();
     if (!mapping_.reaches(schema)) {
         // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
-        if (!request_.is_read() && !schema.is_key) {
-            result_.not_mapped.push_back(instance_path(node));
+        if (!schema.is_key) {
+            report(node, {});
         }
         return;
     }
     const ExpansionScope scope(request_.fields());
     request_.enter(node);
     const std::uint32_t operation = node->operation; // callbacks change it
+    const std::uint64_t deletes_before = request_.counts.deletes;
+    const std::size_t reported_before = result_.not_mapped.size();
     const Outcome outcome = serve(node);
     const bool deletes = operation == YFW_OP_DELETE || operation == YFW_OP_REMOVE;
     if (outcome != Outcome::skipped && !(outcome == Outcome::written && deletes) && schema.is_inner()) {
@@ -90,7 +106,23 @@ void Walker::visit(Node *node) {
         }
         visit_children(node);
     }
+    const bool came_to_nothing = request_.counts.deletes == deletes_before &&
+                                 result_.not_mapped.size() == reported_before && !request_.fields().entire_bgp_delete;
+    if (operation == YFW_OP_DELETE && schema.is_inner() && !is_expanded(node) && came_to_nothing) {
+        throw Refused(Reason::data_missing, instance_path(node), "there is nothing to delete");
+    }
     request_.leave();
+}
+
+// Tells the client of a node of an edit that came to nothing.
+void Walker::report(const Node *node, const std::string &note) {
+    if (request_.is_read() || is_expanded(node)) {
+        return;
+    }
+    result_.not_mapped.push_back(instance_path(node));
+    if (!note.empty()) {
+        result_.notes.push_back(instance_path(node) + ": " + note);
+    }
 }
 
 Outcome Walker::serve(Node *node) {
@@ -101,13 +133,12 @@ Outcome Walker::serve(Node *node) {
     if (binding->entry->served == Service::key) {
         return Outcome::structure;
     }
-    if (binding->entry->served == Service::protocol_list && !request_.is_read() && !is_bgp_entry(*node)) {
-        result_.not_mapped.push_back(instance_path(node));
-        return Outcome::structure;
+    if (binding->entry->served == Service::protocol_list && !is_bgp_entry(*node)) {
+        report(node, {});
+        return Outcome::skipped;
     }
     if (!request_.is_read() && !node->schema().config && binding->entry->served == Service::callback) {
-        result_.not_mapped.push_back(instance_path(node));
-        result_.notes.push_back(instance_path(node) + ": state cannot be edited");
+        report(node, "state cannot be edited");
         return Outcome::skipped;
     }
     const Request::Counts before = request_.counts;
@@ -116,6 +147,9 @@ Outcome Walker::serve(Node *node) {
     Explanation explanation(request_);
     const cerrno code = call(node, *binding);
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
+        if (is_expanded(node)) {
+            return Outcome::skipped; // the client has not asked for it, and there is nothing to delete
+        }
         const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
         const Refused refusal(code, path, explanation.reason(code, [&] { call(node, *binding); }));
         if (!request_.is_read()) {
@@ -126,11 +160,7 @@ Outcome Walker::serve(Node *node) {
     }
     const Outcome outcome = outcome_of(node, *binding, code, before);
     if (!request_.is_read() && left_alone(node, *binding, outcome, before)) {
-        result_.not_mapped.push_back(instance_path(node));
-        const std::string reason = explanation.message([&] { call(node, *binding); });
-        if (!reason.empty()) {
-            result_.notes.push_back(instance_path(node) + ": " + reason);
-        }
+        report(node, explanation.message([&] { call(node, *binding); }));
     }
     return outcome;
 }
@@ -189,11 +219,15 @@ bool Walker::in_vrf() {
     return name != nullptr && std::string_view(name) != "default" && std::string_view(name) != "DEFAULT";
 }
 
-// In a VRF the native instance is shared with others: creating or replacing the VRF's protocol must not create or
-// replace the instance. The replace then works by what is below.
+// The native instance is shared by the default VRF and the others. Replacing one's protocol replaces what is below, and
+// creating a VRF's creates the VRF.
 cerrno Walker::call_toplevel(Node *node, const Binding &binding) {
-    const bool shared = in_vrf() && (node->operation == YFW_OP_CREATE || node->operation == YFW_OP_REPLACE);
     const std::uint32_t operation = node->operation;
+    const bool creates = operation == YFW_OP_CREATE && in_vrf();
+    if (creates && exists(node->up())) {
+        throw Refused(Reason::data_exists, instance_path(node->up()), "the protocol entry exists already");
+    }
+    const bool shared = creates || operation == YFW_OP_REPLACE;
     if (shared) {
         node->set_operation(YFW_OP_NONE);
     }
@@ -206,6 +240,16 @@ cerrno Walker::call_toplevel(Node *node, const Binding &binding) {
         }
     }
     return code;
+}
+
+// Whether the store holds a list entry.
+bool Walker::exists(const Node *entry) {
+    EntryKeys keys;
+    for (std::size_t key = 0; key < entry->schema().keys.size(); ++key) {
+        keys.emplace_back(key_value(entry, key) == nullptr ? "" : key_value(entry, key));
+    }
+    const std::vector<EntryKeys> existing = existing_(entry->up(), entry->schema());
+    return std::find(existing.begin(), existing.end(), keys) != existing.end();
 }
 
 cerrno Walker::call_select(Node *node, const Binding &binding) {
@@ -250,23 +294,50 @@ void Walker::expand_edit(Node *node, std::uint32_t operation) {
     if (deletes && request_.fields().del_expansion_mode != YFW_EXPAND_ON) {
         return;
     }
+    const std::uint32_t absent = deletes ? operation : std::uint32_t{YFW_OP_REMOVE};
+    const bool adds = deletes || operation == YFW_OP_REPLACE;
     for (const SchemaNode *below : node->schema().children) {
-        const Binding *binding = mapping_.find(*below);
-        if (!mapping_.reaches(*below) || below->is_key) {
+        if (!mapping_.reaches(*below) || below->is_key || !below->config) {
             continue;
         }
-        const bool covered = binding != nullptr && (binding->entry->covered || binding->entry->served == Service::key);
-        const Entries *all = below->repeats() ? entries(node, *below) : nullptr;
-        Node *present = below->repeats() ? (all == nullptr ? nullptr : all->first) : child(node, *below);
-        if (present == nullptr && !covered && (deletes || (operation == YFW_OP_REPLACE && !below->mandatory))) {
-            ensure_child(request_.arena(), node, *below)
-                ->set_operation(deletes ? operation : std::uint32_t{YFW_OP_REMOVE});
-        }
-        for (; present != nullptr; present = below->repeats() ? present->next_entry : nullptr) {
+        for (Node *present = first_of(node, *below); present != nullptr; present = next_of(present)) {
             if (deletes || !present->op_is_set()) {
                 present->set_operation(operation);
             }
         }
+        if (adds && below->kind == NodeKind::list) {
+            expand_list(node, *below, absent);
+        } else if (adds && first_of(node, *below) == nullptr && is_expandable(node, *below, deletes)) {
+            ensure_child(request_.arena(), node, *below)->set_operation(absent);
+        }
+    }
+}
+
+// Not a leaf that a replace cannot do without, one that repeats a key, or one that goes with its deleted list entry.
+bool Walker::is_expandable(const Node *node, const SchemaNode &below, bool deletes) const {
+    const Binding *binding = mapping_.find(below);
+    if ((below.mandatory && !deletes) || (binding != nullptr && binding->entry->served == Service::key)) {
+        return false;
+    }
+    const Node *entry = node;
+    while (entry->up() != nullptr && entry->schema().kind != NodeKind::list) {
+        entry = entry->up();
+    }
+    return binding == nullptr || !binding->entry->covered || !entry->is_delete();
+}
+
+// The entries that exist and that the request does not name.
+void Walker::expand_list(Node *node, const SchemaNode &list, std::uint32_t operation) {
+    for (const EntryKeys &keys : existing_(node, list)) {
+        const std::vector<std::string_view> values(keys.begin(), keys.end());
+        if (find_entry(node, list, values) != nullptr) {
+            continue;
+        }
+        Node *entry = open_entry(request_.arena(), node, list);
+        for (std::size_t key = 0; key < keys.size(); ++key) {
+            set_value(request_.arena(), ensure_child(request_.arena(), entry, *list.keys[key]), keys[key]);
+        }
+        complete_entry(request_.arena(), entry)->set_operation(operation);
     }
 }
 
@@ -301,8 +372,8 @@ void expand_leaves(Request &request, const Mapping &mapping, Node *node, bool st
 
 } // namespace
 
-WalkResult walk(Request &request, const Mapping &mapping) {
-    Walker walker(request, mapping);
+WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing) {
+    Walker walker(request, mapping, existing);
     walker.visit_children(request.source());
     return walker.take_result();
 }

@@ -5,6 +5,7 @@
 #include "mapping/mapping.h"
 #include "request/request.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,10 +18,16 @@ struct WalkResult {
     std::vector<std::pair<const Node *, Refused>> unanswered; // of a read: nodes whose callback refused
 };
 
+using EntryKeys = std::vector<std::string>; // the values of an entry's keys, in the schema's order
+
+// Tells which entries of an OpenConfig list exist already.
+using ExistingEntries = std::function<std::vector<EntryKeys>(const Node *parent, const SchemaNode &list)>;
+
 // Maps the request's source into its destination: an edit, or, for the kinds of a read, the declaration of the native
 // paths that answer it. When a callback refuses, an edit throws Refused with the path, the reason in words and the
 // code; a read goes on without that node.
-WalkResult walk(Request &request, const Mapping &mapping);
+// existing is for edits, which delete or replace by it what the request does not name.
+WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing);
 
 // Completes the tree of a read: below its innermost nodes come all nodes that are served; list entries without keys
 // stand for all. state: nodes of state are wanted too.
