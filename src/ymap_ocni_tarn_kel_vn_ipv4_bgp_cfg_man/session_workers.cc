@@ -124,11 +124,11 @@ cerrno vn_map_interval(const ymap_frame &frame, const cidl_yfw_datatree *src, ci
     if (src == nullptr || dst == nullptr) {
         return ymap_refuse_arguments(frame);
     }
+    if (vn_node_is(src, "minimum-interval-msecs")) {
+        return 0; // written with the seconds
+    }
     const char *container = vn_container(frame.ctx, record.container);
     const char *seconds = vn_leaf(frame.ctx, container, "minimum-interval");
-    if (vn_node_is(src, "minimum-interval-msecs")) {
-        return 0; // the seconds' call writes both
-    }
     const char *msecs = vn_leaf(frame.ctx, container, "minimum-interval-msecs");
     char text[20];
     std::snprintf(text, sizeof(text), "%u.%03u", seconds == nullptr ? 0 : vn_number(seconds),
