@@ -32,13 +32,16 @@ const std::string no_as = none_found +
                           "TRC: No AS number under the instance: core. First create the AS number and then edit "
                           "under BGP\nerror path: AS number NOT alreadycreated under instance\n-> aaf2a000";
 
-template <typename Function>
-Function *exported(const std::string &name) {
+inline void *find_exported(const std::string &name) {
     static const Plugin plugin(YFW_PLUGIN);
     static const cerrno bound = reinterpret_cast<cerrno (*)()>(plugin.find("yfw_bgpcfg_sysdb_init"))();
     void *found = bound == 0 ? plugin.find(name) : nullptr;
-    return found != nullptr ? reinterpret_cast<Function *>(found)
-                            : throw std::invalid_argument("not exported: " + name);
+    return found != nullptr ? found : throw std::invalid_argument("not exported: " + name);
+}
+
+template <typename Function>
+Function *exported(const std::string &name) {
+    return reinterpret_cast<Function *>(find_exported(name));
 }
 
 // Long paths as the expectations write them.
@@ -66,7 +69,7 @@ inline std::string hex(cerrno code) {
     return (std::ostringstream() << std::hex << code).str();
 }
 
-// Adds, messages and error paths in their order. Start and End are counted, not kept.
+// Adds, messages and error paths in their order. A Start and its End are counted, not kept.
 class Journal {
   public:
     Log log{Log::Level::trace, true, nullptr};
@@ -77,8 +80,9 @@ class Journal {
             const std::string &trace = log.trace()[read_];
             EXPECT_EQ(log.debug_lines().at(read_), std::regex_replace(trace, form, "$1$2YFW: $3$4"));
             const std::string message = std::regex_replace(trace, form, "$1$2$4");
-            open_ += message == "TRC: Start" ? 1 : message == "TRC: End" ? -1 : 0;
-            lines_ += message == "TRC: Start" || message == "TRC: End" ? "" : message + '\n';
+            const bool ends = message == "TRC: End" && open_ > 0;
+            open_ += message == "TRC: Start" ? 1 : ends ? -1 : 0;
+            lines_ += message == "TRC: Start" || ends ? "" : message + '\n';
         }
         lines_ += line;
     }
@@ -163,7 +167,9 @@ class Scene {
         for (Node *level = node; level->up() != nullptr; level = level->up()) {
             levels.push_back(level);
         }
-        fields.path_depth = 0;
+        while (request.current() != nullptr) {
+            request.leave();
+        }
         std::for_each(levels.rbegin(), levels.rend(), [this](Node *level) { request.enter(level); });
         return node;
     }
