@@ -50,7 +50,7 @@ inline void ymap_frame_close(const ymap_frame *frame) {
 
 // Opens a callback: the context is there, and every way out writes one End.
 #define YMAP_FRAME_END_ONLY(ctx)                                                                                       \
-    YMAP_ASSERT(NULL != (ctx), "NULL != ctx");                                                                         \
+    YMAP_ASSERT(nullptr != (ctx), "NULL != ctx");                                                                         \
     static int32_t ymap_end_cell = -1;                                                                                 \
     [[maybe_unused]] const ymap_frame frame __attribute__((cleanup(ymap_frame_close))) =                               \
         ymap_frame_open(ctx, __func__, __LINE__, &ymap_end_cell)
@@ -112,7 +112,7 @@ struct oc_bgp_ctx_t {
 };
 
 inline oc_bgp_ctx_t *oc_bgp_get_bgp_ctx(yfw_map_ctx ctx) {
-    YMAP_ASSERT(ctx->req_ctx->common_data_ptr != NULL, "ctx->req_ctx->common_data_ptr != NULL");
+    YMAP_ASSERT(ctx->req_ctx->common_data_ptr != nullptr, "ctx->req_ctx->common_data_ptr != NULL");
     return static_cast<oc_bgp_ctx_t *>(ctx->req_ctx->common_data_ptr);
 }
 

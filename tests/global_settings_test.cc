@@ -12,7 +12,8 @@ const std::string helper_only = "/bgp/global/graceful-restart/config/helper-only
 
 // With the operation that the node is left with.
 std::string called(Scene &scene, const std::string &callback, const Node *node) {
-    return scene.run<Callback>(callback.c_str(), node, scene.destination) + ' ' + operation_text(node);
+    const std::string result = scene.run<Callback>(callback.c_str(), node, scene.destination);
+    return result + ' ' + operation_text(node);
 }
 
 // A callback, its node and its native node below the global containers; "#" there: below the address family.
@@ -160,16 +161,17 @@ TEST(GlobalSettings, KeepAPurgeTimeThatIsThere) {
     const std::string written = restart + "-purge-time=600 <none>\n-> 0 none", leaf = protocol("DEFAULT") + helper_only,
                       as = protocol("DEFAULT") + "/bgp/global/config/as",
                       time = "~/default-vrf/global/graceful-restart-purge-time=";
-    // Reported as a failure would be, with an End of its own.
+    // Reported as a failure is, with an End of its own, which is one too many.
+    const std::string unset = restart + "-purge-time=600 <none>\nTRC: End\n-> 0 none";
     const std::string none = none_found +
                              "TRC: No AS number under the instance: core. First create the AS number and then edit "
-                             "under BGP\nerror path: AS number NOT already created under instance\nTRC: End\n";
+                             "under BGP\nerror path: AS number NOT already created under instance\n";
     for (const auto &[stored, request_as, expected] : std::initializer_list<std::array<std::string, 3>>{
              {"~/bgp-running=\n" + time + "30\n", "", "-> 0 none"},
              {"~/bgp-running=\n" + time + "0\n", "", written},
              {"~/bgp-running=\n", "", written},
-             {time + "30\n", "", none + written}, // no AS is running
-             {"", "", none + written},
+             {time + "30\n", "", none + unset}, // no AS is running
+             {"", "", none + unset},
              {time + "30\n", as + "=65000", "-> 0 none"}, // the request's AS comes first
              {"~/bgp-running=\n" + time + "30\n", as + "=65001", written},
              {"~/bgp-running=\n" + time + "30\n", as, "-> 0 none"}}) {
@@ -256,7 +258,7 @@ TEST(GlobalSelections, MarkWhatApplies) {
           {"oc_bgp_gbl_af_config", protocol("blue") + families + "/afi-safi/config{delete}", 2U, 2, "010"},
           {"oc_bgp_gbl_af_config", protocol("") + families + "/afi-safi/config", 0U, 3, "110"},
           // No refusal in an edit of a state level, unlike for a router id.
-          {"oc_bgp_gbl_af_config", protocol("Default") + families + "/afi-safi/state/enabled", 2U, 2, "010"}}) {
+          {"oc_bgp_gbl_af_config", protocol("Default") + bgp_global + "/state/router-id", 2U, 2, "010"}}) {
         Scene scene(kind);
         scene.map(mapped);
         std::array<xpath_list_type_t, 3> offered{};

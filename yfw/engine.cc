@@ -116,7 +116,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     const WalkResult result = walk(*request, mapping_, nullptr);
     for (const auto &[node, refusal] : result.unanswered) {
         if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
-            throw refusal;
+            throw Refused(refusal);
         }
     }
     return request;

@@ -153,7 +153,7 @@ Outcome Walker::serve(Node *node) {
         const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
         const Refused refusal(code, path, explanation.reason(code, [&] { call(node, *binding); }));
         if (!request_.is_read()) {
-            throw refusal;
+            throw Refused(refusal);
         }
         result_.unanswered.emplace_back(node, refusal);
         return Outcome::skipped;
