@@ -40,7 +40,8 @@ class At {
         }
     }
 
-    template <class Function> Function find(const char *name) const {
+    template <class Function>
+    Function find(const char *name) const {
         void *function = plugin_.find(name);
         if (function == nullptr) {
             throw std::runtime_error(std::string("the plug-in lacks ") + name);

@@ -1,5 +1,4 @@
-// The protocol entry and its "bgp" container: the native skeleton, the deletes of an instance and of a VRF, and the
-// helpers that tell the two forms of a native path apart.
+// The protocol entry and its "bgp" container: the native skeleton, and the deletes of an instance and of a VRF.
 #include "plugin_fixture.h"
 
 namespace yfw::test {
@@ -7,8 +6,8 @@ namespace {
 
 // With the operation that the node is left with and the delete expansion.
 std::string toplevel(Scene &scene, Node *bgp) {
-    return scene.run<ToplevelCallback>("oc_bgp_toplevel", bgp, 0, scene.destination) + ' ' + operation_text(bgp) + ' ' +
-           std::to_string(scene.fields.del_expansion_mode);
+    const std::string result = scene.run<ToplevelCallback>("oc_bgp_toplevel", bgp, 0, scene.destination);
+    return result + ' ' + operation_text(bgp) + ' ' + std::to_string(scene.fields.del_expansion_mode);
 }
 
 // Lines in which * stands for the operation that they carry.
@@ -84,7 +83,7 @@ TEST(Toplevel, DeletesAnInstanceOrAVrf) {
          });
 }
 
-// The arguments stand before the entry: "VRF" and "NAME", empty for null; the block's name stands behind the result.
+// Behind the result stand the name in the block and the operation of the "bgp" node.
 TEST(ProtocolList, KeepsTheNameAndDeclaresWhatAReadNeeds) {
     const auto keys = [](const std::string &letter, const std::string &vrf, const std::string &name) {
         const std::string end = letter == "B" ? " @ocni-bgp-oper\n" : " @ocni-bpm-oper\n",
@@ -92,30 +91,28 @@ TEST(ProtocolList, KeepsTheNameAndDeclaresWhatAReadNeeds) {
         return letter + "{}" + end + letter + "/name=" + vrf + end + entry + "{}" + end + entry + "/identifier=BGP" +
                end + entry + "/name" + name + end;
     };
-    struct Arguments {
-        std::string vrf, name, line, expected;
+    struct Call {
+        const char *vrf, *name;
+        std::string line, expected;
         std::uint32_t kind = YFW_KIND_READ_STATE, options = 0;
     };
-    const std::string named = "I{}\nI/instance-name=core\n";
-    for (const Arguments &row : std::vector<Arguments>{
-             {"", "core", "", named + "-> 0 core none", YFW_KIND_READ},
-             {"default", "core", "/state",
-              named + keys("B", "default", "=core") + keys("M", "default", "=core") + "-> 0 core none"},
-             {"", "", "", "I{}\n" + keys("B", "DEFAULT", "") + keys("M", "DEFAULT", "") + "-> 0  none"},
-             {"Default", "core", "{delete}", named + keys("B", "Default", "=core") + "-> 0 core none"},
-             {"blue", std::string(70, 'n'), "", "-> 0 " + std::string(64, 'n') + " none", YFW_KIND_EDIT},
-             {"blue", "core", "{delete}", "-> 0 core remove", YFW_KIND_EDIT, ~std::uint32_t{YFW_OPT_KEEP_BGP_TREE}},
-             {"blue", "core", "{remove}", "-> 0 core none", YFW_KIND_EDIT, YFW_OPT_KEEP_BGP_TREE},
-             {"blue", "core", "/state", "-> 0 earlier none", YFW_KIND_EDIT}}) {
-        SCOPED_TRACE(row.vrf + row.line);
+    const std::string named = "I{}\nI/instance-name=core\n", longest(70, 'n');
+    for (const Call &row :
+         {Call{nullptr, "core", "", named + "-> 0 core none", YFW_KIND_READ},
+          {"default", "core", "/state/name",
+           named + keys("B", "default", "=core") + keys("M", "default", "=core") + "-> 0 core none"},
+          {nullptr, nullptr, "", "I{}\n" + keys("B", "DEFAULT", "") + keys("M", "DEFAULT", "") + "-> 0  none"},
+          {"Default", "core", "{delete}", named + keys("B", "Default", "=core") + "-> 0 core none"},
+          {"blue", longest.c_str(), "", "-> 0 " + longest.substr(0, 64) + " none", YFW_KIND_EDIT},
+          {"blue", "core", "{delete}", "-> 0 core remove", YFW_KIND_EDIT, ~std::uint32_t{YFW_OPT_KEEP_BGP_TREE}},
+          {"blue", "core", "{remove}", "-> 0 core none", YFW_KIND_EDIT, YFW_OPT_KEEP_BGP_TREE},
+          {"blue", "core", "/state/name", "-> 0 earlier none", YFW_KIND_EDIT}}) {
         Scene scene(row.kind);
         const Node *bgp = scene.add(protocol("blue") + "/bgp");
-        const auto call = [&](const std::string &line, const std::string &name) {
-            const auto text = [](const std::string &of) {
-                return of.empty() ? nullptr : const_cast<char *>(of.c_str());
-            };
+        const auto call = [&](const std::string &line, const char *name) {
             return scene.run<ProtocolCallback>("oc_process_bgp_protocol_list", scene.map(protocol("blue") + line),
-                                               scene.destination, text(row.vrf), text(name));
+                                               scene.destination, const_cast<char *>(row.vrf),
+                                               const_cast<char *>(name));
         };
         memory::fail_after(1);
         EXPECT_EQ(call("", "lost"), "error path\n-> aaf29e00"); // before anything is added
@@ -138,46 +135,17 @@ TEST(Protocol, NamesTheInstanceAndFindsItsNode) {
               "TRC: oc_get_bgp_instance\nI/instance-name=core\n-> 0");
     Tree *edge = scene.add_native("/bgp/instance[instance-name=edge]"), *all = scene.destination;
     Tree *present = scene.add_native("/bgp/instance[instance-name=core]");
-    for (const auto &[tree, kind, name, wanted] :
-         std::initializer_list<std::tuple<Tree *, node_type, std::string, Tree *>>{
-             {all, YFW_NODE_LIST, "edge", edge},
-             {all, YFW_NODE_LIST, "core", present},
-             {all, YFW_NODE_LIST, "none", nullptr},
-             {edge, YFW_NODE_KEY, "core", edge->first_child},
-             {all, YFW_NODE_KEY, "core", nullptr},
-             {all, YFW_NODE_LEAF, "core", nullptr}}) {
+    using Search = std::tuple<Tree *, node_type, Tree *, std::string>;
+    for (const auto &[tree, kind, wanted, code] : {Search{all, YFW_NODE_LIST, present, "-> 0"},
+                                                   {edge, YFW_NODE_KEY, edge->first_child, "-> 0"},
+                                                   {edge->first_child, YFW_NODE_LIST, nullptr, "-> 79661400"},
+                                                   {all, YFW_NODE_KEY, nullptr, "-> 79661400"},
+                                                   {all, YFW_NODE_LEAF, nullptr, "-> 0"}}) {
         const Tree *found = config;
         using Finder = cerrno(yfw_map_ctx, Tree *, char *, node_type, const Tree **);
-        EXPECT_EQ(scene.run<Finder>("oc_bgp_get_instance_node", tree, const_cast<char *>(name.c_str()), kind, &found),
-                  wanted != nullptr || kind == YFW_NODE_LEAF ? "-> 0" : "-> 79661400");
-        EXPECT_EQ(found, wanted) << name << kind;
+        EXPECT_EQ(scene.run<Finder>("oc_bgp_get_instance_node", tree, core.data(), kind, &found), code);
+        EXPECT_EQ(found, wanted) << kind;
     }
-}
-
-TEST(VrfForms, FollowTheNetworkInstance) {
-    const std::string leaf = "/bgp/instance/instance-as/four-byte-as/default-vrf/global/router-id",
-                      vrf_leaf = "/bgp/instance/instance-as/four-byte-as/vrfs/vrf/vrf-global/router-id";
-    const std::string global = "F/default-vrf/global/router-id=1.1.1.1\n", vrf = "V/vrf-global/router-id=1.1.1.1\n";
-    // The answers to: default VRF? named? deleted? Then the adds of both forms, and of the first alone.
-    play({{{"/network-instances"}, "", "100 " + global + vrf + "-> 0" + global + "-> 0"},
-          {{network_instance("")}, "", "100 " + global + vrf + "-> 0" + global + "-> 0"},
-          {{network_instance("DEFAULT")}, "", "110 " + global + "-> 0" + global + "-> 0"},
-          {{network_instance("default") + "{delete}"}, "", "111 " + global + "-> 0" + global + "-> 0"},
-          {{network_instance("Default") + "{remove}"}, "", "011 " + vrf + "-> 0-> 0"},
-          {{network_instance("blue") + "{replace}"}, "", "010 " + vrf + "-> 0-> 0"}},
-         [&](Scene &scene, Node *) {
-             std::string result;
-             for (const char *test : {"yfw_map_oc_is_default_vrf_hierarchy", "yfw_map_oc_is_instance_present",
-                                      "yfw_oc_bgp_is_delete_on_vrf_node"}) {
-                 result += exported<bool(yfw_map_ctx)>(test)(&scene.request) ? '1' : '0';
-             }
-             using Add = cerrno(yfw_map_ctx, const Tree *, Tree *, const char *, const char *, const char *, int);
-             const Node *source = scene.add_native(protocol("blue") + "/bgp/global/config/router-id{delete}=1.1.1.1");
-             result += ' ' + scene.run<Add>("yfw_map_oc_add_path_flagged", source, scene.destination, leaf.c_str(),
-                                            vrf_leaf.c_str(), nullptr, 0);
-             return result + scene.run<Add>("yfw_map_oc_add_path_flagged", nullptr, scene.destination, leaf.c_str(),
-                                            nullptr, "1.1.1.1", 0);
-         });
 }
 
 } // namespace

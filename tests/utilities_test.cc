@@ -1,25 +1,17 @@
-// What the callbacks share: names, short texts, trees, address families.
+// What the callbacks share: names, short texts, address families, trees.
 #include "plugin_fixture.h"
-
-#include <set>
 
 namespace yfw::test {
 namespace {
 
 using NameTest = bool(const char *);
 using NameChoice = bool(const char *, const char **);
-using SlotGetter = cerrno(char **);
 using CaseCopy = char *(const char *);
 
 TEST(Names, TellTheDefaultVrf) {
-    for (const auto &[name, is_default] : std::initializer_list<std::pair<const char *, bool>>{{nullptr, true},
-                                                                                               {"default", true},
-                                                                                               {"DEFAULT", true},
-                                                                                               {"Default", false},
-                                                                                               {"", false},
-                                                                                               {"default ", false}}) {
-        const char *lower = nullptr;
-        const char *upper = nullptr;
+    for (const char *name : {static_cast<const char *>(nullptr), "default", "DEFAULT", "Default", "", "default "}) {
+        const bool is_default = name == nullptr || std::string(name) == "default" || std::string(name) == "DEFAULT";
+        const char *lower = nullptr, *upper = nullptr;
         EXPECT_EQ(exported<NameTest>("is_default_vrf")(name), is_default);
         EXPECT_EQ(exported<NameChoice>("default_vrf_to_lower")(name, &lower), is_default);
         EXPECT_EQ(exported<NameChoice>("default_vrf_to_upper")(name, &upper), is_default);
@@ -29,326 +21,259 @@ TEST(Names, TellTheDefaultVrf) {
 }
 
 TEST(Names, HandOutTextsOf64Slots) {
-    const auto get = exported<SlotGetter>("oc_bgp_string_buffer_get");
-    std::vector<char *> slots;
-    for (int call = 0; call < 65; ++call) {
-        char *slot = nullptr;
-        ASSERT_EQ(get(&slot), 0U);
-        ASSERT_NE(slot, nullptr);
+    std::vector<char *> slots(65);
+    for (char *&slot : slots) {
+        ASSERT_EQ(exported<cerrno(char **)>("oc_bgp_string_buffer_get")(&slot), 0U);
         EXPECT_STREQ(slot, "");
-        std::memset(slot, 'x', 511); // each is 512 bytes of its own
+        std::memset(slot, 'x', 511); // each has 512 bytes of its own
         slot[511] = '\0';
-        slots.push_back(slot);
     }
     EXPECT_EQ(slots.back(), slots.front());
     EXPECT_EQ(std::set<char *>(slots.begin(), slots.end()).size(), 64U);
     EXPECT_TRUE(std::all_of(slots.begin(), slots.end(), [](const char *slot) { return std::strlen(slot) == 511; }));
-
     EXPECT_STREQ(exported<CaseCopy>("ocni_vn2oc_str")("ipv4-Unicast_1"), "IPV4-UNICAST_1");
     EXPECT_STREQ(exported<CaseCopy>("ocni_oc2vn_str")("IPV4-Unicast_1"), "ipv4-unicast_1");
-    const std::string text(600, 'y');
-    EXPECT_EQ(exported<CaseCopy>("ocni_vn2oc_str")(text.c_str()), std::string(511, 'Y'));
-    EXPECT_STREQ(slots[4], std::string(511, 'x').c_str()); // the next one is untouched
+    EXPECT_EQ(exported<CaseCopy>("ocni_vn2oc_str")(std::string(600, 'y').c_str()), std::string(511, 'Y'));
+    EXPECT_EQ(slots[4], std::string(511, 'x')); // the next one is untouched
 }
 
 TEST(Names, TellAddressesRoughly) {
     for (const char *address : {"10.0.0.1", "10.999.x", "1.", "255.", "2001:db8::1", "ZZZZ:", "00ff:1", "1234:x"}) {
         EXPECT_TRUE(exported<NameTest>("ocni_bgp_is_ipaddr")(address)) << address;
     }
-    for (const char *other : {"0.1.2.3", "256.0.0.1", "x.1.1.1", ".1.1", "-1.1.1.1", "99999999999999999999.1",
-                              "fe8:1::1", "::1", "20010:1", "20g1:1", "20-1:1", "abc", "", "10"}) {
+    for (const char *other : {"0.1.2.3", "256.0.0.1", "x.1.1.1", ".1.1", "99999999999999999999.1", "fe8:1::1", "::1",
+                              "20010:1", "20g1:1", "20-1:1", "abc", ""}) {
         EXPECT_FALSE(exported<NameTest>("ocni_bgp_is_ipaddr")(other)) << other;
     }
 }
 
-using InPlace = int(char *);
-using InPlacePair = int(char *, char *);
+// Rewrites a text in place, by a function that also takes a protocol where one is given.
+std::string rewrite(const char *function, const std::string &family, const std::string &protocol = "") {
+    std::array<char, 26> first{};
+    std::array<char, 21> second{};
+    first[25] = second[20] = '#';
+    family.copy(first.data(), 24);
+    protocol.copy(second.data(), 19);
+    const bool pair = std::string_view(function).find("proto") != std::string_view::npos;
+    const int result = pair ? exported<int(char *, char *)>(function)(first.data(), second.data())
+                            : exported<int(char *)>(function)(first.data());
+    const std::string before = pair ? protocol : family, after = pair ? second.data() : first.data();
+    EXPECT_TRUE(before == after ? result != 0 : result == static_cast<int>(after.size())) << before << ' ' << result;
+    EXPECT_TRUE(first[25] == '#' && second[20] == '#');
+    return pair ? std::string(first.data()) + ' ' + after : after;
+}
 
 TEST(AddressFamilies, ConvertBothWaysAndLeaveTheUnknownAlone) {
-    const auto convert = [](const char *function, const std::string &text) {
-        std::array<char, 26> buffer{};
-        text.copy(buffer.data(), 24);
-        buffer[25] = '#';
-        const int count = exported<InPlace>(function)(buffer.data());
-        EXPECT_EQ(buffer[25], '#');
-        EXPECT_NE(count, 0);
-        EXPECT_TRUE(text == buffer.data() || count == static_cast<int>(std::strlen(buffer.data()))) << text;
-        return std::string(buffer.data());
-    };
-    std::set<std::string> names;
     Scene scene;
-    const std::string oc = protocol("DEFAULT") + "/bgp/global/afi-safis/afi-safi";
-    const std::string native =
-        "/bgp/instance[instance-name=core]/instance-as[as=0]/four-byte-as[as=1]/default-vrf/global/"
-        "global-afs/global-af";
-    const std::string native_list = "/bgp/instance/instance-as/four-byte-as/default-vrf/global/global-afs/global-af";
-    const std::string oc_list = "/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis/afi-safi";
-    using Converter = const char *(yfw_map_ctx, const void *, const void *, const char *);
-    const auto to_oc = [&](const std::string &name) {
-        scene.enter(native + (name.empty() ? "" : "[af-name=" + name + ']'));
-        const char *found = exported<Converter>("vn_bgp_afisafi_to_oc_bgp_afisafi")(&scene.request, nullptr, nullptr,
-                                                                                    native_list.c_str());
+    const auto convert = [&scene](const char *function, const std::string &entry, const std::string &key,
+                                  const std::string &name) {
+        scene.map(entry + (name.empty() ? "" : '[' + key + '=' + name + ']'));
+        const std::string list = std::regex_replace(entry, std::regex("\\[[^\\]]*\\]"), "");
+        const char *found = exported<const char *(yfw_map_ctx, const void *, const void *, const char *)>(function)(
+            &scene.request, nullptr, nullptr, list.c_str());
         return std::string(found == nullptr ? "-" : found);
+    };
+    const auto to_oc = [&](const std::string &name) {
+        return convert("vn_bgp_afisafi_to_oc_bgp_afisafi", core + "/default-vrf/global/global-afs/global-af", "af-name",
+                       name);
     };
     const auto to_native = [&](const std::string &name) {
-        scene.enter(oc + (name.empty() ? "" : "[afi-safi-name=" + name + ']'));
-        const char *found =
-            exported<Converter>("oc_bgp_afisafi_to_vn_bgp_afisafi")(&scene.request, nullptr, nullptr, oc_list.c_str());
-        return std::string(found == nullptr ? "-" : found);
+        return convert("oc_bgp_afisafi_to_vn_bgp_afisafi", protocol("blue") + "/bgp/global/afi-safis/afi-safi",
+                       "afi-safi-name", name);
     };
+    std::set<std::string> names;
     int shared = 0;
     for (std::uint32_t number = 0; number < 26; ++number) {
-        const std::string encoded = "0x" + hex(number) + '/';
-        const std::string name = convert("ymap_convert_af_sysdb_2_VN", encoded);
-        EXPECT_NE(name, encoded);
-        EXPECT_EQ(convert("ymap_convert_af_VN_2_sysdb", name), encoded);
-        names.insert(name);
-        const std::string identity = to_oc(name);
+        const std::string encoded = "0x" + hex(number) + '/', name = rewrite("ymap_convert_af_sysdb_2_VN", encoded),
+                          identity = to_oc(name);
+        EXPECT_EQ(rewrite("ymap_convert_af_VN_2_sysdb", name), encoded);
+        EXPECT_TRUE(names.insert(name).second && name != encoded) << name;
         shared += identity == "-" ? 0 : 1;
         EXPECT_TRUE(identity == "-" || to_native(identity) == name) << identity;
     }
-    EXPECT_EQ(names.size(), 26U);
     EXPECT_EQ(shared, 12);
-    EXPECT_EQ(convert("ymap_convert_af_VN_2_sysdb", "vpnv6-unicast"), "0x8/");
-    EXPECT_EQ(convert("ymap_convert_af_VN_2_sysdb", "all-address-family"), "0x19/");
-    EXPECT_EQ(convert("ymap_convert_af_sysdb_2_VN", "0x10/"), "vpnv4-multicast");
+    EXPECT_EQ(rewrite("ymap_convert_af_VN_2_sysdb", "vpnv6-unicast"), "0x8/");
+    EXPECT_EQ(rewrite("ymap_convert_af_VN_2_sysdb", "all-address-family"), "0x19/");
+    EXPECT_EQ(rewrite("ymap_convert_af_sysdb_2_VN", "0x10/"), "vpnv4-multicast");
     for (const char *unknown : {"0x1a/", "0x4", "0xA/", "IPV4-UNICAST", "ipv4-unicast ", ""}) {
-        EXPECT_EQ(convert("ymap_convert_af_VN_2_sysdb", unknown), unknown);
-        EXPECT_EQ(convert("ymap_convert_af_sysdb_2_VN", unknown), unknown);
+        EXPECT_EQ(rewrite("ymap_convert_af_VN_2_sysdb", unknown), unknown);
+        EXPECT_EQ(rewrite("ymap_convert_af_sysdb_2_VN", unknown), unknown);
     }
     EXPECT_EQ(to_oc("vpnv6-unicast") + to_oc("ipv6-sr-policy"), "L3VPN_IPV6_UNICASTSRTE_POLICY_IPV6");
     EXPECT_EQ(to_oc("ipv4-mdt") + to_oc("ipv4-multicast") + to_oc(""), "---");
     EXPECT_EQ(to_native("IPV4_MULTICAST") + to_native("ipv4_unicast") + to_native(""), "---");
-}
 
-TEST(AddressFamilies, ConvertWithTheProtocolOfATableConnection) {
-    struct Row {
-        const char *function, *family, *protocol, *expected;
-    };
-    const char *const sysdb = "ymap_convert_af_proto_sysdb_2_OC";
-    const char *const native = "ymap_convert_af_proto_VN_2_OC";
-    for (const Row &row : {Row{sysdb, "0x0", "0x0/", "IPV4 DIRECTLY_CONNECTED"}, Row{sysdb, "0x5", "0x3/", "IPV6 ISIS"},
-                           Row{sysdb, "0x0/", "0x1/", "0x0/ STATIC"}, Row{sysdb, "0x5", "0x2", "IPV6 0x2"},
-                           Row{native, "ipv4-unicast", "ospf-route", "IPV4 OSPF"},
-                           Row{native, "ipv6-unicast", "connected-routes", "IPV6 DIRECTLY_CONNECTED"},
-                           Row{native, "ipv6-multicast", "static-routes", "ipv6-multicast STATIC"},
-                           Row{native, "0x0", "0x0/", "0x0 0x0/"}}) {
-        std::array<char, 25> family{};
-        std::array<char, 20> protocol{};
-        std::strcpy(family.data(), row.family);
-        std::strcpy(protocol.data(), row.protocol);
-        const int count = exported<InPlacePair>(row.function)(family.data(), protocol.data());
-        EXPECT_EQ(std::string(family.data()) + ' ' + protocol.data(), row.expected);
-        EXPECT_TRUE(protocol.data() == std::string(row.protocol)
-                        ? count != 0
-                        : count == static_cast<int>(std::strlen(protocol.data())));
-    }
+    const char *const sysdb = "ymap_convert_af_proto_sysdb_2_OC", *const native = "ymap_convert_af_proto_VN_2_OC";
+    EXPECT_EQ(rewrite(sysdb, "0x0", "0x0/"), "IPV4 DIRECTLY_CONNECTED");
+    EXPECT_EQ(rewrite(sysdb, "0x0/", "0x3/"), "0x0/ ISIS");
+    EXPECT_EQ(rewrite(sysdb, "0x5", "0x2"), "IPV6 0x2");
+    EXPECT_EQ(rewrite(native, "ipv4-unicast", "ospf-route"), "IPV4 OSPF");
+    EXPECT_EQ(rewrite(native, "ipv6-multicast", "static-routes"), "ipv6-multicast STATIC");
+    EXPECT_EQ(rewrite(native, "ipv6-unicast", "0x0/"), "IPV6 0x0/");
 }
 
 TEST(Trees, FindTheInstanceOfARequest) {
-    const std::string no_name = "ERR: Missing bgp instance name\nerror path\n";
-    const std::string no_vrf = "ERR: vrf not found\nerror path\n";
-    for (const auto &[native, present, messages] : std::initializer_list<std::array<std::string, 3>>{
-             {"/bgp/instance", protocol("DEFAULT"), no_name},
-             {"/bgp/instance[instance-name=core]", protocol("blue"), no_vrf},
-             {"/bgp/instance[instance-name=core]", protocol("DEFAULT", "edge"), ""},
-             {"/bgp/instance[instance-name=core]", protocol("DEFAULT", "core", "ISIS"), ""},
-             {"/bgp/instance[instance-name=core]", protocol("DEFAULT"), "found"}}) {
+    const std::string none = "ERR: Missing bgp instance name\nerror path\n",
+                      no_vrf = "ERR: vrf not found\nerror path\n";
+    const std::string named = "/bgp/instance[instance-name=core]";
+    // What is mapped, what the tree holds; the messages, the level that is current then.
+    for (const auto &[mapped, held, messages, level] : std::initializer_list<std::array<std::string, 4>>{
+             {"/bgp/instance", protocol("DEFAULT"), none, ""},
+             {named, protocol("blue"), no_vrf, ""},
+             {named, protocol("DEFAULT", "edge"), "", "network-instance"},
+             {named, protocol("DEFAULT", "core", "ISIS"), "", "network-instance"},
+             {named, protocol("DEFAULT"), "", "protocol"}}) {
         Scene scene;
-        scene.enter(native);
-        const Node *wanted = scene.add_native(present);
-        scene.add_native(protocol("green", "core"));
-        const auto *found = exported<const Tree *(yfw_map_ctx, const Tree *)>("vn_bgp_search_instance")(
-            &scene.request, scene.request.destination());
-        EXPECT_EQ(scene.take_lines() + (found == nullptr ? "" : "found"), messages);
-        EXPECT_EQ(found, messages == "found" ? wanted : nullptr);
-        EXPECT_EQ(scene.request.current_list(), messages == "found" ? wanted
-                                                : messages.empty()  ? wanted->up()->up()
-                                                                    : nullptr);
-        EXPECT_TRUE(found == nullptr ||
-                    find_instance(scene.request.destination(),
-                                  "/network-instances/network-instance/protocols/protocol") == wanted);
+        scene.map(mapped);
+        const Node *wanted = scene.add_native(held);
+        scene.add_native(protocol("green"));
+        const Tree *found = exported<const Tree *(yfw_map_ctx, const Tree *)>("vn_bgp_search_instance")(
+            &scene.request, scene.destination);
+        EXPECT_EQ(scene.take(), messages);
+        EXPECT_EQ(found, level == "protocol" ? wanted : nullptr);
+        EXPECT_EQ(scene.request.current_list() == nullptr ? "" : scene.request.current_list()->name, level);
     }
 }
 
-TEST(Trees, GiveANodeItsOwnNamespace) {
+TEST(Trees, GiveANodeItsOwnNamespaceAndTellAStateLevel) {
     Scene scene;
-    Node *leaf = scene.add(protocol("DEFAULT") + "/config/name=core");
+    Node *leaf = scene.map(protocol("DEFAULT") + "/config/name=core");
     const char *const borrowed = leaf->name_space;
     const auto set = exported<void(Tree *, const char *)>("vn_bgp_set_type_ns");
     set(nullptr, "urn:a");
     set(leaf, "http://openconfig.net/yang/net");
-    EXPECT_EQ(leaf->name_space, borrowed);
-    EXPECT_EQ(leaf->flags & YFW_NODE_NS_SET, 0U);
+    EXPECT_TRUE(leaf->name_space == borrowed && (leaf->flags & YFW_NODE_NS_SET) == 0);
     for (const char *uri : {"urn:types:long", "urn:b"}) {
         set(leaf, uri);
         EXPECT_STREQ(leaf->name_space, uri);
         EXPECT_NE(leaf->flags & YFW_NODE_NS_SET, 0U);
     }
-    EXPECT_STREQ(exported<const char *(const Tree *, const void *)>("ocni_bgp_dummy_convert")(leaf, nullptr), "core");
+    EXPECT_EQ(exported<const char *(const Tree *, const void *)>("ocni_bgp_dummy_convert")(leaf, nullptr), leaf->value);
+    for (const auto &[line, in_state] :
+         {std::pair("/network-instances", false), {"/state", false}, {"/state/name", true}, {"/config/name", false}}) {
+        scene.map(line[1] == 'n' ? line : protocol("DEFAULT") + line);
+        EXPECT_EQ(exported<bool(yfw_map_ctx)>("yfw_map_ocbgpni_is_parent_state_node")(&scene.request), in_state)
+            << line;
+    }
 }
 
 TEST(Trees, SwitchDeleteExpansionOffAndOnAgain) {
-    struct Row {
-        std::string leaf, instance;
-        std::uint32_t mode, during, saved;
+    const auto off = exported<void(yfw_map_ctx, const Tree *, std::uint32_t *)>("oc_bgp_turnoff_del_expansion");
+    const auto restore = exported<void(yfw_map_ctx, const Tree *, std::uint32_t)>("oc_bgp_restore_saved_del_expansion");
+    struct Case {
+        std::string operation, instance;
+        std::uint32_t mode, during, saved, after; // 7 where nothing is saved
     };
-    constexpr std::uint32_t untouched = 77;
-    using Off = void(yfw_map_ctx, const Tree *, std::uint32_t *);
-    using Restore = void(yfw_map_ctx, const Tree *, std::uint32_t);
-    const auto off = exported<Off>("oc_bgp_turnoff_del_expansion");
-    for (const Row &row : {Row{"{delete}", "core", 1, 0, 1}, Row{"{remove}", "core", 2, 0, 2},
-                           Row{"{delete}", "core", 0, 0, untouched}, Row{"{delete}", "", 1, 1, untouched},
-                           Row{"{replace}", "core", 1, 1, untouched}, Row{"", "core", 2, 2, untouched}}) {
-        SCOPED_TRACE(row.leaf + row.instance);
+    for (const Case &row : {Case{"{delete}", "core", 1, 0, 1, 2},
+                            {"{remove}", "core", 2, 0, 2, 2},
+                            {"{delete}", "core", 0, 0, 7, 2},
+                            {"{delete}", "", 1, 1, 7, 2},
+                            {"{replace}", "core", 1, 1, 7, 0}}) {
         Scene scene;
-        std::uint32_t saved = untouched;
-        std::uint32_t &mode = scene.request.fields().del_expansion_mode;
-        const Node *node = scene.enter(protocol("DEFAULT") + "/bgp" + row.leaf);
+        std::uint32_t saved = 7, &mode = scene.fields.del_expansion_mode;
+        const Node *node = scene.map(protocol("DEFAULT") + "/bgp" + row.operation);
         EXPECT_DEATH(off(&scene.request, node, &saved), "ctx->req_ctx->common_data_ptr != NULL");
-        scene.run<ProtocolCallback>("oc_process_bgp_protocol_list", node, scene.request.destination(), nullptr,
+        scene.run<ProtocolCallback>("oc_process_bgp_protocol_list", node, scene.destination, nullptr,
                                     const_cast<char *>(row.instance.c_str()));
         mode = row.mode;
         off(&scene.request, nullptr, &saved);
         off(&scene.request, node, nullptr);
         EXPECT_EQ(mode, row.mode);
         off(&scene.request, node, &saved);
-        EXPECT_EQ(mode, row.during);
-        EXPECT_EQ(saved, row.saved);
+        EXPECT_TRUE(mode == row.during && saved == row.saved) << mode << saved;
         mode = 0;
-        const auto restore = exported<Restore>("oc_bgp_restore_saved_del_expansion");
         restore(&scene.request, nullptr, 2);
         restore(&scene.request, node, 0);
         EXPECT_EQ(mode, 0U);
         restore(&scene.request, node, 2);
-        EXPECT_EQ(mode, row.leaf == "{delete}" || row.leaf == "{remove}" ? 2U : 0U);
+        EXPECT_EQ(mode, row.after);
     }
 }
 
-TEST(Trees, TellAStateLevelAndFindByExpression) {
+TEST(Trees, FindByExpressionAndSetThePrefixOfAdds) {
     Scene scene;
-    const auto in_state = [&scene] {
-        return exported<bool(yfw_map_ctx)>("yfw_map_ocbgpni_is_parent_state_node")(&scene.request);
-    };
-    EXPECT_FALSE(in_state());
-    scene.enter(protocol("DEFAULT") + "/state");
-    EXPECT_TRUE(in_state());
-    scene.enter(protocol("DEFAULT") + "/state/name");
-    EXPECT_FALSE(in_state());
-
-    const Node *core = scene.add(protocol("DEFAULT"));
-    const Node *edge = scene.add(protocol("DEFAULT", "edge"));
-    using Finder = Tree *(yfw_map_ctx, const Tree *, const char *, const char *, std::uint32_t);
-    struct Row {
-        std::uint32_t form;
-        const char *argument, *expression;
-        const Tree *found;
-    };
+    Node *core_entry = scene.add(protocol("DEFAULT")), *edge = scene.add(protocol("DEFAULT", "edge"));
     const char *const format = "/protocols/protocol[identifier=BGP][name=%s]";
-    for (const Row &row : {Row{2, "core", format, core}, Row{2, "edge", format, edge}, Row{2, "none", format, nullptr},
-                           Row{1, "core", format, nullptr}, Row{1, nullptr, "/protocols/protocol", edge},
-                           Row{3, nullptr, "protocols", core->up()}, Row{4, "core", format, nullptr},
-                           Row{0, nullptr, "protocols", nullptr}}) {
-        EXPECT_EQ(exported<Finder>("oc_bgp_find_node_in_subtree")(&scene.request, core->up()->up(), row.argument,
-                                                                  row.expression, row.form),
-                  row.found)
-            << row.form << row.expression;
+    for (const auto &[form, argument, expression, found] :
+         std::initializer_list<std::tuple<std::uint32_t, const char *, const char *, Tree *>>{
+             {2, "core", format, core_entry},
+             {2, "none", format, nullptr},
+             {1, "core", format, nullptr},
+             {1, nullptr, "/protocols/protocol", edge},
+             {3, nullptr, "protocols", core_entry->up()},
+             {4, "core", format, nullptr}}) {
+        using Finder = Tree *(yfw_map_ctx, const Tree *, const char *, const char *, std::uint32_t);
+        EXPECT_EQ(exported<Finder>("oc_bgp_find_node_in_subtree")(&scene.request, core_entry->up()->up(), argument,
+                                                                  expression, form),
+                  found)
+            << form << expression;
     }
-}
-
-TEST(Trees, SetThePrefixOfAdds) {
-    using Setter = cerrno(yfw_map_ctx, const char *);
-    const auto set = exported<Setter>("yfw_map_set_trim_path_list_ctx");
+    const auto set = exported<cerrno(yfw_map_ctx, const char *)>("yfw_map_set_trim_path_list_ctx");
     EXPECT_EQ(set(nullptr, "/bgp"), 0xaaf29e00U);
-    Scene scene;
     for (const std::string prefix : {"/bgp/instance", "", "/vrfs"}) {
         EXPECT_EQ(set(&scene.request, prefix.c_str()), 0U);
-        EXPECT_EQ(scene.request.fields().trim_path, prefix);
+        EXPECT_EQ(scene.fields.trim_path, prefix);
     }
     memory::fail_after(1);
     EXPECT_EQ(set(&scene.request, "/bgp"), 0xaaf29e00U);
-    EXPECT_EQ(scene.request.fields().trim_path, nullptr);
 }
 
-// A search-or-add of a protocol entry, or of another list, below "DEFAULT".
-struct SearchOrAdd {
-    const char *prefix = nullptr;
-    std::string list = "/network-instances/network-instance/protocols/protocol";
-    std::vector<const char *> values{"BGP", "core"}, names{"identifier", "name"};
-    std::vector<const char *> name_spaces;
-    const char *name_space = "http://openconfig.net/yang/network-instance";
-    Tree *entry = nullptr;
+const char *const oc_uri = "http://openconfig.net/yang/network-instance";
+const std::string list = "/network-instances/network-instance/protocols/protocol";
 
-    std::string run(Scene &scene) {
-        using Function = cerrno(yfw_map_ctx, Tree *, Tree **, const char *, const char *, std::uint32_t,
-                                const char *const *, const char *const *, const char *const *, const char *);
-        return scene.run<Function>("yfw_map_ocni_bgp_search_or_add_subtree_list_multi_keys2",
-                                   scene.request.destination(), &entry, prefix, list.c_str(),
-                                   static_cast<std::uint32_t>(values.size()), values.data(), names.data(),
-                                   name_spaces.empty() ? nullptr : name_spaces.data(), name_space);
-    }
-};
+// A search-or-add of the BGP entry "core", below a prefix when one is given.
+std::string search_or_add(Scene &scene, const char *prefix, const char *uri, Tree **entry, std::uint32_t count = 2) {
+    using Function = cerrno(yfw_map_ctx, Tree *, Tree **, const char *, const char *, std::uint32_t,
+                            const char *const *, const char *const *, const char *const *, const char *);
+    const std::array<const char *, 11> values{"BGP", "core"}, names{"identifier", "name"}, uris{"urn:types"};
+    return scene.run<Function>("yfw_map_ocni_bgp_search_or_add_subtree_list_multi_keys2", scene.destination, entry,
+                               prefix, prefix == nullptr ? list.c_str() : "protocols/protocol", count, values.data(),
+                               names.data(), uris.data(), uri);
+}
 
 TEST(SearchOrAdd, FindsOrAddsAnEntryWithItsKeys) {
-    const std::string module = " @network-instance\n";
-    const std::string list = "/network-instances/network-instance/protocols/protocol";
-    const auto added = [&](const std::string &flags) {
-        return "error path\n" + list + "{}" + flags + module + list + "/identifier=BGP" + flags + module + list +
-               "/name=core" + flags + module + "-> 0";
+    const auto added = [](const std::string &end) {
+        return "error path\n" + list + "{}" + end + list + "/identifier=BGP" + end + list + "/name=core" + end + "-> 0";
     };
     Scene scene;
-    Node *network = scene.add_native(network_instance("DEFAULT"));
-    SearchOrAdd search;
-    search.name_spaces = {"urn:policy-types", nullptr};
-    EXPECT_EQ(search.run(scene), added(""));
-    Tree *core = search.entry;
-    EXPECT_EQ(core, find_instance(network, "/protocols/protocol[identifier=BGP][name=core]"));
-    EXPECT_STREQ(core->first_child->name_space, "urn:policy-types");
-    EXPECT_NE(core->first_child->flags & YFW_NODE_NS_SET, 0U);
-    EXPECT_EQ(core->first_child->next_sibling->flags & YFW_NODE_NS_SET, 0U);
-    EXPECT_EQ(search.run(scene), "error path\n-> 0");
-    EXPECT_EQ(search.entry, core);
-    search.name_space = nullptr;
-    EXPECT_EQ(search.run(scene), "error path\n-> 0");
-    search.name_space = "urn:other";
-    EXPECT_EQ(search.run(scene), "error path\n-> aaf29e00");
-    exported<void(Tree *, const char *)>("vn_bgp_set_type_ns")(core, "urn:other");
-    search.name_space = SearchOrAdd().name_space;
-    EXPECT_EQ(search.run(scene), "error path\n-> aaf29e00");
-
-    SearchOrAdd below;
-    below.prefix = "/network-instances/network-instance";
-    below.list = "protocols/protocol";
+    Tree *entry = nullptr, *again = nullptr;
+    EXPECT_EQ(search_or_add(scene, nullptr, oc_uri, &entry, 11), "error path\n-> aaf29e00");
+    const Node *network = scene.add_native(network_instance("DEFAULT"));
+    EXPECT_EQ(search_or_add(scene, nullptr, oc_uri, &entry), added(" @network-instance\n"));
+    EXPECT_EQ(entry, find_entry(child(network, "protocols"), *project_schema().find(list),
+                                std::array<std::string_view, 2>{"BGP", "core"}));
+    const Tree *identifier = entry->first_child;
+    EXPECT_STREQ(identifier->name_space, "urn:types");
+    EXPECT_TRUE((identifier->flags & YFW_NODE_NS_SET) != 0 && (identifier->next_sibling->flags & YFW_NODE_NS_SET) == 0);
+    for (const char *uri : {oc_uri, static_cast<const char *>(nullptr)}) {
+        EXPECT_EQ(search_or_add(scene, nullptr, uri, &again), "error path\n-> 0");
+        EXPECT_EQ(again, entry);
+    }
+    EXPECT_EQ(search_or_add(scene, nullptr, "urn:other", &again), "error path\n-> aaf29e00");
+    exported<void(Tree *, const char *)>("vn_bgp_set_type_ns")(entry, "urn:other");
+    EXPECT_EQ(search_or_add(scene, nullptr, oc_uri, &again), "error path\n-> aaf29e00");
     yfw_map_update_ctx_current_list_ptr(&scene.request, scene.add_native(network_instance("blue")));
-    scene.add_native(network_instance("red")); // current, but the prefix says blue
-    EXPECT_EQ(below.run(scene), added(" f32"));
-    EXPECT_EQ(below.entry, scene.add_native(protocol("blue")));
-    EXPECT_EQ(scene.request.fields().trim_path, nullptr);
-
-    SearchOrAdd eleven;
-    eleven.values.resize(11, "x");
-    eleven.names.resize(11, "y");
-    EXPECT_EQ(eleven.run(scene), "error path\n-> aaf29e00");
+    scene.add_native(network_instance("red")); // current, but the prefix stands for blue
+    EXPECT_EQ(search_or_add(scene, "/network-instances/network-instance", oc_uri, &again),
+              added(" f32 @network-instance\n"));
+    EXPECT_EQ(again, scene.add_native(protocol("blue")));
+    EXPECT_EQ(scene.fields.trim_path, nullptr);
 }
 
 TEST(SearchOrAdd, TellsOfEveryFailedAllocation) {
     for (std::uint64_t failing = 1; failing < 8; ++failing) {
-        SCOPED_TRACE(failing);
         Scene scene;
         Node *network = scene.add_native(network_instance("DEFAULT"));
         yfw_map_update_ctx_current_list_ptr(&scene.request, network);
-        SearchOrAdd search;
-        search.prefix = "/network-instances/network-instance";
-        search.list = "protocols/protocol";
-        search.name_spaces = {"urn:policy-types", nullptr};
+        Tree *entry = nullptr;
         memory::fail_after(failing);
-        const std::string result = search.run(scene);
+        const std::string result = search_or_add(scene, "/network-instances/network-instance", oc_uri, &entry);
         memory::fail_after(0);
-        const Node *entry = find_instance(network, "/protocols/protocol[identifier=BGP][name=core]");
-        const Node *identifier = entry == nullptr ? nullptr : child(entry, "identifier");
-        const bool whole = identifier != nullptr && identifier->name_space == std::string_view("urn:policy-types");
-        EXPECT_TRUE(whole || !result.ends_with("-> 0")) << result;
-        EXPECT_EQ(scene.request.fields().trim_path, nullptr);
+        const Node *identifier = entry == nullptr ? nullptr : child(static_cast<Node *>(entry), "identifier");
+        const bool own = identifier != nullptr && identifier->name_space != nullptr;
+        const bool whole = own && has_all_keys(static_cast<Node *>(entry));
+        EXPECT_TRUE(whole || !result.ends_with("-> 0")) << failing << ": " << result;
+        EXPECT_EQ(scene.fields.trim_path, nullptr);
     }
 }
 
