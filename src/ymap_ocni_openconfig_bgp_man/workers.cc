@@ -49,7 +49,7 @@ cerrno oc_map_empty_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, 
     if (oc_is_delete(frame.ctx, src)) {
         return oc_add(frame.ctx, dst, path, nullptr, src, 0);
     }
-    const bool absent = src->value == nullptr || (record.absent_sets && src->value[0] == '\0');
+    const bool absent = src->value == nullptr || src->value[0] == '\0';
     if (absent && !record.absent_sets) {
         YMAP_TRACE(frame, "Input can not be empty");
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
