@@ -1,7 +1,5 @@
 // What the system database and a request say of a neighbour's or group's address families.
 #include "neighbor_fixture.h"
-#include "sysdb.h"
-#include "ymap_ocni_openconfig_network_instance_common_man_util.h"
 
 #include <cstdarg>
 
@@ -22,9 +20,7 @@ extern "C" __attribute__((used)) uint32_t tuple_unpack(const char *encoded, cons
 namespace yfw::test {
 namespace {
 
-const std::string oc = protocol("DEFAULT") + oc_list, rm = "/remove-private-as-entire-as-path",
-                  rp = "/replace-private-as";
-const std::string native_group = "~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=g]";
+const std::string rm = "/remove-private-as-entire-as-path", rp = "/replace-private-as";
 
 std::string af(const std::string &family) {
     return "/neighbor-afs/neighbor-af[af-name=" + family + "]";
@@ -94,97 +90,6 @@ TEST(FamilySettings, AreThereAndAgreeOrDoNot) {
     broken = true;
     EXPECT_EQ(all("10.0.0.1"), "40818800 0x0/ 0 1 true 0xf/ 40818800 - 000100");
     broken = false;
-}
-
-TEST(FamilyNodes, AreAddedForGroupsAndUnknownFamilies) {
-    const auto add = [](const std::string &line, int group, const char *family, int setting, const char *value,
-                        std::uint32_t kind = YFW_KIND_EDIT) {
-        using Prepare = cerrno(yfw_map_ctx, const Tree *, Tree *, int, const char *, int, const char *);
-        Scene scene(kind);
-        return brief(scene.run<Prepare>("oc_bgp_vn_prepare_xpath", scene.map(line), scene.destination, group, family,
-                                        setting, value));
-    };
-    const std::string in_default = protocol("DEFAULT") + "/bgp/peer-groups",
-                      in_blue = protocol("blue") + "/bgp/peer-groups";
-    const std::string entry = "GA{}\nGA/af-name=ipv6-unicast\n", client = "GA/route-reflector-client";
-    EXPECT_EQ(add(in_default, 1, "0x5/", 1, "true"), entry + client + "=true <none>\n-> 0");
-    EXPECT_EQ(add(in_default + "{delete}", 1, "0x5/", 1, "true"), entry + client + " <delete>\n-> 0");
-    EXPECT_EQ(add(in_default + "{remove}", 1, "0x5/", 4, "true"), entry + "-> 0");
-    EXPECT_EQ(add(in_default, 1, "0x5/", 4, nullptr, YFW_KIND_READ), entry + "-> 0");
-    EXPECT_EQ(add(in_default, 1, "0x5/", 3, "PRIVATE_AS_REMOVE_ALL"),
-              entry + lines_of("GA" + rm, "enable=true entire=true internal=false", " <none>") + "-> 0");
-    EXPECT_EQ(add(in_blue, 1, "0xf/", 4, "PRIVATE_AS_REPLACE_ALL"),
-              "WA{}\nWA/af-name=lsls\n" + lines_of("WA" + rp, "enable=true internal=false", " <none>") + "-> 0");
-    EXPECT_EQ(add(in_default, 0, "0x77/longer-than-any-family-is", 2, "x"),
-              "NA{}\nNA/af-name=0x77/longer-than-any-fam\n-> 0");
-}
-
-TEST(FamilySettings, AreFoundInTheRequest) {
-    const auto look = [](const std::vector<std::string> &lines, int group, const char *name, bool present = true) {
-        using Look = cerrno(yfw_map_ctx, const Tree *, Tree *, char *, int, char *, int *, char *, int *, int *, int *);
-        Scene scene;
-        for (const std::string &line : lines) {
-            for (Node *node = scene.map(line); present && node != nullptr; node = node->up()) {
-                node->flags |= YFW_NODE_PRESENT;
-                std::for_each_n(&node, node->schema().kind == NodeKind::list ? 1 : 0,
-                                [](Node *entry) { entry->first()->flags |= YFW_NODE_PRESENT; });
-            }
-        }
-        char client[8] = "-", private_as[8] = "-";
-        int flags[4] = {};
-        std::string result =
-            scene.run<Look>("bgp_oc_chk_if_rpc_has_nbr_rrc_rpa", nullptr, nullptr, const_cast<char *>(name), group,
-                            client, &flags[0], private_as, &flags[1], &flags[2], &flags[3]);
-        for (const int flag : flags) {
-            result += ' ' + std::to_string(flag);
-        }
-        return result + ' ' + client + ' ' + private_as;
-    };
-    const std::string one = oc + "[neighbor-address=1.1.1.1]", two = oc + "[neighbor-address=2.2.2.2]";
-    const std::string client = "/route-reflector/config/route-reflector-client", removal = "/config/remove-private-as";
-    const std::string group = protocol("DEFAULT") + oc_group + "[peer-group-name=g]" + removal;
-    EXPECT_EQ(look({one + client + "=true", two + removal + "=PRIVATE_AS_REPLACE_ALL"}, 0, "2.2.2.2"),
-              "-> 0 0 0 1 0 - PRIVATE");
-    EXPECT_EQ(look({one + client + "=true", two + client + "{delete}=false"}, 0, "2.2.2.2"), "-> 0 1 0 0 1 false -");
-    EXPECT_EQ(look({one + client + "=true-and-more", one + removal + "{remove}"}, 0, "1.1.1.1"),
-              "-> 0 1 0 0 1 true-an -");
-    EXPECT_EQ(look({one + client + "{delete}=true"}, 0, "1.1.1.1", false), "-> 0 0 0 0 1 - -");
-    EXPECT_EQ(look({group + "=PRIVATE_AS_REMOVE_ALL", one + client + "=true"}, 1, "g"), "-> 0 0 1 0 0 - PRIVATE");
-    EXPECT_EQ(look({protocol("DEFAULT")}, 0, "g"), "-> 0 0 0 0 0 - -");
-}
-
-TEST(TableConnections, AreListedAndFoundOrAdded) {
-    const Stored stored("/bgp/instance[instance-name=default]/instance-as[as=0]/four-byte-as[as=7]/default-vrf/global/"
-                        "global-afs/global-af[af-name=ipv6-unicast]/static-routes\n");
-    Scene scene;
-    using List = cerrno(yfw_map_ctx, const char *, sysdb_list_t **);
-    sysdb_list_t *list = nullptr;
-    EXPECT_DEATH(scene.run<List>("vn_bgp_get_src_protocol_list", "0x5", &list),
-                 "ctx->req_ctx->common_data_ptr != NULL");
-    auto *connection = static_cast<oc_table_conn_ctx_t *>(vnos_named_calloc_(1, sizeof(oc_table_conn_ctx_t), "t", 0));
-    scene.fields.common_data_ptr = connection;
-    std::strcpy(connection->four_byte_as, "7");
-    EXPECT_EQ(scene.run<List>("vn_bgp_get_src_protocol_list", "0x5", &list), "-> 0");
-    EXPECT_STREQ(sysdb_list_next(list), "0x1/");
-    EXPECT_EQ(sysdb_list_next(list), nullptr);
-    sysdb_list_free(list);
-    exported<void(void *)>("oc_bgp_free_ptr")(nullptr);
-    const auto find = [&scene](const char *family) {
-        return exported<Tree *(yfw_map_ctx, Tree *, const char *, const char *, const char *)>(
-            "vn_bgp_search_or_add_list_oc_gb_table_conn")(&scene.request, scene.destination, "STATIC", "BGP", family);
-    };
-    EXPECT_EQ(find("IPV4"), nullptr);
-    EXPECT_EQ(scene.take(), "error path\n");
-    scene.add_native(network_instance("blue"));
-    scene.add_native(network_instance("DEFAULT"));
-    const Tree *found = find("IPV4");
-    ASSERT_NE(found, nullptr);
-    EXPECT_EQ(find("IPV4"), found);
-    EXPECT_NE(find("IPV6"), found);
-    EXPECT_EQ(instance_path(static_cast<const Node *>(found)),
-              network_instance("DEFAULT") + "/table-connections/table-connection[src-protocol=STATIC][dst-protocol=BGP]"
-                                            "[address-family=IPV4]");
-    scene.take();
 }
 
 } // namespace

@@ -81,4 +81,34 @@ inline void check(const std::string &name, const std::vector<Case> &cases) {
     }
 }
 
+inline const std::string families[] = {"/neighbor-afs/neighbor-af[af-name=ipv4-unicast]",
+                                       "/neighbor-afs/neighbor-af[af-name=vpnv6-unicast]"};
+
+inline std::string nbr(const std::string &vrf, const std::string &leaf, int number = 1) {
+    return protocol(vrf) + oc_list + "[neighbor-address=10.0.0." + std::to_string(number) + "]" + leaf;
+}
+
+// Lines of the entries of some families.
+inline std::string in_families(const std::string &names, const std::string &leaves_there, const std::string &end,
+                               const std::string &entry = "NA") {
+    return replaced(names + ' ', "([^ ]+) ",
+                    entry + "{}\n" + entry + "/af-name=$1\n" + lines_of(entry, leaves_there, end));
+}
+
 } // namespace yfw::test
+
+// The adds of native requests, in the journal too.
+extern "C" __attribute__((used)) inline cerrno
+yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const char *path, const char *name_space,
+                          const char *value, struct cidl_yfw_datatree **added, uint32_t reserved, uint32_t flag) {
+    static const auto next =
+        reinterpret_cast<decltype(&yfw_map_datatree_add_path)>(dlsym(RTLD_NEXT, "yfw_map_datatree_add_path"));
+    const cerrno status = next(ctx, tree, path, name_space, value, added, reserved, flag);
+    if (yfw::test::journal != nullptr) {
+        const bool usual = std::strcmp(name_space, "http://openconfig.net/yang/network-instance") == 0;
+        yfw::test::journal->note(std::string(path) + (value == nullptr ? "" : std::string("=") + value) +
+                                 (flag == 0 ? "" : " f" + std::to_string(flag)) + (usual ? "" : " @other") +
+                                 (status == 0 ? "" : " !" + yfw::test::hex(status)) + '\n');
+    }
+    return status;
+}
