@@ -171,8 +171,9 @@ int yfw_map_do_these_match(const char *a, const char *b);
  *   added       where to store the last node, or null
  *   container   1 opens a new entry of a list, 0 addresses the current one; without meaning for other nodes
  *   flags       32 a trimmed prefix is in force, 8 a node of a read that is to be marked, 1 relative to the VRF entry
- * that the network-instance mapping has opened; advisory here, since the current entries say the same A leaf that is
- * there already takes the new value, and the source's operation when that is set.
+ *               of the network-instance mapping; advisory here, since the current entries say the same
+ *
+ * A leaf that is there already takes the new value, and the source's operation when that is set.
  */
 cerrno yfw_map_datatree_add_path_flagged(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const char *path,
                                          const char *name_space, const char *value,
@@ -185,7 +186,8 @@ cerrno yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree
                                  uint32_t reserved, uint32_t flag);
 
 /* Find an entry of a list by its key or keys. A path that begins with "/" starts at the tree's root, any other at the
- * given node. Return 0 and the entry, or YFW_ERR_NO_ENTRY and null. */
+ * given node. The entry may be of another namespace than the one given: that is the caller's to look at. Return 0 and
+ * the entry, or YFW_ERR_NO_ENTRY and null. */
 cerrno yfw_map_search_list(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, struct cidl_yfw_datatree **entry,
                            const char *path, const char *key_value, const char *key_name, const char *name_space);
 cerrno yfw_map_search_list_multi_keys(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, struct cidl_yfw_datatree **entry,

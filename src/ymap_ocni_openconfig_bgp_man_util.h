@@ -50,7 +50,7 @@ inline void ymap_frame_close(const ymap_frame *frame) {
 
 // Opens a callback: the context is there, and every way out writes one End.
 #define YMAP_FRAME_END_ONLY(ctx)                                                                                       \
-    YMAP_ASSERT(NULL != (ctx), "NULL != ctx");                                                                         \
+    YMAP_ASSERT(nullptr != (ctx), "NULL != ctx");                                                                         \
     static int32_t ymap_end_cell = -1;                                                                                 \
     [[maybe_unused]] const ymap_frame frame __attribute__((cleanup(ymap_frame_close))) =                               \
         ymap_frame_open(ctx, __func__, __LINE__, &ymap_end_cell)
@@ -112,7 +112,7 @@ struct oc_bgp_ctx_t {
 };
 
 inline oc_bgp_ctx_t *oc_bgp_get_bgp_ctx(yfw_map_ctx ctx) {
-    YMAP_ASSERT(ctx->req_ctx->common_data_ptr != NULL, "ctx->req_ctx->common_data_ptr != NULL");
+    YMAP_ASSERT(ctx->req_ctx->common_data_ptr != nullptr, "ctx->req_ctx->common_data_ptr != NULL");
     return static_cast<oc_bgp_ctx_t *>(ctx->req_ctx->common_data_ptr);
 }
 
@@ -148,6 +148,10 @@ inline void ymap_set_operation(const cidl_yfw_datatree *node, uint32_t operation
 #define NS_NATIVE_CFG "http://tarn-kel.example/ns/yang/Tarn-KEL-VN-ipv4-bgp-cfg"
 #define NS_NATIVE_BGP_OPER "http://tarn-kel.example/ns/yang/Tarn-KEL-VN-PRIVATE-ocni-bgp-oper"
 #define NS_NATIVE_BPM_OPER "http://tarn-kel.example/ns/yang/Tarn-KEL-VN-PRIVATE-ocni-bpm-oper"
+#define NS_OC_POLICY_TYPES "http://openconfig.net/yang/policy-types"
+#define NS_OC_BGP_TYPES "http://openconfig.net/yang/bgp-types"
+#define NS_OC_TYPES "http://openconfig.net/yang/openconfig-types"
+#define NS_OC_BFD "http://openconfig.net/yang/bfd"
 #define NS_OC_NETWORK_INSTANCE "http://openconfig.net/yang/network-instance"
 
 // Paths of the native model and of OpenConfig, to be joined by the compiler.
@@ -257,11 +261,80 @@ YMAP_EXPORT cerrno yfw_oc_bgp_sysdb_get_data(const char *path, void **value, siz
 YMAP_EXPORT cerrno yfw_oc_bgp_sysdb_vrf_and_as_lookup(yfw_map_ctx ctx, char *vrf, char *instance, char *as_upper,
                                                       char *as_lower);
 
+// The names directly below a path of the connection's.
+cerrno ymap_sysdb_list(const char *path, sysdb_list_t **list);
+// The number of a stored item.
+uint32_t ymap_item_number(const void *item);
+
 // The AS halves of an existing instance; lower is empty when there is none.
 struct oc_as_halves {
     char upper[SYSDB_AS_SIZE];
     char lower[SYSDB_AS_SIZE];
 };
+
+// ---- Address families of a neighbour or group -----------------------------------------------------------------------
+
+// Settings that OpenConfig keeps once for a neighbour and the native model for each of its address families. Which
+// families there are, and what they hold, the system database says.
+enum nbr_setting : int { NBR_RR_CLIENT = 1, NBR_REMOVE_PRIVATE_AS = 2, NBR_REPLACE_PRIVATE_AS = 3 };
+
+#define MODE_OC "OC" // the request is OpenConfig's
+#define MODE_VN "VN" // it is native
+
+#define PRIVATE_AS_REMOVE_ALL "PRIVATE_AS_REMOVE_ALL"
+#define PRIVATE_AS_REPLACE_ALL "PRIVATE_AS_REPLACE_ALL"
+
+constexpr std::size_t NBR_PATH_SIZE = 257; // a system-database path, the longest names included
+constexpr std::size_t NBR_TEXT_SIZE = 128;
+
+// The path above the families of a neighbour (or of a group). mode is MODE_OC or MODE_VN. Returns the code of the
+// look-up of the AS; the path is written whatever it is.
+YMAP_EXPORT cerrno vn_bgp_nbr_asafi_prepare_sysdb_path(yfw_map_ctx ctx, const char *name, int group, char *path,
+                                                       std::size_t size, const char *mode);
+// Lists them ("0x0/"); the list is the caller's.
+YMAP_EXPORT cerrno vn_bgp_get_nbr_asafi_list(yfw_map_ctx ctx, const char *name, int group, const char *mode,
+                                             sysdb_list_t **list);
+// Sets the flags of the settings that the family has in an OpenConfig request's neighbour. A null family: none.
+YMAP_EXPORT cerrno vn_bgp_nbr_asafiX_have_cfg(yfw_map_ctx ctx, const char *name, int group, const char *family,
+                                              int *rr_client, int *remove, int *replace);
+// 1 when a family has the setting (NBR_REMOVE_PRIVATE_AS or NBR_REPLACE_PRIVATE_AS), else 0; 0x40818800 when an item
+// does not unpack. family (25 characters, may be null) gets each family looked at.
+YMAP_EXPORT cerrno vn_bgp_ordg_have_cfg(yfw_map_ctx ctx, const char *name, int group, char *family, int setting,
+                                        const char *mode);
+// 1 and the OpenConfig value when all families agree, else 0; 0x40818800 when an item does not unpack. family (25
+// characters) and text (128) may be null.
+YMAP_EXPORT cerrno vn_bgp_show_nbr_cfg(yfw_map_ctx ctx, const char *name, int group, char *family, int setting,
+                                       const char *mode, char *text);
+// Adds a setting's native nodes for one family of the request's neighbour: its value, its delete, or its declaration.
+YMAP_EXPORT cerrno oc_bgp_vn_prepare_xpath(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                                           int group, const char *family, int setting, const char *value);
+// What the request itself says of a neighbour's settings. The value buffers take 8 characters; a private-AS value is
+// cut to what fits.
+YMAP_EXPORT cerrno bgp_oc_chk_if_rpc_has_nbr_rrc_rpa(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                     cidl_yfw_datatree *dst, char *name, int group, char *rr_value,
+                                                     int *rr_client, char *private_as_value, int *remove, int *replace,
+                                                     int *is_delete);
+// Finds a setting ("route-reflector" or "remove-private-as") of a neighbour in the request: its value, and whether it
+// is deleted. Both stay as they are when it is not there.
+YMAP_EXPORT cerrno bgp_prepare_xpath_for_nbr_asafi(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                   cidl_yfw_datatree *dst, char *name, int group, const char **value,
+                                                   int *is_delete, char *setting);
+// Releases what the system database handed out; null is ignored.
+YMAP_EXPORT void oc_bgp_free_ptr(void *memory);
+
+// ---- Table connections
+// ------------------------------------------------------------------------------------------------
+
+// The path above the redistributions of a family ("0x0" or "0x5") of the default VRF. The request's common data is the
+// table connection's.
+YMAP_EXPORT cerrno vn_bgp_prepare_sysdb_path(yfw_map_ctx ctx, const char *family, char *path, std::size_t size);
+// Lists them by their protocols ("0x0/"); the list is the caller's.
+YMAP_EXPORT cerrno vn_bgp_get_src_protocol_list(yfw_map_ctx ctx, const char *family, sysdb_list_t **list);
+// The default network instance's table connection, found or added, and made current; null when there is no such
+// instance.
+YMAP_EXPORT cidl_yfw_datatree *vn_bgp_search_or_add_list_oc_gb_table_conn(yfw_map_ctx ctx, cidl_yfw_datatree *tree,
+                                                                          const char *source, const char *destination,
+                                                                          const char *family);
 
 // ---- The OpenConfig top level, as other callbacks use it ------------------------------------------------------------
 

@@ -116,7 +116,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     const WalkResult result = walk(*request, mapping_, nullptr);
     for (const auto &[node, refusal] : result.unanswered) {
         if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
-            throw refusal;
+            throw Refused(refusal);
         }
     }
     return request;
@@ -167,6 +167,19 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     stage("applying");
     check_native(schema_, document.root);
     apply_edit(transaction, request.arena(), document.root, false);
+}
+
+void Engine::check_key(const PasswordKey &key, Access access, Transaction &transaction) {
+    constexpr std::string_view record = "k"; // no data's: those begin with "d"
+    const std::string own = key.fingerprint();
+    const auto noted = transaction.record(record);
+    if (noted && !own.empty() && *noted != own) {
+        throw Unusable("the passwords in " + transaction.directory().string() +
+                       " were enciphered with another key than the one in its key file");
+    }
+    if (!noted && !own.empty() && access == Access::write) {
+        transaction.put(record, own);
+    }
 }
 
 } // namespace yfw

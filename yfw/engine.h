@@ -5,6 +5,7 @@
 #include "documents/writer.h"
 #include "mapping/mapping.h"
 #include "platform/log.h"
+#include "platform/password.h"
 #include "request/request.h"
 #include "store/store.h"
 #include "sysdb/view.h"
@@ -73,6 +74,10 @@ class Engine {
     // Puts a document's native configuration in the place of what the transaction holds under the same top-level nodes.
     // Throws Refused.
     void load(std::string &text, Syntax syntax, Transaction &transaction) const;
+
+    // Holds the key against the one that the store's passwords were enciphered with; a write transaction notes the
+    // first one. Throws Unusable when they are two.
+    static void check_key(const PasswordKey &key, Access access, Transaction &transaction);
 
     // Reports what the engine is about, for a person who waits: "reading", "translating", "applying".
     std::function<void(const char *)> on_stage;

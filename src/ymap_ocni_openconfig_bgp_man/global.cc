@@ -50,27 +50,27 @@ YMAP_EXPORT cerrno oc_bgp_gbl_afisafi_enable(yfw_map_ctx ctx, const cidl_yfw_dat
 YMAP_EXPORT cerrno oc_bgp_gbl_afisafi_multipath_ebgp(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                      cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_copied_leaf paths{VN_GLOBAL_AF("/ebgp/paths-value"), VN_GLOBAL_AF("/ebgp")};
+    static constexpr oc_copied_leaf paths{VN_GLOBAL_AF("/ebgp/paths-value"), VN_GLOBAL_AF("/ebgp"), {}};
     return oc_map_copied_leaf(frame, src, dst, paths);
 }
 
 YMAP_EXPORT cerrno oc_bgp_gbl_afisafi_multipath_ibgp(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                      cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_copied_leaf paths{VN_GLOBAL_AF("/ibgp/paths-value"), VN_GLOBAL_AF("/ibgp")};
+    static constexpr oc_copied_leaf paths{VN_GLOBAL_AF("/ibgp/paths-value"), VN_GLOBAL_AF("/ibgp"), {}};
     return oc_map_copied_leaf(frame, src, dst, paths);
 }
 
 YMAP_EXPORT cerrno oc_bgp_gbl_add_paths_cfg_receive(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                     cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_boolean_leaf receive{VN_GLOBAL_AF("/additional-paths-receive"), "enable", "disable"};
+    static constexpr oc_boolean_leaf receive{VN_GLOBAL_AF("/additional-paths-receive"), "enable", "disable", nullptr};
     return oc_map_boolean_leaf(frame, src, dst, receive);
 }
 
 YMAP_EXPORT cerrno oc_bgp_gbl_add_paths_cfg_send(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                  cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_boolean_leaf send{VN_GLOBAL_AF("/additional-paths-send"), "enable", "disable"};
+    static constexpr oc_boolean_leaf send{VN_GLOBAL_AF("/additional-paths-send"), "enable", "disable", nullptr};
     return oc_map_boolean_leaf(frame, src, dst, send);
 }

@@ -69,14 +69,17 @@ cerrno declare_as(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatr
 }
 
 // A new instance gets the whole AS in the lower leaf; an existing one keeps its halves.
-cerrno edit_as(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, char *instance) {
+cerrno edit_as(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, char *instance,
+               bool *refused) {
     const oc_as_halves stored = oc_stored_as(frame.ctx, instance);
     const bool exists = stored.lower[0] != '\0';
     if (exists && src->value == nullptr) {
+        *refused = true;
         YMAP_TRACE(frame, "AS Number Missing!");
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, TEXT_MISSING_AS);
     }
     if (exists && !oc_as_matches(stored, src->value)) {
+        *refused = true;
         return refuse_wrong_as(frame);
     }
     add_target(frame.ctx, dst, TARGET_INSTANCE_AS, exists ? stored.upper : "0", src);
@@ -121,7 +124,7 @@ YMAP_EXPORT cerrno oc_bgp_global_config_as(yfw_map_ctx ctx, const cidl_yfw_datat
         name_instance(ctx, src, dst);
         return write_vrf_entry(ctx, src, dst, scope.vrf, false);
     }
-    const cerrno status = is_read ? declare_as(ctx, src, dst) : edit_as(frame, src, dst, scope.instance);
-    const bool refused = !is_read && status != 0;
+    bool refused = false;
+    const cerrno status = is_read ? declare_as(ctx, src, dst) : edit_as(frame, src, dst, scope.instance, &refused);
     return scope.is_default_vrf || refused ? status : write_vrf_entry(ctx, src, dst, scope.vrf, is_read);
 }

@@ -24,14 +24,48 @@ void select_vrf_form(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) 
 
 } // namespace
 
-YMAP_EXPORT cerrno oc_bgp_gbl_routerid(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
-    YMAP_FRAME(ctx);
-    if (yfw_map_ocbgpni_is_parent_state_node(ctx) && !ymap_is_read(ctx)) {
+namespace {
+
+// The selection of a leaf that is there in both VRF forms; an edit of its state copy is left alone.
+cerrno select_leaf(const ymap_frame &frame, int count, xpath_list_type_t *candidates) {
+    if (yfw_map_ocbgpni_is_parent_state_node(frame.ctx) && !ymap_is_read(frame.ctx)) {
         YMAP_TRACE(frame, "EDIT/DELETE requests not allowed on State nodes");
         return 0;
     }
-    select_vrf_form(ctx, count, candidates);
+    select_vrf_form(frame.ctx, count, candidates);
     return 0;
+}
+
+} // namespace
+
+YMAP_EXPORT cerrno oc_bgp_gbl_routerid(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_peer_grp(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_description(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_transport_cfg_tcp_mss(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_gr_cfg_restart_time(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_gr_cfg_stale_routes_time(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
 }
 
 // No test for state nodes here: meant so.

@@ -3,18 +3,14 @@
 #include <cstdio>
 #include <cstring>
 
-namespace {
+cerrno oc_declare(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const oc_path &path,
+                  int container) {
+    return yfw_map_oc_add_path_flagged(ctx, src, dst, path.default_vrf, path.vrf, "", container);
+}
 
-bool is_text(const char *value, const char *text) {
+bool oc_is_text(const char *value, const char *text) {
     return value != nullptr && std::strcmp(value, text) == 0;
 }
-
-cerrno declare(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const oc_path &path,
-               int container = 0) {
-    return yfw_map_oc_add_path_flagged(frame.ctx, src, dst, path.default_vrf, path.vrf, "", container);
-}
-
-} // namespace
 
 const char *oc_form(yfw_map_ctx ctx, const oc_path &path) {
     return yfw_map_oc_is_default_vrf_hierarchy(ctx) ? path.default_vrf : path.vrf;
@@ -48,20 +44,20 @@ cerrno oc_map_empty_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, 
         return 0;
     }
     if (ymap_is_read(frame.ctx)) {
-        return declare(frame, src, dst, record.path);
+        return oc_declare(frame.ctx, src, dst, record.path, 0);
     }
     if (oc_is_delete(frame.ctx, src)) {
         return oc_add(frame.ctx, dst, path, nullptr, src, 0);
     }
-    const bool absent = src->value == nullptr || (record.absent_sets && src->value[0] == '\0');
+    const bool absent = src->value == nullptr || src->value[0] == '\0';
     if (absent && !record.absent_sets) {
         YMAP_TRACE(frame, "Input can not be empty");
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
     }
-    if (absent || is_text(src->value, "true")) {
+    if (absent || oc_is_text(src->value, "true")) {
         return oc_add(frame.ctx, dst, path, "", src, 0);
     }
-    return is_text(src->value, "false") ? oc_add_with(frame.ctx, dst, path, "", src, 0, YFW_OP_REMOVE) : 0;
+    return oc_is_text(src->value, "false") ? oc_add_with(frame.ctx, dst, path, "", src, 0, YFW_OP_REMOVE) : 0;
 }
 
 cerrno oc_map_copied_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
@@ -70,12 +66,14 @@ cerrno oc_map_copied_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src,
         return ymap_refuse_arguments(frame);
     }
     if (ymap_is_read(frame.ctx)) {
-        return declare(frame, src, dst, record.path);
+        return oc_declare(frame.ctx, src, dst, record.path, 0);
     }
-    if (oc_is_delete(frame.ctx, src)) {
-        return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.deleted), nullptr, src, 0);
+    if (!oc_is_delete(frame.ctx, src)) {
+        return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), src->value, src, 0);
     }
-    return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), src->value, src, 0);
+    const cerrno status = oc_add(frame.ctx, dst, oc_form(frame.ctx, record.deleted), nullptr, src, 0);
+    const char *other = oc_form(frame.ctx, record.also_deleted);
+    return other == nullptr ? status : oc_add(frame.ctx, dst, other, nullptr, src, 0);
 }
 
 cerrno oc_map_boolean_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
@@ -84,13 +82,17 @@ cerrno oc_map_boolean_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src
         return ymap_refuse_arguments(frame);
     }
     if (ymap_is_read(frame.ctx)) {
-        return declare(frame, src, dst, record.path);
+        return oc_declare(frame.ctx, src, dst, record.path, 0);
     }
-    const char *value = is_text(src->value, "true")    ? record.when_true
-                        : is_text(src->value, "false") ? record.when_false
-                                                       : nullptr;
-    return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), oc_is_delete(frame.ctx, src) ? nullptr : value, src,
-                  0);
+    const char *value = oc_is_text(src->value, "true")    ? record.when_true
+                        : oc_is_text(src->value, "false") ? record.when_false
+                                                          : nullptr;
+    const bool deletes = oc_is_delete(frame.ctx, src);
+    if (value == nullptr && !deletes && record.refusal != nullptr) {
+        YMAP_TRACE(frame, "%s", record.refusal);
+        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
+    }
+    return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), deletes ? nullptr : value, src, 0);
 }
 
 cerrno oc_map_parent(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
@@ -99,7 +101,7 @@ cerrno oc_map_parent(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl
         return ymap_refuse_arguments(frame);
     }
     if (ymap_is_read(frame.ctx)) {
-        const cerrno status = declare(frame, src, dst, record.path);
+        const cerrno status = oc_declare(frame.ctx, src, dst, record.path, 0);
         return ymap_request_kind(frame.ctx) == YFW_KIND_READ_STATE
                    ? oc_declare_operational(frame.ctx, dst, record.operational, nullptr, 0)
                    : status;
@@ -112,7 +114,7 @@ namespace {
 
 cerrno declare_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const oc_family_entry &record, const char *native) {
-    declare(frame, src, dst, record.entry, 1);
+    oc_declare(frame.ctx, src, dst, record.entry, 1);
     const cerrno status = yfw_map_oc_add_path_flagged(frame.ctx, src, dst, record.name.default_vrf, record.name.vrf,
                                                       native == nullptr ? "" : native, 0);
     if (ymap_request_kind(frame.ctx) != YFW_KIND_READ_STATE) {

@@ -18,8 +18,23 @@ struct oc_path {
 #define VN_GLOBAL_AF(suffix)                                                                                           \
     { VN_DEFAULT_VRF "/global/global-afs/global-af" suffix, VN_VRF "/vrf-global/vrf-global-afs/vrf-global-af" suffix }
 
+#define VN_NEIGHBORS                                                                                                   \
+    { VN_DEFAULT_VRF "/bgp-entity/neighbors", VN_VRF "/vrf-neighbors" }
+#define VN_NEIGHBOR(suffix)                                                                                            \
+    { VN_DEFAULT_VRF "/bgp-entity/neighbors/neighbor" suffix, VN_VRF "/vrf-neighbors/vrf-neighbor" suffix }
+#define VN_GROUP_ENTRY VN_DEFAULT_VRF "/bgp-entity/neighbor-groups/neighbor-group"
+
+#define OC_NEIGHBOR OC_PROTOCOL "/bgp/neighbors/neighbor"
+#define OC_GROUP OC_PROTOCOL "/bgp/peer-groups/peer-group"
+
 // The form of the request's VRF.
 const char *oc_form(yfw_map_ctx ctx, const oc_path &path);
+
+// Declares both forms of a path, or the request's, without a value.
+cerrno oc_declare(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const oc_path &path,
+                  int container);
+
+bool oc_is_text(const char *value, const char *text);
 
 // Declares a path of the operational model of a state read.
 cerrno oc_declare_operational(yfw_map_ctx ctx, cidl_yfw_datatree *dst, const char *path, const char *value,
@@ -44,19 +59,88 @@ cerrno oc_map_empty_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, 
 // A leaf whose value is taken over as it is.
 struct oc_copied_leaf {
     oc_path path;
-    oc_path deleted; // what a delete writes: the leaf, or the container around it
+    oc_path deleted;      // what a delete writes: the leaf, or the container around it
+    oc_path also_deleted; // and with it; null for nothing
 };
 cerrno oc_map_copied_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                           const oc_copied_leaf &record);
 
-// A boolean leaf with two native texts. Any other value writes the leaf without one.
+// A boolean leaf with two native texts.
 struct oc_boolean_leaf {
     oc_path path;
     const char *when_true;
     const char *when_false;
+    const char *refusal; // the trace of an edit with any other value, or none; null: that writes the leaf without one
 };
 cerrno oc_map_boolean_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                            const oc_boolean_leaf &record);
+
+// An AS number: "0" in the upper leaf and the whole of it in the lower one.
+struct oc_as_leaf {
+    oc_path container;
+    oc_path upper;
+    oc_path lower;
+};
+cerrno oc_map_as(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                 const oc_as_leaf &record);
+
+// Seconds with a fraction: what stands before the point and what stands behind it, not scaled.
+struct oc_interval_leaf {
+    oc_path container;
+    oc_path seconds;
+    oc_path fraction;
+    const char *no_fraction; // what is written for a missing one
+};
+cerrno oc_map_interval(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                       const oc_interval_leaf &record);
+
+// A password, enciphered.
+struct oc_password_leaf {
+    oc_path container;
+    oc_path disable;
+    oc_path password;
+};
+cerrno oc_map_password(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                       const oc_password_leaf &record);
+
+// eBGP multihop: the hop count of the OpenConfig container, whichever of its leaves calls.
+struct oc_multihop {
+    const char *openconfig;
+    oc_path container;
+    oc_path hops;
+    oc_path deactivation;
+};
+cerrno oc_map_multihop(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                       const oc_multihop &record);
+
+// A local address: an address, or the name of an interface. The other kind is removed when it is configured.
+struct oc_local_address {
+    oc_path container;
+    oc_path disable;
+    oc_path address;
+    oc_path interface;
+    int neighbor; // 0 for a group
+};
+cerrno oc_map_local_address(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                            const oc_local_address &record);
+
+// Removes the other kind of local address than the value is, when the system database has it. Shared by neighbours (1)
+// and groups (0); the paths are those to remove.
+YMAP_EXPORT cerrno oc_bgp_find_and_delete_local_addr(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
+                                                     cidl_yfw_datatree *dst, const char *value,
+                                                     const char *default_address, const char *vrf_address,
+                                                     const char *default_interface, const char *vrf_interface,
+                                                     int neighbor);
+
+// Logging of state changes: three native leaves.
+struct oc_state_logging {
+    oc_path container;
+    oc_path enable;
+    oc_path disable;
+    oc_path inherit_disable;
+};
+cerrno oc_map_state_logging(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                            const oc_state_logging &record);
 
 // The container around a list. Its delete is one of the native list whole.
 struct oc_parent {

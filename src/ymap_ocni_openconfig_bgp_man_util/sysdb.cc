@@ -43,6 +43,16 @@ cerrno yfw_oc_bgp_sysdb_get_data(const char *path, void **value, size_t *size) {
     return sysdb_item_get(bgp_cfg_sysdb_connid, path, value, size);
 }
 
+cerrno ymap_sysdb_list(const char *path, sysdb_list_t **list) {
+    return sysdb_list(bgp_cfg_sysdb_connid, path, "", list);
+}
+
+uint32_t ymap_item_number(const void *item) {
+    uint32_t number = 0;
+    std::memcpy(&number, item, sizeof(number));
+    return number;
+}
+
 cerrno yfw_oc_bgp_sysdb_vrf_and_as_lookup(yfw_map_ctx ctx, char *vrf, char *instance, char *as_upper, char *as_lower) {
     YMAP_FRAME(ctx);
     char pattern[pattern_size];

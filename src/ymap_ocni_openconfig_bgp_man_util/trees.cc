@@ -11,13 +11,18 @@ constexpr uint32_t trimmed_prefix_flag = 32;
 const char search_tag[] = "YFW MAP search list";
 const char trim_tag[] = "YFW MAP trim list ctx";
 
-// Replaces a namespace that the node borrows or owns by a copy of its own.
-void replace_name_space(cidl_yfw_datatree *node, const char *name_space, const char *tag) {
+// Replaces a namespace that the node borrows or owns by a copy of its own; without memory it stays. Whether it went.
+bool replace_name_space(cidl_yfw_datatree *node, const char *name_space, const char *tag) {
+    char *copy = yfw_strdup(name_space, tag);
+    if (copy == nullptr) {
+        return false;
+    }
     if ((node->flags & YFW_NODE_NS_SET) != 0) {
         vnos_named_free(node->name_space);
     }
-    node->name_space = yfw_strdup(name_space, tag);
+    node->name_space = copy;
     node->flags |= YFW_NODE_NS_SET;
+    return true;
 }
 
 // "prefix/path", or the path alone; null when memory is short. Released with vnos_named_free.
@@ -42,10 +47,8 @@ cerrno add_key(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *list, const
     vnos_named_free(path);
     const bool differs = key != nullptr && key_name_space != nullptr &&
                          (key->name_space == nullptr || std::strcmp(key->name_space, key_name_space) != 0);
-    if (differs) {
-        replace_name_space(key, key_name_space, "YFW OCNI NS");
-    }
-    return status;
+    const bool lost = differs && !replace_name_space(key, key_name_space, "YFW OCNI NS");
+    return lost ? static_cast<cerrno>(OCBGP_ERR_NO_RESOURCE) : status;
 }
 
 } // namespace
@@ -136,7 +139,8 @@ cerrno yfw_map_ocni_bgp_search_or_add_subtree_list_multi_keys2(
         yfw_map_copy_trim_path_list_ctx(ctx, prefix);
     }
     cerrno status = yfw_map_datatree_add_path_flagged(ctx, tree, full, name_space, nullptr, nullptr, entry, 1, flags);
-    for (uint32_t key = 0; key < count; ++key) {
+    // The last add's status, but none of the failures on the way is lost.
+    for (uint32_t key = 0; key < count && status == 0; ++key) {
         status = add_key(ctx, tree, full, key_names[key], key_values[key],
                          key_name_spaces == nullptr ? nullptr : key_name_spaces[key], name_space, flags);
     }

@@ -55,43 +55,30 @@ YMAP_EXPORT cerrno vn_bgp_instance_gbl_af_multipath_ibgp(yfw_map_ctx ctx, const 
     return vn_map_leaf(frame, src, dst, paths);
 }
 
-namespace {
-
-struct switch_record {
-    const char *leaf;
-    const char *missing; // what is logged when there is no value
-};
-
-// "enable" and "disable" as a boolean; any other text adds the leaf without a value.
-cerrno map_switch(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
-                  const switch_record &record) {
-    if (src == nullptr || dst == nullptr) {
-        return ymap_refuse_arguments(frame);
-    }
-    if (src->value == nullptr) {
-        YMAP_ERROR(frame, "%s", record.missing);
-        return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
-    }
-    const char *value = yfw_map_do_these_match(src->value, "enable") != 0    ? "true"
-                        : yfw_map_do_these_match(src->value, "disable") != 0 ? "false"
-                                                                             : nullptr;
-    return vn_write(frame.ctx, dst, record.leaf, value, 0);
-}
-
-} // namespace
-
 YMAP_EXPORT cerrno vn_bgp_instance_gbl_add_paths_cfg_receive(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                              cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr switch_record receive{OC_GLOBAL_AF "/add-paths/config/receive", "Missing gbl add-path-receive"};
-    return map_switch(frame, src, dst, receive);
+    static constexpr vn_boolean_record receive{OC_GLOBAL_AF "/add-paths/config/receive",
+                                               "enable",
+                                               "disable",
+                                               "Missing gbl add-path-receive",
+                                               false,
+                                               "true",
+                                               "false"};
+    return vn_map_boolean(frame, src, dst, receive);
 }
 
 YMAP_EXPORT cerrno vn_bgp_instance_gbl_add_paths_cfg_send(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                           cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr switch_record send{OC_GLOBAL_AF "/add-paths/config/send", "Missing gbl add-path-send"};
-    return map_switch(frame, src, dst, send);
+    static constexpr vn_boolean_record send{OC_GLOBAL_AF "/add-paths/config/send",
+                                            "enable",
+                                            "disable",
+                                            "Missing gbl add-path-send",
+                                            false,
+                                            "true",
+                                            "false"};
+    return vn_map_boolean(frame, src, dst, send);
 }
 
 // Called for the upper half first; the lower one writes the number.

@@ -3,9 +3,6 @@
 
 #include "ymap_ocni_openconfig_bgp_man_util.h"
 
-#define NS_OC_POLICY_TYPES "http://openconfig.net/yang/policy-types"
-#define NS_OC_BGP_TYPES "http://openconfig.net/yang/bgp-types"
-
 #define OC_BGP OC_PROTOCOL "/bgp"
 #define OC_GLOBAL OC_BGP "/global"
 
@@ -31,3 +28,92 @@ struct vn_leaf_record {
 };
 cerrno vn_map_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                    const vn_leaf_record &record);
+
+// ---- Neighbours and groups
+// ----------------------------------------------------------------------------------------------
+
+#define OC_NEIGHBOR OC_BGP "/neighbors/neighbor"
+
+// Where a callback reads other leaves of its neighbour.
+struct vn_place {
+    const char *default_vrf;
+    const char *vrf;          // null for groups, which are the default VRF's
+    bool default_name_is_vrf; // a VRF named "default" counts as a VRF; otherwise as the default one
+};
+const char *vn_container(yfw_map_ctx ctx, const vn_place &place);
+
+// A leaf with two native texts. Other texts add it without a value.
+struct vn_boolean_record {
+    const char *leaf;
+    const char *when_true; // native texts
+    const char *when_false;
+    const char *missing; // what is logged when there is no value; null: nothing, and the error path stays as it is
+    bool empty_is_missing;
+    const char *true_text; // OpenConfig texts
+    const char *false_text;
+};
+cerrno vn_map_boolean(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                      const vn_boolean_record &record);
+
+// A leaf copied with a message when there is nothing to copy.
+struct vn_copied_record {
+    const char *leaf;
+    const char *missing; // null: an absent value is added as it is
+    uint32_t flag;
+};
+cerrno vn_map_copied(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                     const vn_copied_record &record);
+
+// An AS number in two leaves: the upper one is kept in half, the lower one writes.
+struct vn_as_record {
+    const char *leaf;
+    const char *missing_upper;
+    const char *missing_lower;
+};
+cerrno vn_map_as(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                 const vn_as_record &record, uint32_t *half);
+
+struct vn_multihop_record {
+    vn_place container;
+    const char *enabled;
+    const char *ttl;
+};
+cerrno vn_map_multihop(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                       const vn_multihop_record &record);
+
+struct vn_local_address_record {
+    vn_place container;
+    const char *leaf;
+    bool check_arguments; // the neighbour's takes them for granted: meant so
+};
+cerrno vn_map_local_address(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                            const vn_local_address_record &record);
+
+cerrno vn_map_password(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *leaf);
+
+struct vn_interval_record {
+    vn_place container;
+    const char *leaf;
+};
+cerrno vn_map_interval(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                       const vn_interval_record &record);
+
+struct vn_logging_record {
+    vn_place container;
+    const char *leaf;
+};
+cerrno vn_map_logging(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                      const vn_logging_record &record);
+
+// A setting that all families of a neighbour or group agree on.
+struct vn_agreed_record {
+    vn_place list;
+    const char *key;
+    int group;
+    int setting;
+    const char *leaf;
+};
+cerrno vn_map_agreed(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                     const vn_agreed_record &record);
+
+cerrno vn_map_bfd(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *leaf);

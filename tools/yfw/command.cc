@@ -67,10 +67,17 @@ std::string read_text(const std::string &file) {
         count = std::fread(buffer.data(), 1, buffer.size(), stream);
         text.append(buffer.data(), count);
     }
+    explicit_bzero(buffer.data(), buffer.size());
     if (std::ferror(stream) != 0) {
         throw Refused(Reason::malformed_document, file, std::string("cannot be read: ") + std::strerror(errno));
     }
     return text;
+}
+
+SecretText::SecretText(const std::string &file) : text_(read_text(file)) {}
+
+SecretText::~SecretText() {
+    explicit_bzero(text_.data(), text_.size());
 }
 
 void add_output_option(CLI::App &command, Syntax &syntax) {

@@ -63,6 +63,19 @@ class Session {
 // A file's text, or standard input's for "-". Throws Refused.
 std::string read_text(const std::string &file);
 
+// A document's text, overwritten when it goes: it may hold passwords in clear.
+class SecretText {
+  public:
+    explicit SecretText(const std::string &file);
+    ~SecretText();
+    SecretText(const SecretText &) = delete;
+    SecretText &operator=(const SecretText &) = delete;
+    std::string &get() { return text_; }
+
+  private:
+    std::string text_;
+};
+
 // Adds the subcommands. Each sets *exit_code when it is run.
 void add_edit(CLI::App &app, const Globals &globals, int *exit_code);
 void add_load(CLI::App &app, const Globals &globals, int *exit_code);

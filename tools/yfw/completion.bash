@@ -1,11 +1,12 @@
-# Completion of yfw for bash. Installed where bash-completion looks for it; can be sourced as well.
+#Completion of yfw for bash.Installed where bash - completion looks for it; can be sourced as well.
 
-# The subcommand among the words before the one being completed; the values of options are none.
-_yfw_subcommand()
-{
-    local i word
-    for ((i = 1; i < COMP_CWORD; i++)); do
-        word=${COMP_WORDS[i]}
+#The subcommand among the words before the one being completed; the values of options are none.
+_yfw_subcommand() {
+    local i word for ((i = 1; i < COMP_CWORD; i++));
+    do
+        word = $ {
+            COMP_WORDS[i]
+        }
         case $word in
             --db | --models | --mapping | --plugin | --log-level | --default-operation | -o | --output)
                 [[ ${COMP_WORDS[i + 1]} == "=" ]] && ((i++))
@@ -22,7 +23,7 @@ _yfw_subcommand()
 _yfw()
 {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command options
-    # "--db=DIR" comes as three words.
+#"--db=DIR" comes as three words.
     if [[ $cur == "=" ]]; then
         cur=
     elif [[ $prev == "=" ]]; then

@@ -68,9 +68,9 @@ void print_edit(const Session &session, const Arguments &arguments, const EditRe
 }
 
 void edit_one(Session &session, const Arguments &arguments, const std::string &file, Transaction &transaction) {
-    std::string text = read_text(file);
-    const Syntax syntax = guess_syntax(text);
-    const EditResult result = session.engine().edit(text, syntax, arguments.options, transaction);
+    SecretText text(file);
+    const Syntax syntax = guess_syntax(text.get());
+    const EditResult result = session.engine().edit(text.get(), syntax, arguments.options, transaction);
     report(Messages(), result);
     if (!arguments.dry_run) {
         transaction.commit();
@@ -87,6 +87,7 @@ void run(const Globals &globals, const Arguments &arguments) {
         const PasswordKey key(directory.path() / "key", true);
         // The files see each other's changes, and the store sees none.
         Transaction transaction = store.begin(Access::write);
+        Engine::check_key(key, Access::write, transaction);
         for (const std::string &file : arguments.files) {
             edit_one(session, arguments, file, transaction);
         }
@@ -96,6 +97,7 @@ void run(const Globals &globals, const Arguments &arguments) {
     const PasswordKey key(globals.db / "key", true);
     for (const std::string &file : arguments.files) {
         Transaction transaction = store.begin(Access::write);
+        Engine::check_key(key, Access::write, transaction);
         edit_one(session, arguments, file, transaction);
     }
 }

@@ -71,9 +71,10 @@ void run(const Globals &globals, const Arguments &arguments) {
         return;
     }
     const Store store = session.open(Access::read);
-    const Transaction transaction = store.begin(Access::read);
+    Transaction transaction = store.begin(Access::read);
     if (!arguments.paths) {
         const PasswordKey key(globals.db / "key", false);
+        Engine::check_key(key, Access::read, transaction);
         print_openconfig(session, arguments, transaction);
         return;
     }

@@ -56,6 +56,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.target = value;
         } else if (name == "may-write-nothing") {
             entry.may_write_nothing = value == "true";
+        } else if (name == "taken-with") {
+            entry.taken_with = value;
         } else if (name == "covered") {
             entry.covered = value == "true";
         }

@@ -16,6 +16,7 @@ struct MappingEntry {
     std::vector<std::string> candidates;
     std::string target;             // of Service::copy
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
+    std::string taken_with;         // the sibling whose function writes this node too
     bool covered = false;           // deletes of an outer node take it along
 };
 

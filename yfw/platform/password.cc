@@ -105,6 +105,16 @@ PasswordKey::PasswordKey(const std::filesystem::path &file, bool create) {
     }
 }
 
+std::string PasswordKey::fingerprint() const {
+    if (key == nullptr) {
+        return {};
+    }
+    std::array<unsigned char, crypto_generichash_BYTES_MIN> hash{};
+    crypto_generichash(hash.data(), hash.size(), key, key_size, nullptr, 0);
+    std::array<char, crypto_generichash_BYTES_MIN * 2 + 1> text{};
+    return sodium_bin2hex(text.data(), text.size(), hash.data(), hash.size());
+}
+
 PasswordKey::~PasswordKey() {
     sodium_free(key);
     key = nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace yfw {
 
@@ -12,6 +13,8 @@ class PasswordKey {
     // can then be neither written nor read. Throws Unusable when others may read the file, or it holds no key.
     PasswordKey(const std::filesystem::path &file, bool create);
     ~PasswordKey();
+    // Tells this key from others without giving it away; empty when there is no key.
+    [[nodiscard]] std::string fingerprint() const;
     PasswordKey(const PasswordKey &) = delete;
     PasswordKey &operator=(const PasswordKey &) = delete;
 };

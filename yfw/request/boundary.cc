@@ -169,7 +169,7 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
 }
 
 cerrno search(yfw_map_ctx ctx, cidl_yfw_datatree *tree, cidl_yfw_datatree **entry, const char *path,
-              std::span<const char *const> values, std::span<const char *const> names, const char *name_space) {
+              std::span<const char *const> values, std::span<const char *const> names) {
     if (entry != nullptr) {
         *entry = nullptr;
     }
@@ -179,7 +179,7 @@ cerrno search(yfw_map_ctx ctx, cidl_yfw_datatree *tree, cidl_yfw_datatree **entr
     const Schema &schema = request_of(ctx).schema();
     auto *base = static_cast<Node *>(tree);
     const SchemaNode *list = resolve(schema, base, path);
-    if (list == nullptr || list->kind != NodeKind::list || !in_name_space(*list, name_space)) {
+    if (list == nullptr || list->kind != NodeKind::list) {
         return YFW_ERR_UNKNOWN_PATH;
     }
     std::array<std::string_view, Request::deepest> keys{};
@@ -267,14 +267,14 @@ cerrno yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree
 }
 
 cerrno yfw_map_search_list(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, struct cidl_yfw_datatree **entry,
-                           const char *path, const char *key_value, const char *key_name, const char *name_space) {
-    return yfw::search(ctx, tree, entry, path, {&key_value, 1}, {&key_name, 1}, name_space);
+                           const char *path, const char *key_value, const char *key_name, const char *) {
+    return yfw::search(ctx, tree, entry, path, {&key_value, 1}, {&key_name, 1});
 }
 
 cerrno yfw_map_search_list_multi_keys(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, struct cidl_yfw_datatree **entry,
                                       const char *path, uint32_t count, const char *const *key_values,
-                                      const char *const *key_names, const char *name_space) {
-    return yfw::search(ctx, tree, entry, path, {key_values, count}, {key_names, count}, name_space);
+                                      const char *const *key_names, const char *) {
+    return yfw::search(ctx, tree, entry, path, {key_values, count}, {key_names, count});
 }
 
 cerrno yfw_map_search_or_add_list(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, struct cidl_yfw_datatree **entry,

@@ -153,7 +153,7 @@ Outcome Walker::serve(Node *node) {
         const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
         const Refused refusal(code, path, explanation.reason(code, [&] { call(node, *binding); }));
         if (!request_.is_read()) {
-            throw refusal;
+            throw Refused(refusal);
         }
         result_.unanswered.emplace_back(node, refusal);
         return Outcome::skipped;
@@ -168,7 +168,9 @@ Outcome Walker::serve(Node *node) {
 // Whether an edit of the node came to nothing that its client should know of.
 bool Walker::left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before) {
     const bool whole_delete = request_.fields().entire_bgp_delete; // marks nodes that are there already
-    if (request_.counts.adds != before.adds || binding.entry->may_write_nothing || whole_delete) {
+    const std::string &sibling = binding.entry->taken_with;
+    const bool taken = !sibling.empty() && child(node->up(), sibling) != nullptr;
+    if (request_.counts.adds != before.adds || binding.entry->may_write_nothing || taken || whole_delete) {
         return false;
     }
     return outcome == Outcome::skipped || !node->schema().is_inner();

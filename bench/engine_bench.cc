@@ -1,0 +1,137 @@
+// Whole requests: an edit of many neighbours, its commit, the read of them, and the read of many VRFs. Items are
+// neighbours, or VRFs.
+#include "engine.h"
+#include "platform/password.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+const yfw::Engine &engine() {
+    static const yfw::Engine made({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+    return made;
+}
+
+class Directory {
+  public:
+    Directory() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "yfw-bench-XXXXXX").string();
+        path_ = mkdtemp(pattern.data());
+    }
+    ~Directory() { std::filesystem::remove_all(path_); }
+    Directory(const Directory &) = delete;
+    Directory &operator=(const Directory &) = delete;
+    [[nodiscard]] const std::filesystem::path &path() const { return path_; }
+
+  private:
+    std::filesystem::path path_;
+};
+
+struct Stored {
+    Directory directory;
+    yfw::Store store{directory.path() / "db", engine().schema(), yfw::Access::write};
+    yfw::PasswordKey key{directory.path() / "db/key", true};
+
+    void edit(std::string text) {
+        yfw::Transaction transaction = store.begin(yfw::Access::write);
+        engine().edit(text, yfw::Syntax::json, {}, transaction);
+        transaction.commit();
+    }
+};
+
+std::string protocol(const std::string &network_instance, const std::string &bgp) {
+    return R"({"name":")" + network_instance +
+           R"(","protocols":{"protocol":[{"identifier":"BGP","name":"core","bgp":{)" + bgp + "}}]}}";
+}
+
+std::string document(const std::string &instances) {
+    return R"({"network-instances":{"network-instance":[)" + instances + "]}}";
+}
+
+std::string neighbors(std::int64_t count) {
+    std::string text = R"("global":{"config":{"as":65000}},"neighbors":{"neighbor":[)";
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::string address =
+            "10." + std::to_string(i >> 16) + '.' + std::to_string(i >> 8 & 255) + '.' + std::to_string(i & 255);
+        text +=
+            (i == 0 ? "" : ",") + (R"({"neighbor-address":")" + address) + R"(","config":{"peer-as":)" +
+            std::to_string(64512 + i % 400) + R"(,"enabled":true,"description":"peer at )" + address +
+            R"("},"timers":{"config":{"hold-time":"90","keepalive-interval":"30","minimum-advertisement-interval":)" +
+            R"("5.250"}},"transport":{"config":{"passive-mode":false,"local-address":"192.0.2.1"}},)" +
+            R"("ebgp-multihop":{"config":{"enabled":true,"multihop-ttl":5}},)" +
+            R"("logging-options":{"config":{"log-neighbor-state-changes":true}},)" +
+            R"("apply-policy":{"config":{"default-import-policy":"REJECT_ROUTE"}}})";
+    }
+    return document(protocol("DEFAULT", text + "]}"));
+}
+
+std::string vrfs(std::int64_t count) {
+    std::string text;
+    for (std::int64_t i = 0; i < count; ++i) {
+        text +=
+            (i == 0 ? "" : ",") +
+            protocol("vrf-" + std::to_string(i),
+                     R"("global":{"config":{"as":65000,"router-id":"192.0.2.1"},"route-selection-options":{"config":)"
+                     R"({"always-compare-med":true,"ignore-as-path-length":true,"external-compare-router-id":true}},)"
+                     R"("afi-safis":{"afi-safi":[{"afi-safi-name":"IPV4_UNICAST","config":{"enabled":true},)"
+                     R"("use-multiple-paths":{"ebgp":{"config":{"maximum-paths":4}},"ibgp":{"config":)"
+                     R"({"maximum-paths":8}}},"add-paths":{"config":{"receive":true,"send":false}}}]}})");
+    }
+    return document(text);
+}
+
+// Translated, checked and applied, and then given up.
+void edit_neighbors(benchmark::State &state) {
+    Stored stored;
+    const std::string document = neighbors(state.range(0));
+    for (auto _ : state) {
+        std::string text = document;
+        yfw::Transaction transaction = stored.store.begin(yfw::Access::write);
+        benchmark::DoNotOptimize(engine().edit(text, yfw::Syntax::json, {}, transaction).native());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(edit_neighbors)->Arg(150)->Arg(15000);
+
+void read(benchmark::State &state, const std::string &document) {
+    Stored stored;
+    stored.edit(document);
+    const yfw::Transaction transaction = stored.store.begin(yfw::Access::read);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(engine().read({}, false, transaction).openconfig());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void read_neighbors(benchmark::State &state) {
+    read(state, neighbors(state.range(0)));
+}
+BENCHMARK(read_neighbors)->Arg(150)->Arg(15000);
+
+void read_vrfs(benchmark::State &state) {
+    read(state, vrfs(state.range(0)));
+}
+BENCHMARK(read_vrfs)->Arg(10)->Arg(100);
+
+// One leaf of one neighbour among many.
+void edit_one_leaf(benchmark::State &state) {
+    Stored stored;
+    stored.edit(neighbors(state.range(0)));
+    const std::string document =
+        R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":)"
+        R"([{"identifier":"BGP","name":"core","bgp":{"neighbors":{"neighbor":)"
+        R"([{"neighbor-address":"10.0.0.5","config":{"description":"changed"}}]}}}]}}]}})";
+    for (auto _ : state) {
+        std::string text = document;
+        yfw::Transaction transaction = stored.store.begin(yfw::Access::write);
+        benchmark::DoNotOptimize(engine().edit(text, yfw::Syntax::json, {}, transaction).native());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(edit_one_leaf)->Arg(10)->Arg(15000);
+
+} // namespace

@@ -1,0 +1,114 @@
+// What the tests of neighbours share: stored neighbours, and short forms of their paths.
+#pragma once
+
+#include "plugin_fixture.h"
+
+namespace yfw::test {
+
+// A system database in force that shows native lines of the instance core.
+class Stored {
+  public:
+    explicit Stored(const std::string &lines) {
+        edit(store_, project_schema(), "~/bgp-running=\n" + lines);
+        guard_.emplace(view_.emplace(transaction_.emplace(store_.begin(Access::read)), project_schema()));
+    }
+
+  private:
+    ScratchDirectory scratch_;
+    Store store_{scratch_ / "db", project_schema(), Access::write};
+    std::optional<Transaction> transaction_;
+    std::optional<SystemDatabase> view_;
+    std::optional<BoundSystemDatabase> guard_;
+};
+
+inline const std::string blue = "~/vrfs/vrf[vrf-name=blue]";
+inline const std::string blue_neighbor = blue + "/vrf-neighbors/vrf-neighbor[neighbor-address=10.0.0.1]";
+inline const std::string oc_list = "/bgp/neighbors/neighbor", oc_group = "/bgp/peer-groups/peer-group";
+const std::string no_arguments = "ERR: Invalid arguments passed!\nerror path\n-> aaf2a000";
+
+inline std::string replaced(const std::string &text, const std::string &form, const std::string &by) {
+    return std::regex_replace(text, std::regex(form), by);
+}
+
+// N for a neighbour of the default VRF, W for one of another VRF, G for a group, NA, WA and GA for their families, O
+// for OpenConfig's neighbour.
+inline std::string brief(std::string lines) {
+    for (const auto &[form, letter] :
+         {std::pair("F/default-vrf/bgp-entity/neighbors/neighbor", "N"),
+          {"V/vrf-neighbors/vrf-neighbor", "W"},
+          {"F/default-vrf/bgp-entity/neighbor-groups/neighbor-group", "G"},
+          {"N/neighbor-afs/neighbor-af", "NA"},
+          {"W/vrf-neighbor-afs/vrf-neighbor-af", "WA"},
+          {"G/neighbor-group-afs/neighbor-group-af", "GA"},
+          {"/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor", "O"},
+          {" @network-instance", ""}}) {
+        lines = replaced(lines, form, letter);
+    }
+    return lines;
+}
+
+// "a=1 b" as lines of an entry, each with an end.
+inline std::string lines_of(const std::string &entry, const std::string &leaves, const std::string &end) {
+    return leaves.empty() ? "" : replaced(leaves + ' ', "([^ ]+) ", entry + "/$1" + end + '\n');
+}
+
+// Runs a callback on a node: its lines, its code, the operation that it leaves the node with.
+inline std::string call(Scene &scene, const std::string &name, const Node *node) {
+    scene.fields.common_data_ptr = vnos_named_calloc_(1, sizeof(Node), "YFW MAP", 0); // of a protocol entry, named so:
+    std::strcpy(static_cast<char *>(scene.fields.common_data_ptr), "core");
+    const std::string result = brief(scene.run<Callback>(name.c_str(), node, scene.destination));
+    vnos_named_free(std::exchange(scene.fields.common_data_ptr, nullptr));
+    EXPECT_EQ(scene.fields.del_expansion_mode, unsigned{YFW_EXPAND_ON});
+    return result + ' ' + operation_text(node);
+}
+
+// Requests of a line or more, the last of which is mapped, with what a callback makes of them.
+struct Case {
+    std::string request, expected;
+    std::uint32_t kind = YFW_KIND_EDIT;
+};
+
+inline void check(const std::string &name, const std::vector<Case> &cases) {
+    for (const auto &[request, expected, kind] : cases) {
+        Scene scene(kind);
+        std::istringstream lines(request);
+        Node *node = nullptr;
+        for (std::string line; std::getline(lines, line);) {
+            node = scene.map(line);
+        }
+        node->flags |= YFW_NODE_PRESENT;
+        EXPECT_EQ(call(scene, name, node), expected) << name << ": " << request << ", kind " << kind;
+    }
+}
+
+inline const std::string families[] = {"/neighbor-afs/neighbor-af[af-name=ipv4-unicast]",
+                                       "/neighbor-afs/neighbor-af[af-name=vpnv6-unicast]"};
+
+inline std::string nbr(const std::string &vrf, const std::string &leaf, int number = 1) {
+    return protocol(vrf) + oc_list + "[neighbor-address=10.0.0." + std::to_string(number) + "]" + leaf;
+}
+
+// Lines of the entries of some families.
+inline std::string in_families(const std::string &names, const std::string &leaves_there, const std::string &end,
+                               const std::string &entry = "NA") {
+    return replaced(names + ' ', "([^ ]+) ",
+                    entry + "{}\n" + entry + "/af-name=$1\n" + lines_of(entry, leaves_there, end));
+}
+
+} // namespace yfw::test
+
+// The adds of native requests, in the journal too.
+extern "C" __attribute__((used)) inline cerrno
+yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const char *path, const char *name_space,
+                          const char *value, struct cidl_yfw_datatree **added, uint32_t reserved, uint32_t flag) {
+    static const auto next =
+        reinterpret_cast<decltype(&yfw_map_datatree_add_path)>(dlsym(RTLD_NEXT, "yfw_map_datatree_add_path"));
+    const cerrno status = next(ctx, tree, path, name_space, value, added, reserved, flag);
+    if (yfw::test::journal != nullptr) {
+        const bool usual = std::strcmp(name_space, "http://openconfig.net/yang/network-instance") == 0;
+        yfw::test::journal->note(std::string(path) + (value == nullptr ? "" : std::string("=") + value) +
+                                 (flag == 0 ? "" : " f" + std::to_string(flag)) + (usual ? "" : " @other") +
+                                 (status == 0 ? "" : " !" + yfw::test::hex(status)) + '\n');
+    }
+    return status;
+}

@@ -1,0 +1,273 @@
+// Properties over the whole mapping description: what is set through OpenConfig reads back, a delete leaves nothing
+// behind, a refused edit changes nothing. A leaf comes under them by being mapped.
+#include "documents/instance_path.h"
+#include "edit/apply.h"
+#include "engine.h"
+#include "error.h"
+#include "platform/password.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+
+namespace yfw {
+namespace {
+
+// What a leaf reads back as when it is not what was set; an empty text: it is not there.
+struct Exception {
+    const char *leaf; // the end of its path
+    const char *value;
+    const char *read;
+    bool default_vrf; // where it holds
+    bool named_vrf;
+};
+
+constexpr Exception exceptions[] = {
+    // Natively there or not there: false is the same as unset.
+    {"/always-compare-med", "false", "", true, true},
+    {"/ignore-as-path-length", "false", "", true, true},
+    {"/external-compare-router-id", "false", "", true, true},
+    {"/graceful-restart/config/enabled", "false", "", true, false},
+    {"/afi-safi/config/enabled", "false", "", true, true},
+    // The fraction is carried as it is written, not scaled.
+    {"/minimum-advertisement-interval", "0.5", "0.005", true, true},
+    // Any value of the flag switches multihop on; its hop count needs the flag in the same edit.
+    {"/ebgp-multihop/config/enabled", "false", "true", true, true},
+    {"/multihop-ttl", nullptr, "", true, true},
+    // Policies are mapped by address family.
+    {"/neighbor/apply-policy/config/import-policy", nullptr, "", true, true},
+    {"/neighbor/apply-policy/config/export-policy", nullptr, "", true, true},
+    // Only the default VRF has these.
+    {"/global/graceful-restart/config/enabled", nullptr, "", false, true},
+    {"/global/graceful-restart/config/helper-only", nullptr, "", false, true},
+    {"/route-reflector-client", nullptr, "", false, true},
+    {"/route-reflector-cluster-id", nullptr, "", false, true},
+    {"/confederation/config/identifier", nullptr, "", false, true},
+    {"/confederation/config/member-as", nullptr, "", false, true},
+    // The default VRF has no route distinguisher: an edit is refused.
+    {"/config/route-distinguisher", nullptr, "", true, false},
+};
+
+// Key values of the lists on the way.
+const std::map<std::string, std::string> list_keys{
+    {"protocol", "[identifier=BGP][name=core]"},
+    {"afi-safi", "[afi-safi-name=IPV6_UNICAST]"},
+    {"neighbor", "[neighbor-address=10.0.0.1]"},
+};
+
+// Legal values of all kinds; each leaf takes those of its type.
+constexpr const char *samples[] = {"true",
+                                   "false",
+                                   "1",
+                                   "2",
+                                   "128",
+                                   "65535",
+                                   "70000",
+                                   "4294967295",
+                                   "192.0.2.7",
+                                   "65000:100",
+                                   "10.1.1.1:5",
+                                   "4200000000:7",
+                                   "IPV4_UNICAST",
+                                   "90",
+                                   "5.250",
+                                   "0.5",
+                                   "eth0",
+                                   "2001:db8::1",
+                                   "a text",
+                                   "pass \" <word> é",
+                                   "ACCEPT_ROUTE",
+                                   "REJECT_ROUTE",
+                                   "PRIVATE_AS_REMOVE_ALL",
+                                   "PRIVATE_AS_REPLACE_ALL"};
+
+class RoundTrip : public testing::Test {
+  protected:
+    RoundTrip() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "yfw-roundtrip-XXXXXX").string();
+        directory_ = mkdtemp(pattern.data());
+        store_ = std::make_unique<Store>(directory_ / "db", engine().schema(), Access::write);
+        key_ = std::make_unique<PasswordKey>(directory_ / "db/key", true);
+    }
+    ~RoundTrip() override {
+        key_.reset();
+        store_.reset();
+        std::filesystem::remove_all(directory_);
+    }
+
+    static Engine &engine() {
+        static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+        return shared;
+    }
+
+    // "/a/b" with the keys of its lists; empty when the test knows no key of one.
+    static std::string instance(const SchemaNode &leaf, const std::string &vrf) {
+        if (leaf.depth == 0) {
+            return "";
+        }
+        std::string path = instance(*leaf.parent, vrf) + '/' + leaf.name;
+        if (leaf.kind == NodeKind::list) {
+            path += leaf.name == "network-instance" ? "[name=" + vrf + ']' : list_keys.at(leaf.name);
+        }
+        return path;
+    }
+
+    // Commits an edit of one node. Throws Refused.
+    void edit(const std::string &path, const char *value, std::uint32_t operation = YFW_OP_NONE) {
+        Arena arena;
+        Node *root = new_root(arena, engine().schema());
+        Node *node = add_instance_path(arena, engine().schema(), root, path);
+        if (value != nullptr) {
+            set_value(arena, node, value);
+        }
+        if (operation != YFW_OP_NONE) {
+            node->set_operation(operation);
+        }
+        std::string text;
+        Sink sink(text);
+        WriteOptions writing;
+        writing.operations = true;
+        write_document(sink, engine().schema(), root, writing);
+        Transaction transaction = store_->begin(Access::write);
+        engine().edit(text, Syntax::json, {}, transaction);
+        transaction.commit();
+    }
+
+    // A neighbour's address family, as the router would have it.
+    void add_native_family(const std::string &vrf, const std::string &family) {
+        const std::string instance = "/bgp/instance[instance-name=core]/instance-as[as=0]/four-byte-as[as=65000]";
+        const std::string neighbor =
+            vrf == "DEFAULT"
+                ? "/default-vrf/bgp-entity/neighbors/neighbor[neighbor-address=10.0.0.1]/neighbor-afs/neighbor-af"
+                : "/vrfs/vrf[vrf-name=" + vrf +
+                      "]/vrf-neighbors/vrf-neighbor[neighbor-address=10.0.0.1]/vrf-neighbor-afs/vrf-neighbor-af";
+        Arena arena;
+        Node *root = new_root(arena, engine().schema());
+        add_instance_path(arena, engine().schema(), root, instance + neighbor + "[af-name=" + family + "]");
+        Transaction transaction = store_->begin(Access::write);
+        apply_edit(transaction, arena, root, false);
+        transaction.commit();
+    }
+
+    // The values of a leaf or leaf-list as read.
+    std::set<std::string> read(const std::string &path) {
+        const Transaction transaction = store_->begin(Access::read);
+        const auto result = engine().read({path}, false, transaction);
+        std::set<std::string> values;
+        collect(result.openconfig(), path.substr(path.rfind('/') + 1), values);
+        return values;
+    }
+    static void collect(const Node *node, const std::string &name, std::set<std::string> &into) {
+        for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+            if (below->schema().is_inner()) {
+                collect(below, name, into);
+            } else if (below->name == name && !below->schema().is_key) {
+                into.insert(below->value == nullptr ? "(no value)" : below->value);
+            }
+        }
+    }
+
+    std::string stored() {
+        const Transaction transaction = store_->begin(Access::read);
+        Arena arena;
+        Node *wanted = new_root(arena, engine().schema());
+        add_instance_path(arena, engine().schema(), wanted, "/bgp");
+        add_instance_path(arena, engine().schema(), wanted, "/vrfs");
+        Node *found = new_root(arena, engine().schema());
+        transaction.fetch(arena, wanted, found);
+        std::string text;
+        Sink sink(text);
+        write_document(sink, engine().schema(), found, {});
+        return text;
+    }
+
+    static const Exception *exception_of(const std::string &path, const std::string &value, bool named_vrf) {
+        for (const Exception &row : exceptions) {
+            const bool holds = named_vrf ? row.named_vrf : row.default_vrf;
+            if (holds && path.ends_with(row.leaf) && (row.value == nullptr || value == row.value)) {
+                return &row;
+            }
+        }
+        return nullptr;
+    }
+
+    // Sets one value, reads it, deletes it. True when it came back as it was set.
+    bool try_value(const SchemaNode &leaf, const std::string &path, const char *value, bool named_vrf) {
+        const std::string before = stored();
+        const Exception *exception = exception_of(leaf.path, value, named_vrf);
+        try {
+            edit(path, value);
+        } catch (const Refused &refused) {
+            EXPECT_EQ(stored(), before) << path << " = " << value << ": " << refused.what();
+            return false;
+        }
+        std::set<std::string> values = read(path);
+        const std::string expected = exception == nullptr ? value : exception->read;
+        if (leaf.type == BaseType::decimal64 && values.size() == 1 && !expected.empty() &&
+            std::stod(*values.begin()) == std::stod(expected)) {
+            values = {expected}; // 5.000 is 5
+        }
+        EXPECT_EQ(values, expected.empty() ? std::set<std::string>() : std::set{expected}) << path << " = " << value;
+        edit(path, leaf.kind == NodeKind::leaf_list ? value : nullptr, YFW_OP_REMOVE);
+        EXPECT_EQ(stored(), before) << path << " = " << value << ", deleted";
+        return exception == nullptr;
+    }
+
+    // Everything around the leaf is there already: what is left after its delete is then the delete's doing.
+    void prepare(const std::string &vrf) {
+        const std::string protocol =
+            "/network-instances/network-instance[name=" + vrf + "]/protocols/protocol[identifier=BGP][name=core]";
+        edit(protocol + "/bgp/global/config/as", "65000");
+        edit(protocol + "/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]/config/neighbor-address", "10.0.0.1");
+        for (const char *family : {"ipv4-unicast", "l2vpn-evpn"}) {
+            add_native_family(vrf, family);
+        }
+        edit(protocol + "/bgp/global/afi-safis/afi-safi[afi-safi-name=IPV6_UNICAST]/config/afi-safi-name",
+             "IPV6_UNICAST");
+    }
+
+    void check_all(const std::string &vrf, bool named_vrf);
+
+    std::filesystem::path directory_;
+    std::unique_ptr<Store> store_;
+    std::unique_ptr<PasswordKey> key_;
+};
+
+void RoundTrip::check_all(const std::string &vrf, bool named_vrf) {
+    prepare("DEFAULT");
+    prepare(vrf);
+    int leaves = 0;
+    for (const MappingEntry &entry : engine().mapping().description().entries) {
+        const SchemaNode &leaf = *engine().schema().find(entry.path);
+        const bool is_as = entry.path.ends_with("/global/config/as"); // what all else stands on
+        if (leaf.is_inner() || !leaf.config || entry.served == Service::key || is_as ||
+            !entry.path.starts_with("/network-instances")) {
+            continue;
+        }
+        ++leaves;
+        bool any = exception_of(leaf.path, "", named_vrf) != nullptr;
+        for (const char *value : samples) {
+            if (engine().schema().accepts(leaf, value, nullptr)) {
+                any = try_value(leaf, instance(leaf, vrf), value, named_vrf) || any;
+            }
+        }
+        EXPECT_TRUE(any) << "no value of " << leaf.path << " came back";
+    }
+    EXPECT_GT(leaves, 10);
+}
+
+TEST_F(RoundTrip, EveryMappedLeafInTheDefaultVrf) {
+    check_all("DEFAULT", false);
+}
+
+TEST_F(RoundTrip, EveryMappedLeafInAVrf) {
+    check_all("blue", true);
+}
+
+} // namespace
+} // namespace yfw
