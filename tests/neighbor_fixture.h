@@ -2,6 +2,9 @@
 #pragma once
 
 #include "plugin_fixture.h"
+#include "sysdb.h"
+
+#include <cstdarg>
 
 namespace yfw::test {
 
@@ -95,6 +98,8 @@ inline std::string in_families(const std::string &names, const std::string &leav
                     entry + "{}\n" + entry + "/af-name=$1\n" + lines_of(entry, leaves_there, end));
 }
 
+inline bool no_tuple_unpacks = false;
+
 } // namespace yfw::test
 
 // The adds of native requests, in the journal too.
@@ -111,4 +116,14 @@ yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const
                                  (status == 0 ? "" : " !" + yfw::test::hex(status)) + '\n');
     }
     return status;
+}
+
+extern "C" __attribute__((used)) inline uint32_t tuple_unpack(const char *encoded, const char *format, ...) {
+    static const auto next = reinterpret_cast<decltype(&tuple_unpack)>(dlsym(RTLD_NEXT, "tuple_unpack"));
+    va_list list;
+    va_start(list, format);
+    int32_t *const first = va_arg(list, int32_t *), *const second = va_arg(list, int32_t *);
+    int32_t *const third = std::strlen(format) > 4 ? va_arg(list, int32_t *) : nullptr;
+    va_end(list);
+    return yfw::test::no_tuple_unpacks ? UINT32_MAX : next(encoded, format, first, second, third);
 }

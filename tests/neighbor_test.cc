@@ -101,7 +101,6 @@ TEST(NeighborLeaves, TakeOddValues) {
         expect("nbr_log_neighbor_state", given,
                wrote(state + "enable=false " + state + "disable=true " + state + "inherit-disable=false"));
     }
-    expect("nbr_transport_cfg_passive_mode", "=true", wrote("session-open-mode=passive-only"));
     expect("peer_enabled", "=true", wrote("shutdown=false"));
     for (const char *given : {"", "=", "=ACCEPT_ROUTE_X", "=accept-route", "=ACCEPT_ROUT"}) {
         expect("nbr_dflt_policy_in", given, "ERR: Invalid default-route-policy value\nerror path\n-> aaf2ee00");
@@ -113,7 +112,6 @@ TEST(NeighborLeaves, TakeOddValues) {
     EXPECT_EQ(call(scene, "oc_bgp_nbr_ebgp_multihop", scene.map(nbr("blue", "/ebgp-multihop/config/enabled="))),
               wrote("ebgp-multihop/max-hop-count=255 ebgp-multihop/mpls-deactivation=false") + " none");
     EXPECT_EQ(run("nbr_ebgp_multihop", ttl + "=255"), "-> 0 none");
-    EXPECT_EQ(run("nbr_ebgp_multihop", ttl + "{delete}"), "-> 0 delete");
 }
 
 TEST(NeighborEntry, IsWrittenWithItsKey) {
@@ -257,7 +255,6 @@ TEST(NeighborPrivateAs, SwitchesBetweenItsTwoFormsInEveryFamily) {
            {number(5, "{delete}"), in_families(second, replace, " <delete>") + "-> 0 delete"},
            {number(4, "{delete}" + to_remove), "-> 0 delete"},
            {number(3, "{remove}" + to_remove), no_remove + "-> 0 remove"},
-           {number(3, "{remove}=other"), no_replace + "-> 0 remove"},
            {nbr("blue", leaf + "{remove}"), in_families(first, remove, " <remove>", "WA") +
                                                 in_families(first, replace, " <remove>", "WA") + "-> 0 remove"},
            {number(1, ""), in_families(both, remove + ' ' + replace, " <none>") + "-> 0 none", YFW_KIND_READ},

@@ -29,6 +29,13 @@ cerrno each_family(yfw_map_ctx ctx, const char *name, int group, Visit visit) {
     return status;
 }
 
+cerrno declare_in_families(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *name,
+                           int setting) {
+    return each_family(ctx, name, not_a_group, [&](const char *family) {
+        return oc_bgp_vn_prepare_xpath(ctx, src, dst, not_a_group, family, setting, nullptr);
+    });
+}
+
 // A family's stored item; the caller releases it.
 void *read_item(yfw_map_ctx ctx, const char *name, int group, const char *family, const char *leaf) {
     char families[NBR_PATH_SIZE];
@@ -62,9 +69,8 @@ cerrno delete_rr_client(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_
 }
 
 cerrno declare_rr_client(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *name) {
-    char family[AF_TEXT_SIZE] = "";
-    if (name != nullptr && vn_bgp_show_nbr_cfg(ctx, name, not_a_group, family, NBR_RR_CLIENT, MODE_OC, nullptr) == 1) {
-        return oc_bgp_vn_prepare_xpath(ctx, src, dst, not_a_group, family, NBR_RR_CLIENT, nullptr);
+    if (name != nullptr && vn_bgp_show_nbr_cfg(ctx, name, not_a_group, nullptr, NBR_RR_CLIENT, MODE_OC, nullptr) == 1) {
+        return declare_in_families(ctx, src, dst, name, NBR_RR_CLIENT);
     }
     return oc_add(ctx, dst,
                   VN_DEFAULT_VRF "/bgp-entity/neighbors/neighbor/neighbor-afs/neighbor-af/route-reflector-client",
@@ -206,17 +212,16 @@ constexpr oc_path family_replace = {
     VN_VRF "/vrf-neighbors/vrf-neighbor/vrf-neighbor-afs/vrf-neighbor-af/replace-private-as"};
 
 cerrno declare_private_as(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *name) {
-    char family[AF_TEXT_SIZE] = "";
     if (name == nullptr) {
         oc_add(ctx, dst, oc_form(ctx, family_list), nullptr, nullptr, 0);
         oc_add(ctx, dst, oc_form(ctx, family_entry), nullptr, nullptr, 1);
         oc_add(ctx, dst, oc_form(ctx, family_remove), nullptr, nullptr, 0);
         return oc_add(ctx, dst, oc_form(ctx, family_replace), nullptr, nullptr, 0);
     }
-    if (vn_bgp_show_nbr_cfg(ctx, name, not_a_group, family, NBR_REMOVE_PRIVATE_AS, MODE_OC, nullptr) != 1) {
+    if (vn_bgp_show_nbr_cfg(ctx, name, not_a_group, nullptr, NBR_REMOVE_PRIVATE_AS, MODE_OC, nullptr) != 1) {
         return 0;
     }
-    return oc_bgp_vn_prepare_xpath(ctx, src, dst, not_a_group, family, NBR_REMOVE_PRIVATE_AS, nullptr);
+    return declare_in_families(ctx, src, dst, name, NBR_REMOVE_PRIVATE_AS);
 }
 
 } // namespace

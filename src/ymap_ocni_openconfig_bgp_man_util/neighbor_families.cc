@@ -92,7 +92,7 @@ cerrno vn_bgp_nbr_asafi_prepare_sysdb_path(yfw_map_ctx ctx, const char *name, in
     // The upper half in these paths is always 0.
     std::snprintf(path, size, "%s/0/%s/%s/%s/nbr/________/edm/%s/%s/%s/ord_s/", instance == nullptr ? "" : instance,
                   as.lower, is_default ? "ord_a" : "ord_b", vrf_name, group != 0 ? "ord_q/0x2/________" : "ord_u/0x3",
-                  name, group != 0 ? "________" : "________/________");
+                  name == nullptr ? "" : name, group != 0 ? "________" : "________/________");
     return status;
 }
 
