@@ -99,7 +99,10 @@ class JsonWriter {
 
     void leaf(const SchemaNode &schema, const Node *node, bool &is_first) {
         const auto operation = written_operation(node, options_);
-        if (node->value != nullptr || operation.empty() || !node->is_delete()) {
+        // What is deleted may come without a value, or with an empty one that its type would not take.
+        const bool no_value = node->value == nullptr || (*node->value == '\0' && schema.type != BaseType::empty &&
+                                                         schema.type != BaseType::string);
+        if (!no_value || operation.empty() || !node->is_delete()) {
             next(is_first);
             name(schema, "");
             value(schema, node->value);

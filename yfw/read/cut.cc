@@ -103,6 +103,9 @@ void cut(Node *data, const Node *filter) {
             surplus.push_back(node);
         } else if (wanted != nullptr && node->schema().is_inner()) {
             cut(node, wanted);
+            if (!covers_all(wanted) && covers_all(node)) {
+                surplus.push_back(node); // only the way to what is not there
+            }
         }
     }
     for (Node *node : surplus) {

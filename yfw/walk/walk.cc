@@ -170,7 +170,8 @@ bool Walker::left_alone(const Node *node, const Binding &binding, Outcome outcom
     const bool whole_delete = request_.fields().entire_bgp_delete; // marks nodes that are there already
     const std::string &sibling = binding.entry->taken_with;
     const bool taken = !sibling.empty() && child(node->up(), sibling) != nullptr;
-    if (request_.counts.adds != before.adds || binding.entry->may_write_nothing || taken || whole_delete) {
+    const bool expected = binding.entry->may_write_nothing && !in_vrf(); // what only the default VRF has it keeps
+    if (request_.counts.adds != before.adds || expected || taken || whole_delete) {
         return false;
     }
     return outcome == Outcome::skipped || !node->schema().is_inner();
