@@ -23,8 +23,12 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SECONDS_A_STEP = 120
 
-# What differs from run to run, or with every change of the code: addresses, and the source lines in the trace.
-UNSTABLE = [(re.compile(r"ctx=0x[0-9a-f]+"), "ctx=PTR"), (re.compile(r"(?m)^(.*#\d+: [A-Z]+: \w+):\d+ "), r"\1:LINE ")]
+# What differs from run to run, or with every change of the code: addresses, source lines in the trace, ciphertexts.
+UNSTABLE = [
+    (re.compile(r"ctx=0x[0-9a-f]+"), "ctx=PTR"),
+    (re.compile(r"(?m)^(.*#\d+: [A-Z]+: \w+):\d+ "), r"\1:LINE "),
+    (re.compile(r"(?<=[\">])[0-9a-f]{80,}(?=[\"<])"), "CIPHERTEXT"),
+]
 
 
 def lines_of(text, prefix=""):

@@ -1,10 +1,13 @@
 #include "tree.h"
 
 #include "hash.h"
+#include "platform/memory.h"
+#include "vnos_platform.h"
 
 #include <algorithm>
 #include <array>
 #include <new>
+#include <utility>
 
 namespace yfw {
 
@@ -353,6 +356,7 @@ Node *complete_entry(Arena &arena, Node *entry, bool fold) {
     all.current = sibling;
     forget_current(sibling);
     fold_node(arena, entry, sibling);
+    release_name_spaces(entry);
     return sibling;
 }
 
@@ -390,6 +394,21 @@ void unlink_entry(Node *node) {
 }
 
 } // namespace
+
+void release_name_spaces(Node *node) {
+    if (memory::name_spaces() == 0) {
+        return;
+    }
+    if ((node->flags & YFW_NODE_NS_SET) != 0) {
+        vnos_named_free(std::exchange(node->name_space, nullptr));
+        node->flags &= ~static_cast<std::uint32_t>(YFW_NODE_NS_SET);
+    }
+    if (node->schema().is_inner()) {
+        for (Node *below = node->first(); below != nullptr; below = below->next()) {
+            release_name_spaces(below);
+        }
+    }
+}
 
 void unlink(Node *node) {
     InnerNode *parent = inner(node->up());

@@ -78,6 +78,10 @@ Node *complete_entry(Arena &arena, Node *entry, bool fold = true);
 // Makes the entry and all those it lies in current.
 void make_current(Node *entry);
 
+// Releases the namespaces that a plug-in gave the node or nodes below it. They are heap copies, which the arena does
+// not know: to be called before a node is given up.
+void release_name_spaces(Node *node);
+
 // Takes a node out of its parent. Its memory stays the arena's.
 void unlink(Node *node);
 

@@ -31,10 +31,7 @@ void for_each_member(const Node *parent, Visit visit) {
         }
         const Node *first =
             schema->repeats() ? static_cast<const Entries *>(slot)->first : static_cast<const Node *>(slot);
-        // A container that says nothing is left out.
-        const bool is_hollow = schema->kind == NodeKind::container && !schema->presence && first != nullptr &&
-                               first->first() == nullptr && first->operation == YFW_OP_NONE;
-        if (first != nullptr && !is_hollow) {
+        if (first != nullptr) {
             visit(*schema, first);
         }
     }

@@ -109,6 +109,7 @@ void cut(Node *data, const Node *filter) {
         }
     }
     for (Node *node : surplus) {
+        release_name_spaces(node);
         unlink(node);
     }
 }

@@ -1,7 +1,6 @@
 #include "request/request.h"
 
 #include "error.h"
-#include "platform/memory.h"
 #include "vnos_platform.h"
 
 namespace yfw {
@@ -23,27 +22,9 @@ Request::Request(const Schema &schema, std::uint32_t kind, Log *log)
     }
 }
 
-namespace {
-
-// Releases the namespaces that a plug-in gave nodes of their own.
-void free_name_spaces(Node *node) {
-    for (; node != nullptr; node = node->next()) {
-        if ((node->flags & YFW_NODE_NS_SET) != 0) {
-            vnos_named_free(node->name_space);
-        }
-        if (node->schema().is_inner()) {
-            free_name_spaces(node->first());
-        }
-    }
-}
-
-} // namespace
-
 Request::~Request() {
-    if (memory::name_spaces() > 0) {
-        free_name_spaces(destination_);
-        free_name_spaces(source_);
-    }
+    release_name_spaces(destination_);
+    release_name_spaces(source_);
     vnos_named_free(fields_.error_text);
     vnos_named_free(fields_.common_data_ptr);
     vnos_named_free(fields_.trim_path);

@@ -264,6 +264,9 @@ cerrno Walker::call_select(Node *node, const Binding &binding) {
         return code;
     }
     const bool is_read = request_.is_read();
+    if (!is_read && node->schema().is_inner() && !node->op_is_set()) {
+        return 0; // a container says nothing in an edit but by its operation
+    }
     for (const xpath_list_type_t &candidate : candidates) {
         if (candidate.selected == 0 || (in_vrf() && std::strstr(candidate.xpath, "/default-vrf") != nullptr)) {
             continue; // what is the default VRF's is no business of another
