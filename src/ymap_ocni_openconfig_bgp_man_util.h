@@ -50,7 +50,7 @@ inline void ymap_frame_close(const ymap_frame *frame) {
 
 // Opens a callback: the context is there, and every way out writes one End.
 #define YMAP_FRAME_END_ONLY(ctx)                                                                                       \
-    YMAP_ASSERT(nullptr != (ctx), "NULL != ctx");                                                                         \
+    YMAP_ASSERT(nullptr != (ctx), "NULL != ctx");                                                                      \
     static int32_t ymap_end_cell = -1;                                                                                 \
     [[maybe_unused]] const ymap_frame frame __attribute__((cleanup(ymap_frame_close))) =                               \
         ymap_frame_open(ctx, __func__, __LINE__, &ymap_end_cell)
