@@ -86,7 +86,7 @@ void append_entry(Entries &entries, Node *entry) {
 // What tells an entry from its siblings: the key values of a list's, the value of a leaf-list's.
 std::uint64_t identity_hash(const Node *entry) {
     if (entry->schema().kind == NodeKind::leaf_list) {
-        return hash_text(entry->value, 0);
+        return entry->value == nullptr ? 0 : hash_text(entry->value, 0);
     }
     std::uint64_t hash = 0;
     for (std::size_t key = 0; key < entry->schema().keys.size(); ++key) {
@@ -110,7 +110,7 @@ void index_insert(Entries &entries, Node *entry) {
 
 void rebuild_index(Arena &arena, Entries &entries) {
     entries.index_size = std::max<std::uint32_t>(32, entries.index_size * 4);
-    const std::size_t size = entries.index_size * sizeof(*entries.index);
+    const std::size_t size = entries.index_size * sizeof(Node *);
     entries.index = static_cast<Node **>(arena.allocate(size));
     std::memset(entries.index, 0, size);
     for (Node *entry = entries.first; entry != nullptr; entry = entry->next_entry) {
