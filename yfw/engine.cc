@@ -35,7 +35,7 @@ std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const Schema
     std::vector<EntryKeys> keys;
     const Node *counterpart = find_instance(present.request->destination(), path);
     const Entries *all = counterpart == nullptr ? nullptr : entries(counterpart, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         EntryKeys &values = keys.emplace_back();
         for (std::size_t key = 0; key < list.keys.size(); ++key) {
             values.emplace_back(key_value(entry, key));
@@ -58,6 +58,16 @@ Engine::Engine(const EngineFiles &files, Log *log)
     }
 }
 
+namespace {
+
+// A large document's text is as much again as what is made of it; and there may be a password in it.
+void give_up(std::string &text) {
+    explicit_bzero(text.data(), text.size());
+    std::string().swap(text);
+}
+
+} // namespace
+
 EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const {
     EditResult result;
     result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_);
@@ -66,6 +76,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
+    give_up(text);
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
     result.default_operation = document.default_operation.value_or(options.default_operation);
@@ -158,6 +169,7 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     ReadOptions reading;
     reading.edit = false;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
+    give_up(text);
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
         if (std::find(native_roots.begin(), native_roots.end(), top->schema().path) == native_roots.end()) {
             throw Refused(Reason::unknown_element, instance_path(top), "only native configuration can be loaded");

@@ -41,7 +41,7 @@ Node *first_of(const Node *parent, const SchemaNode &schema) {
 }
 
 Node *next_of(const Node *node) {
-    return node->schema().repeats() ? node->next_entry : nullptr;
+    return node->schema().repeats() ? next_entry(node) : nullptr;
 }
 
 // Whether a path of names, ".." for a parent, leads from the node to one that is not to be deleted.
