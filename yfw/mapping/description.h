@@ -15,9 +15,16 @@ struct MappingEntry {
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
     std::string target;             // of Service::copy
+    std::string hands_on_to;        // of Service::companion: the function that it calls
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
     std::string taken_with;         // the sibling whose function writes this node too
     bool covered = false;           // deletes of an outer node take it along
+};
+
+// A node whose when-condition the plug-in has a handler for.
+struct MappingWhen {
+    std::string path;
+    std::string name;
 };
 
 struct MappingHelper {
@@ -27,6 +34,7 @@ struct MappingHelper {
 
 struct MappingDescription {
     std::vector<MappingEntry> entries;
+    std::vector<MappingWhen> conditions;
     std::vector<MappingHelper> helpers;
 };
 
