@@ -89,6 +89,9 @@ void Mapping::bind(const MappingWhen &when, const Plugin &plugin, std::vector<st
     if (when_[node->id] == nullptr) {
         problems.push_back("the plug-in lacks " + when.name);
     }
+    for (const SchemaNode *above = node->parent; above != nullptr; above = above->parent) {
+        when_below_[above->id] = true;
+    }
 }
 
 Mapping::Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin)
@@ -96,6 +99,7 @@ Mapping::Mapping(MappingDescription description, const Schema &schema, const Plu
       schema_(schema),
       by_node_(schema.size(), nullptr),
       when_(schema.size(), nullptr),
+      when_below_(schema.size(), false),
       reaches_(schema.size(), false) {
     std::vector<std::string> problems;
     std::set<std::string, std::less<>> named;

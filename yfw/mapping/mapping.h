@@ -55,6 +55,8 @@ class Mapping {
     [[nodiscard]] const Binding *find(const SchemaNode &node) const { return by_node_[node.id]; }
     // The handler of the node's when-condition, or null.
     [[nodiscard]] WhenHandler when(const SchemaNode &node) const { return when_[node.id]; }
+    // Whether one lies below.
+    [[nodiscard]] bool has_when_below(const SchemaNode &node) const { return when_below_[node.id]; }
     // Whether the node or any below it is served.
     [[nodiscard]] bool reaches(const SchemaNode &node) const { return reaches_[node.id]; }
     [[nodiscard]] const MappingDescription &description() const { return description_; }
@@ -69,6 +71,7 @@ class Mapping {
     std::vector<std::unique_ptr<Binding>> bindings_;
     std::vector<const Binding *> by_node_;
     std::vector<WhenHandler> when_;
+    std::vector<bool> when_below_;
     std::vector<bool> reaches_;
 };
 

@@ -97,7 +97,6 @@ Node *fetch(const CompanionCall &call, Arena &arena, const std::string &path) {
 }
 
 struct Instances {
-    bool has_default = false;
     std::string upper = "0"; // halves of its AS number
     std::string lower;
     std::string other; // the name of another one
@@ -116,7 +115,6 @@ Instances stored_instances(const CompanionCall &call) {
         if (key_value(entry, 0) != native_instance) {
             instances.other = key_value(entry, 0);
         } else if (lower != nullptr) {
-            instances.has_default = true;
             instances.upper = key_value(upper, 0);
             instances.lower = key_value(lower, 0);
         }
@@ -141,8 +139,8 @@ void add_requested_instances(const Node &network_instance, Instances &instances)
         const std::string_view name = text_of(child(entry, "name"));
         if (name != native_instance && !is_deleted) {
             instances.other = name;
-        } else if (name == native_instance && !instances.has_default && !is_deleted) {
-            instances.lower = text_of(node);
+        } else if (name == native_instance && (is_deleted || instances.lower.empty())) {
+            instances.lower = is_deleted ? std::string_view() : text_of(node);
         }
     }
 }
@@ -176,13 +174,17 @@ cerrno read(const CompanionCall &call) {
     return prepare(call.request, stored_instances(call)) ? hand_on(call) : cerrno{YFW_ERR_NO_MEMORY};
 }
 
-// What the store holds of the redistribution, or of a leaf of it.
-const Node *find_stored(const CompanionCall &call, Arena &arena, const Redistribution &native, std::string_view leaf) {
-    std::string path = native.path(leaf);
+// The native path with the keys that are known.
+std::string instance_of(const Redistribution &native, std::string path) {
     path.insert(std::strlen(native_family), "[af-name=" + std::string(native.family) + ']');
     path.insert(std::strlen("/bgp/instance"), "[instance-name=" + std::string(native_instance) + ']');
-    const SchemaNode *schema = call.request.schema().find(native.path(leaf));
-    return existing_node(fetch(call, arena, path), *schema);
+    return path;
+}
+
+// What the store holds of the redistribution, or of a leaf of it.
+const Node *find_stored(const CompanionCall &call, Arena &arena, const Redistribution &native, std::string_view leaf) {
+    const std::string path = native.path(leaf);
+    return existing_node(fetch(call, arena, instance_of(native, path)), *call.request.schema().find(path));
 }
 
 // Runs the mapping of an entry while its deleted leaves are not there to be seen.
@@ -223,7 +225,15 @@ cerrno remove(CompanionCall &call, const Redistribution &native) {
         call.handled = true;
         return OCBGP_SKIP_SUBTREE;
     }
+    const std::string enable = instance_of(native, std::string(native_family) + "/enable");
+    const bool had_enable = find_instance(call.request.destination(), enable) != nullptr;
     const cerrno code = hand_on(call);
+    // A family that an outer replace does away with must not come back by what is written around the delete.
+    const bool is_asked_for = (call.node.flags & YFW_NODE_PRESENT) != 0;
+    Node *added = is_asked_for || had_enable ? nullptr : find_instance(call.request.destination(), enable);
+    if (added != nullptr) {
+        unlink(added);
+    }
     return code == 0 ? cerrno{OCBGP_SKIP_SUBTREE} : code;
 }
 
@@ -243,7 +253,9 @@ cerrno map_table_connection(CompanionCall &call) {
         return leave_alone(call, std::move(why));
     }
     Instances instances = stored_instances(call);
-    add_requested_instances(*call.node.up()->up(), instances);
+    if (!call.node.is_delete()) {
+        add_requested_instances(*call.node.up()->up(), instances);
+    }
     if (instances.lower.empty() && !instances.other.empty()) {
         return leave_alone(call, "redistribution goes into the BGP instance named default, and this one is named " +
                                      instances.other);

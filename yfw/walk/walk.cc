@@ -4,7 +4,7 @@
 #include "platform/log.h"
 #include "vnos_platform.h"
 #include "walk/explain.h"
-#include "walk/when.h"
+#include "when.h"
 
 #include <algorithm>
 #include <cstring>
@@ -71,6 +71,7 @@ class Walker {
     cerrno call(Node *node, const Binding &binding);
     bool in_vrf();
     bool condition_holds(const Node *node, WhenHandler handler);
+    void hold_conditions_below(const Node *node);
     cerrno call_toplevel(Node *node, const Binding &binding);
     cerrno call_companion(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
@@ -98,6 +99,7 @@ void Walker::visit(Node *node) {
         // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
         if (!schema.is_key) {
             report(node, {});
+            hold_conditions_below(node);
         }
         return;
     }
@@ -135,6 +137,19 @@ bool Walker::condition_holds(const Node *node, WhenHandler handler) {
                       "the when condition \"" + node->schema().when->text + "\" is not satisfied");
     }
     return false;
+}
+
+// What is not mapped is held to the conditions as well.
+void Walker::hold_conditions_below(const Node *node) {
+    if (!mapping_.has_when_below(node->schema())) {
+        return;
+    }
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        const WhenHandler when = mapping_.when(below->schema());
+        if (when == nullptr || condition_holds(below, when)) {
+            hold_conditions_below(below);
+        }
+    }
 }
 
 // Tells the client of a node of an edit that came to nothing.

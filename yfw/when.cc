@@ -1,4 +1,4 @@
-#include "walk/when.h"
+#include "when.h"
 
 namespace yfw {
 
