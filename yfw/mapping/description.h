@@ -7,14 +7,14 @@
 
 namespace yfw {
 
-enum class Service { callback, toplevel, protocol_list, protocol, select, copy, companion, key };
+enum class Service { callback, toplevel, protocol_list, protocol, select, copy, convert, convert_to, companion, key };
 
 struct MappingEntry {
     std::string path;
     Service served = Service::callback;
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
-    std::string target;             // of Service::copy
+    std::string target;             // of the copying services
     std::string hands_on_to;        // of Service::companion: the function that it calls
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
     std::string taken_with;         // the sibling whose function writes this node too
