@@ -171,8 +171,8 @@ cerrno map_connection(yfw_map_ctx ctx, const cidl_yfw_datatree *skeleton_src, co
 
 } // namespace
 
-// An entry of the list of table connections whose destination is BGP; protocol may be null. The request's common data is
-// the table connection's.
+// An entry of the list of table connections whose destination is BGP; protocol may be null. The request's common data
+// is the table connection's.
 YMAP_EXPORT cerrno oc_table_conn_bgp(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                                      const char *protocol, const char *family) {
     YMAP_FRAME(ctx);
