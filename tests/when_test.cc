@@ -113,6 +113,29 @@ TEST(When, RequestsAreHeldToThem) {
     }
 }
 
+TEST(When, AReadGoesOnWithoutWhatMayNotBeThere) {
+    Log log(Log::Level::off, true, nullptr);
+    const Engine engine({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, &log);
+    ScratchDirectory scratch;
+    const Store store(scratch / "db", engine.schema(), Access::write);
+    const std::string families =
+        protocol("DEFAULT") + "/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]/afi-safis/afi-safi";
+    // Of twelve families; an entry without its name may be any.
+    for (const auto &[entry, refused] : {std::pair("[afi-safi-name=IPV6_UNICAST]", 11), {"", 0}}) {
+        const std::size_t before = log.trace().size();
+        engine.declare({families + entry}, false, store.begin(Access::read));
+        std::map<std::string, int> lines; // of the handlers, by what they say
+        for (std::size_t line = before; line < log.trace().size(); ++line) {
+            const std::string &text = log.trace()[line];
+            if (text.find("_cont_lvlb_bgp_") != text.npos) {
+                ++lines[text.substr(text.rfind(',') + 1)];
+            }
+        }
+        EXPECT_EQ(lines["Start"], 12) << entry;
+        EXPECT_EQ(lines["No valid input to validate when statement "], refused) << entry;
+    }
+}
+
 TEST(When, NativeConfigurationIsHeldToThemToo) {
     const std::string clusters = "~/default-vrf/global/disable-cluster-client-to-client-rrs/"
                                  "disable-cluster-client-to-client-rr[cluster-type=";
