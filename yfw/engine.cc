@@ -26,6 +26,10 @@ void replace_roots(const Schema &schema, Request &request) {
     }
 }
 
+StoredNative stored_in(const Transaction &transaction) {
+    return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
+}
+
 } // namespace
 
 std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const SchemaNode &list,
@@ -85,9 +89,12 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        result.walk = walk(request, mapping_, [this, &transaction](const Node *parent, const SchemaNode &list) {
-            return existing_entries(parent, list, transaction);
-        });
+        result.walk = walk(
+            request, mapping_,
+            [this, &transaction](const Node *parent, const SchemaNode &list) {
+                return existing_entries(parent, list, transaction);
+            },
+            stored_in(transaction));
     }
     if (options.strict && !result.walk.not_mapped.empty()) {
         throw Refused(Reason::not_mapped, result.walk.not_mapped.front(),
@@ -124,7 +131,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     }
     const SystemDatabase database(transaction, schema_);
     const BoundSystemDatabase bound(database);
-    const WalkResult result = walk(*request, mapping_, nullptr);
+    const WalkResult result = walk(*request, mapping_, nullptr, stored_in(transaction));
     for (const auto &[node, refusal] : result.unanswered) {
         if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
             throw Refused(refusal);
@@ -145,7 +152,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        for (const auto &[node, refusal] : walk(request, mapping_, nullptr).unanswered) {
+        for (const auto &[node, refusal] : walk(request, mapping_, nullptr, nullptr).unanswered) {
             result.notes.push_back(refusal.path() + ": " + refusal.what());
         }
     }
