@@ -1,6 +1,8 @@
 // yfw map: which node is served by what, and which is not.
 #include "command.h"
 
+#include "describe/deviations.h"
+
 #include <set>
 
 namespace yfw::tool {
@@ -71,6 +73,12 @@ void print_node(const Engine &engine, const SchemaNode &node, const Transaction 
     }
 }
 
+void print_deviations(const Globals &globals) {
+    Session session(globals);
+    Sink sink(stdout);
+    write_deviations(sink, session.engine().mapping());
+}
+
 void run(const Globals &globals, const std::string &path) {
     Session session(globals);
     const Store store = session.open(Access::read);
@@ -95,10 +103,23 @@ void run(const Globals &globals, const std::string &path) {
 
 void add_map(CLI::App &app, const Globals &globals, int *) {
     auto path = std::make_shared<std::string>();
+    auto deviations = std::make_shared<bool>(false);
     CLI::App *command =
         app.add_subcommand("map", "Show the mapping: what serves a node, and the native leaves it becomes");
-    command->add_option("PATH", *path, "Only this node and what lies below; without keys and prefixes");
-    command->callback([&globals, path] { run(globals, *path); });
+    CLI::Option *below =
+        command->add_option("PATH", *path, "Only this node and what lies below; without keys and prefixes");
+    command
+        ->add_flag(
+            "--deviations", *deviations,
+            "Print a YANG module that marks the BGP and table-connection nodes that are not mapped as not supported")
+        ->excludes(below);
+    command->callback([&globals, path, deviations] {
+        if (*deviations) {
+            print_deviations(globals);
+        } else {
+            run(globals, *path);
+        }
+    });
 }
 
 } // namespace yfw::tool
