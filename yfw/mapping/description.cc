@@ -21,6 +21,8 @@ constexpr auto services = std::to_array<std::pair<Service, std::string_view>>({
     {Service::protocol, "protocol"},
     {Service::select, "select"},
     {Service::copy, "copy"},
+    {Service::convert, "convert"},
+    {Service::convert_to, "convert-to"},
     {Service::companion, "companion"},
     {Service::key, "key"},
 });

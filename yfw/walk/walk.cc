@@ -71,7 +71,8 @@ class Walker {
     bool in_vrf();
     cerrno call_toplevel(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
-    cerrno call_copy(const Node *node, const SchemaNode &target);
+    cerrno call_copy(const Node *node, const SchemaNode &target, const char *value);
+    cerrno call_convert(const Node *node, const Binding &binding);
     bool exists(const Node *entry);
     void expand_edit(Node *node, std::uint32_t operation);
     [[nodiscard]] bool is_expandable(const Node *node, const SchemaNode &below, bool deletes) const;
@@ -207,7 +208,10 @@ cerrno Walker::call(Node *node, const Binding &binding) {
     case Service::select:
         return call_select(node, binding);
     case Service::copy:
-        return call_copy(node, *binding.target);
+        return call_copy(node, *binding.target, node->value);
+    case Service::convert:
+    case Service::convert_to:
+        return call_convert(node, binding);
     case Service::companion:
         return binding.companion(request_, *node);
     case Service::key:
@@ -282,15 +286,26 @@ cerrno Walker::call_select(Node *node, const Binding &binding) {
     return 0;
 }
 
-cerrno Walker::call_copy(const Node *node, const SchemaNode &target) {
+cerrno Walker::call_copy(const Node *node, const SchemaNode &target, const char *value) {
     const yfw_content_selection &selection = request_.fields().selection;
     const bool active = selection.count < 0 || (selection.groups[0] | selection.groups[1]) != 0;
-    if (request_.is_read() && active && selection.mode == YFW_SELECT_STATE_ONLY) {
+    if (request_.is_read() && target.config && active && selection.mode == YFW_SELECT_STATE_ONLY) {
         return 0;
     }
     return yfw_map_datatree_add_path_flagged(&request_, request_.destination(), target.path.c_str(), nullptr,
-                                             node->is_delete() ? nullptr : node->value,
-                                             request_.is_read() ? nullptr : node, nullptr, 0, 0);
+                                             node->is_delete() ? nullptr : value, request_.is_read() ? nullptr : node,
+                                             nullptr, 0, 0);
+}
+
+// A node without a value is one that a read asks for, or that goes.
+cerrno Walker::call_convert(const Node *node, const Binding &binding) {
+    if (node->value == nullptr || node->is_delete()) {
+        return call_copy(node, *binding.target, nullptr);
+    }
+    const char *value = binding.entry->served == Service::convert
+                            ? reinterpret_cast<Converter>(binding.function)(&request_, node)
+                            : reinterpret_cast<ConverterTo>(binding.function)(&request_, node, request_.destination());
+    return value == nullptr ? 0 : call_copy(node, *binding.target, value);
 }
 
 // Hands the operation of a node that has no native node of its own on to the served nodes below: a delete adds those
