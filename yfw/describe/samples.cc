@@ -216,6 +216,11 @@ std::optional<Sampler::Lines> Sampler::baseline(const std::string &path, const V
     }
 }
 
+bool Sampler::is_key(const std::string &path) const {
+    const SchemaNode *node = engine_.schema().find(path);
+    return node != nullptr && node->is_key;
+}
+
 // The values to try: those that the type spells out, or a choice. An entry or a container has none of its own.
 std::vector<std::string> Sampler::values_for(const SchemaNode &node, const Entry *entry) const {
     if (node.is_inner()) {
@@ -253,10 +258,15 @@ std::vector<Sample> Sampler::edits(const SchemaNode &node, Place place, const Sc
             Values values = with;
             values.emplace_back(path, value);
             Lines lines = edit(node, values, false);
-            sample.effects = std::move(lines.own);
-            if (around) {
-                std::set_difference(lines.all.begin(), lines.all.end(), around->all.begin(), around->all.end(),
-                                    std::inserter(sample.effects, sample.effects.end()));
+            sample.effects = lines.own;
+            for (Effect effect : around ? lines.all : std::set<Effect>()) {
+                if (lines.own.contains(effect) || around->all.contains(effect)) {
+                    continue;
+                }
+                if (!node.repeats() && is_key(effect.path)) {
+                    effect.value.reset(); // of an entry that the value is written into
+                }
+                sample.effects.insert(std::move(effect));
             }
         } catch (const Refused &) {
             sample.refused = true;

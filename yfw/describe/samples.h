@@ -54,6 +54,7 @@ class Sampler {
     [[nodiscard]] std::vector<Entry> candidates(const SchemaNode &list) const;
     void add_entries(Place place);
     std::string instance(const SchemaNode &node, Place place, const SchemaNode *list, const Entry *entry) const;
+    [[nodiscard]] bool is_key(const std::string &path) const;
     [[nodiscard]] std::vector<std::string> values_for(const SchemaNode &node, const Entry *entry) const;
     std::vector<Sample> edits(const SchemaNode &node, Place place, const SchemaNode *list, const Entry *entry);
     Lines edit(const SchemaNode &node, const Values &values, bool keep);

@@ -156,6 +156,18 @@ std::string cell_text(const SchemaNode &node, const std::vector<Sample> &samples
     return join(lines, "<br>");
 }
 
+// Nodes of which all the same is said share a row, such as those that every address family has.
+void add_row(std::vector<std::vector<std::string>> &rows, const std::vector<std::string> &cells) {
+    const auto same = std::find_if(rows.begin(), rows.end(), [&](const auto &row) {
+        return !row[2].empty() && std::equal(row.begin() + 1, row.end(), cells.begin() + 1);
+    });
+    if (same == rows.end()) {
+        rows.push_back(cells);
+    } else {
+        same->front() += "<br>" + cells.front();
+    }
+}
+
 class Table {
   public:
     Table(Sink &sink, const Engine &engine) : sink_(sink), engine_(engine), sampler_(engine) {}
@@ -303,20 +315,23 @@ void Table::put_config(const Section &section) {
         }
     }
     put_head({"OpenConfig", "Type", "Default network instance", "VRF", "Function"});
+    std::vector<std::vector<std::string>> rows;
     for (const Row &row : section.rows) {
         if (!row.node->config) {
             continue;
         }
-        std::vector<std::string> cells;
+        std::vector<std::string> cells{node_text(*row.node), type_text(row)};
         for (const auto &[place, samples] : row.edits) {
             cells.push_back(cell_text(*row.node, samples, below[place]));
         }
-        cells.resize(2);
-        if (cells[1] == cells[0] && !cells[0].empty()) {
-            cells[1] = "same";
+        cells.resize(4);
+        if (cells[3] == cells[2] && !cells[2].empty()) {
+            cells[3] = "same";
         }
-        put_row({node_text(*row.node), type_text(row), cells[0], cells[1], function_text(*row.binding)});
+        cells.push_back(function_text(*row.binding));
+        add_row(rows, cells);
     }
+    std::for_each(rows.begin(), rows.end(), [this](const auto &cells) { put_row(cells); });
 }
 
 void Table::put_state(const Section &section) {
