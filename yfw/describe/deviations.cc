@@ -289,13 +289,20 @@ void write_deviations(Sink &sink, const Mapping &mapping) {
     const auto prefixes = choose_prefixes(nodes);
     put_header(sink);
     for (const auto &[module, prefix] : prefixes) {
-        sink.put("\n  import " + module + " {\n    prefix " + prefix + ";\n  }");
+        sink.put("\n  import ");
+        sink.put(module);
+        sink.put(" {\n    prefix ");
+        sink.put(prefix);
+        sink.put(";\n  }");
     }
     sink.put(prefixes.empty() ? "" : "\n");
     put_description(sink, mapping.description().revision);
     for (const SchemaNode *node : left) {
-        sink.put("\n  // Not served either, but " + elsewhere.at(node->path) + " deviates it already:\n  // " +
-                 node->path + '\n');
+        sink.put("\n  // Not served either, but ");
+        sink.put(elsewhere.at(node->path));
+        sink.put(" deviates it already:\n  // ");
+        sink.put(node->path);
+        sink.put("\n");
     }
     for (const SchemaNode *node : nodes) {
         put_deviation(sink, *node, prefixes);

@@ -93,6 +93,17 @@ const SchemaNode *list_around(const SchemaNode &node) {
     return list->depth == 0 ? nullptr : list;
 }
 
+// The node at a path such as "../config/enabled"; null when there is none.
+const SchemaNode *node_from(const SchemaNode &start, std::string_view path) {
+    const SchemaNode *node = &start;
+    while (node != nullptr && !path.empty()) {
+        const std::string_view name = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+        node = name == ".." ? node->parent : node->child(name);
+    }
+    return node;
+}
+
 } // namespace
 
 std::set<std::string> Sampler::fetched(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction) {
@@ -243,8 +254,10 @@ std::vector<Sample> Sampler::edits(const SchemaNode &node, Place place, const Sc
     Values with; // what the node cannot be mapped without
     const Binding *binding = engine_.mapping().find(node);
     if (binding != nullptr && !binding->entry->taken_with.empty()) {
-        const SchemaNode &sibling = *node.parent->child(binding->entry->taken_with);
-        with.emplace_back(instance(sibling, place, list, entry), values_for(sibling, nullptr).front());
+        const SchemaNode *other = node_from(*node.parent, binding->entry->taken_with);
+        if (other != nullptr && !other->is_inner()) { // entries are there already
+            with.emplace_back(instance(*other, place, list, entry), values_for(*other, nullptr).front());
+        }
     }
     const auto around = baseline(instance(*node.parent, place, list, entry), with);
     std::set<std::string> context{instance_name, configured_as, name_of(place)};

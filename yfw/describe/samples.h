@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace yfw {
@@ -17,7 +18,9 @@ struct Effect {
     std::string path;
     std::optional<std::string> value; // none for a type empty, and for what is not a leaf
     bool removed = false;
-    auto operator<=>(const Effect &) const = default;
+    bool operator<(const Effect &other) const {
+        return std::tie(path, value, removed) < std::tie(other.path, other.value, other.removed);
+    }
 };
 
 // An edit of one value, and what comes of it.

@@ -110,6 +110,7 @@ std::string outcome_text(const Sample &sample, const std::vector<Sample> &sample
         return sample.refused ? "refused" : "nothing";
     }
     std::vector<std::string> effects;
+    effects.reserve(sample.effects.size());
     for (const Effect &effect : sample.effects) {
         const std::string path = below.shorten(effect.path);
         if (effect.removed) {
@@ -150,6 +151,7 @@ std::string cell_text(const SchemaNode &node, const std::vector<Sample> &samples
     constexpr std::size_t most_examples = 4;
     outcomes.resize(spelled_out ? outcomes.size() : std::min(outcomes.size(), most_examples));
     std::vector<std::string> lines;
+    lines.reserve(outcomes.size());
     for (const auto &[outcome, values] : outcomes) {
         lines.push_back((spelled_out ? join(values, ", ") : "such as " + values.front()) + ": " + outcome);
     }
@@ -412,10 +414,11 @@ void Table::put_native(const Section &section) {
             targets = origins_of(*row.node);
         }
         std::vector<std::string> shown;
+        shown.reserve(targets.size());
         for (const std::string &path : targets) {
             shown.push_back(code(path.starts_with(common) ? path.substr(common.size()) : path));
         }
-        put_row({node_text(*row.node), join(shown, ", "),
+        put_row({node_text(*row.node), join(shown, "<br>"),
                  entry.served == Service::copy ? "copied" : function_text(*row.binding)});
     }
     put_notes(section);
