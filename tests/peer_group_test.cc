@@ -304,9 +304,10 @@ std::string stored_in(const std::string &entry, const std::string &name, const s
 TEST(NewFamily, TakesOverWhatTheNeighborHas) {
     const std::string at = "/neighbor-afs/neighbor-af", in_vrf = blue_neighbor + "/vrf-neighbor-afs/vrf-neighbor-af";
     const std::string v4 = "ipv4-unicast", vpn = "vpnv6-unicast", yes = client + "=true", no = client + "=false";
-    // 1: removes, and a client; 2: one of each in two families; 3: settings that are off; 4: has the new family.
-    const Stored stored(stored_in("@1" + at, v4, removes + ' ' + yes) + stored_in("@2" + at, v4, removes) +
-                        stored_in("@2" + at, vpn, replaces + ' ' + no) +
+    // 1: removes, and a client; 2: both forms in one family, a client in another; 3: settings that are off; 4: has the
+    // new family.
+    const Stored stored(stored_in("@1" + at, v4, removes + ' ' + yes) +
+                        stored_in("@2" + at, v4, removes + ' ' + replaces) + stored_in("@2" + at, vpn, no) +
                         stored_in("@3" + at, v4, rp + "/enable=false") + stored_in("@4" + at, v4, removes) +
                         stored_in("@4" + at, "ipv6-unicast", "") + blue + "/vrf-global/exists=\n" +
                         stored_in(in_vrf, v4, replaces));
@@ -328,7 +329,7 @@ TEST(NewFamily, TakesOverWhatTheNeighborHas) {
     };
     check("oc_bgp_nbr_afi_safi_name",
           {{with("", 1).substr(nbr("DEFAULT", "", 1).size()), line(1, 1, 0) + wrote({yes, removes})},
-           {nbr("DEFAULT", family, 2), line(0, 1, 0) + line(1, 1, 1) + wrote({no, removes, replaces})},
+           {nbr("DEFAULT", family, 2), line(0, 1, 1) + line(1, 1, 1) + wrote({no, removes, replaces})},
            {nbr("DEFAULT", family, 3), line(0, 0, 0) + wrote({})},
            {nbr("DEFAULT", family, 4), line(0, 1, 0) + wrote({})}, // is there: nothing but its name
            {nbr("DEFAULT", family, 9), wrote({})},
