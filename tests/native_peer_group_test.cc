@@ -12,6 +12,14 @@ const std::string refused = "error path\n-> aaf2a000", named_default = replaced(
 const char *const sessions = R"(
 nbr | instance_nbr_grp_name | | f1; /neighbor-address=10.0.0.1; /config/neighbor-address=10.0.0.1 \
     | f1; /peer-group-name=edge; /config/peer-group-name=edge
+nbr_shut | | /shutdown=false | /config/enabled=true
+nbr_shut | | /shutdown=true | /config/enabled=false
+nbr_shut | | /shutdown= | /config/enabled
+nbr_shut | | /shutdown | -> aaf2a000
+instance_nbr_transport_cfg_mtu | | /tcpmtu-discovery=1 | /transport/config/mtu-discovery=true
+instance_nbr_transport_cfg_mtu | | /tcpmtu-discovery= | !Missing nbr mtu discovery data
+nbr_gr_helper_only | | /neighbor-graceful-restart-helper-only=2 | /graceful-restart/config/helper-only=false
+nbr_gr_helper_only | | /neighbor-graceful-restart-helper-only | !Missing nbr gr helper data
 instance_nbr_transport_cfg_passive_mode | instance_neighbor_tcp_mode | /session-open-mode=passive-only \
     | /transport/config/passive-mode=true
 instance_nbr_transport_cfg_passive_mode | instance_neighbor_tcp_mode | /session-open-mode=active-only \
@@ -21,6 +29,7 @@ instance_nbr_transport_cfg_passive_mode | instance_neighbor_tcp_mode | /session-
     | !Missing nbr passive-mode | !Missing nbr-grp passive-mode
 nbr_dflt_policy_in | nbrgrp_dflt_policy_in | /default-routepolicy-in=accept-route \
     | /apply-policy/config/default-import-policy=ACCEPT_ROUTE
+nbr_dflt_policy_in | nbrgrp_dflt_policy_in | /default-routepolicy-in=odd | /apply-policy/config/default-import-policy
 nbr_dflt_policy_in | nbrgrp_dflt_policy_in | /default-routepolicy-in= | !Missing nbr default-import-policy data
 nbr_dflt_policy_out | nbrgrp_dflt_policy_out | /default-routepolicy-out=reject-route \
     | /apply-policy/config/default-export-policy=REJECT_ROUTE
@@ -68,6 +77,8 @@ instance_nbr_peer_as | instance_neighbor_grp_remoteas | /remote-as/as-yy | !Miss
 nbr_local_as | nbrgrp_local_as | /local-as/as-xx=2 | ->
 instance_nbr_peer_as | instance_neighbor_grp_remoteas | /remote-as/as-yy=1 | /config/peer-as=131073
 nbr_local_as | nbrgrp_local_as | /local-as/as-yy=3 | /config/local-as=3
+nbr_local_as | nbrgrp_local_as | /local-as/as-xx=65535 | ->
+nbr_local_as | nbrgrp_local_as | /local-as/as-yy=65535 | /config/local-as=4294967295
 nbr_local_as | nbrgrp_local_as | /local-as/as-xx | !Missing config xx | !Missing nbr remote as xx
 nbr_local_as | nbrgrp_local_as | /local-as/as-yy | !Missing config as-yy | !Missing nbr remote as yy)";
 
@@ -157,13 +168,24 @@ void expect(const std::string &callback, const std::string &line, const std::str
     EXPECT_EQ(call(scene, "vn_bgp_" + callback, scene.map(line)), expected + " none") << callback << ": " << line;
 }
 
+// A read of state alone gets no configuration.
+void expect_state_only(const std::string &callback, const std::string &line) {
+    Scene scene(YFW_KIND_READ_STATE);
+    scene.fields.selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
+    const std::string lines = callback.empty() ? "" : call(scene, "vn_bgp_" + callback, scene.map(line));
+    EXPECT_EQ(lines.find("/config/"), lines.npos) << lines;
+}
+
 TEST(NativePeerGroups, AreRenderedLikeNeighborsButForWhatTheyDoOtherwise) {
-    // One kind after the other: the upper half of an AS waits for the lower.
-    for (const Twins &row : twins_of(sessions)) {
-        expect(row.neighbor, "@1" + row.leaf, row.expected);
-    }
-    for (const Twins &row : twins_of(sessions)) {
-        expect(row.group, edge + row.leaf, row.of_group);
+    // One entry after the other: the upper half of an AS waits for the lower. A VRF's neighbour has no cluster.
+    for (const std::string &entry : {std::string("@1"), blue_neighbor, edge}) {
+        for (const Twins &row : twins_of(sessions)) {
+            const std::string &callback = entry == edge ? row.group : row.neighbor;
+            if (!callback.empty() && !(entry == blue_neighbor && callback == "nbr_cluster_id")) {
+                expect(callback, entry + row.leaf, entry == edge ? row.of_group : row.expected);
+                expect_state_only(callback, entry + row.leaf);
+            }
+        }
     }
     for (const auto &[neighbor, group, leaf, expected, of_group] : twins_of(of_families)) {
         for (const std::string &entry : {std::string("@1"), blue_neighbor, named_default}) {
@@ -174,13 +196,8 @@ TEST(NativePeerGroups, AreRenderedLikeNeighborsButForWhatTheyDoOtherwise) {
         if (!group.empty()) {
             expect(group, of_family(edge, leaf), of_group);
         }
-        for (const auto &[callback, entry] : {std::pair(neighbor, std::string("@1")), {group, edge}}) {
-            Scene scene(YFW_KIND_READ_STATE);
-            scene.fields.selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
-            const std::string lines =
-                callback.empty() ? "" : call(scene, "vn_bgp_" + callback, scene.map(of_family(entry, leaf)));
-            EXPECT_EQ(lines.find("/config/"), lines.npos) << lines;
-        }
+        expect_state_only(neighbor, of_family("@1", leaf));
+        expect_state_only(group, of_family(edge, leaf));
     }
 }
 
@@ -242,14 +259,15 @@ TEST(NativePeerGroups, ConvertWithoutWriting) {
 }
 
 TEST(NativePeerGroupArguments, AreChecked) {
-    std::set<std::string> names{"nbr_grp_rr_client", "nbr_grp_remove_pas"};
+    std::set<std::string> names{"nbr_grp_rr_client", "nbr_grp_remove_pas", "nbr_rr_client", "nbr_remove_pas"};
     for (const Twins &row : twins_of(sessions)) {
-        names.insert(row.group);
+        names.insert({row.neighbor, row.group});
     }
     for (const Twins &row : twins_of(of_families)) {
         names.insert({row.neighbor, row.group});
     }
-    for (const char *lenient : {"", "nbr_afi_safi_use_multipath"}) {
+    for (const char *lenient :
+         {"", "nbr_afi_safi_use_multipath", "nbr_cluster_id", "instance_nbr_transport_cfg_local_addr"}) {
         names.erase(lenient);
     }
     for (const std::string &name : names) {

@@ -18,6 +18,18 @@ const std::string log_state = "log-neighbor-state-change/log-up-down-",
 
 // AI: advertisement-interval/minimum-interval; LOG: log-neighbor-state-change/log-up-down; MAX: maximum-prefixes; L:
 // the prefix limit's leaves; AP: additional-paths.
+std::string whole(std::string cell) {
+    for (const auto &[form, text] : {std::pair("AI", std::string("advertisement-interval/minimum-interval")),
+                                     {"LOG-", log_state},
+                                     {"MAX", "maximum-prefixes"},
+                                     {"AP-", "additional-paths-"},
+                                     {"FAMILY", family},
+                                     {"^L/", family + "/ipv6-unicast/prefix-limit/config/"}}) {
+        cell = replaced(cell, form, text);
+    }
+    return cell;
+}
+
 const std::vector<Twins> twins = [] {
     std::vector<Twins> rows;
     for (auto &row : table(R"(
@@ -69,22 +81,17 @@ nbrgrp_afi_safi_apply_policy_cfg_in_pol | | FAMILY/apply-policy/config/import-po
     | route-policy-in=in | route-policy-in=in | route-policy-in=in
 nbrgrp_afi_safi_apply_policy_cfg_out_pol | | FAMILY/apply-policy/config/export-policy | out \
     | route-policy-out=out | route-policy-out=out | route-policy-out=out
+| peer_enabled | /config/enabled | false | shutdown=true | shutdown | shutdown=
+| nbr_transport_cfg_mtu | /transport/config/mtu-discovery | true | tcpmtu-discovery=1 | tcpmtu-discovery | tcpmtu-discovery=
+| nbr_gr_cfg_helper_only | /graceful-restart/config/helper-only | false | neighbor-graceful-restart-helper-only=2 \
+    | neighbor-graceful-restart-helper-only | neighbor-graceful-restart-helper-only=
 | nbr_afi_safi_use_multipath | FAMILY/use-multiple-paths/config/enabled | true | multipath= | multipath | multipath=
 | nbr_afi_safi_addpath_receive | FAMILY/add-paths/config/receive | true \
     | advertise-AP-receive-capability=enable | advertise-AP-receive-capability | advertise-AP-receive-capability=
 | nbr_afi_safi_addpath_send | FAMILY/add-paths/config/send | false \
     | advertise-AP-send-capability=disable | advertise-AP-send-capability | advertise-AP-send-capability=)")) {
         row.resize(10);
-        for (std::string &cell : row) {
-            for (const auto &[form, whole] : {std::pair("AI", std::string("advertisement-interval/minimum-interval")),
-                                              {"LOG-", log_state},
-                                              {"MAX", "maximum-prefixes"},
-                                              {"AP-", "additional-paths-"},
-                                              {"FAMILY", family},
-                                              {"^L/", family + "/ipv6-unicast/prefix-limit/config/"}}) {
-                cell = replaced(cell, form, whole);
-            }
-        }
+        std::transform(row.begin(), row.end(), row.begin(), whole);
         const auto other = [&row](std::size_t at) { return row[at + 3].empty() ? row[at] : row[at + 3]; };
         rows.push_back({row[0], row[1], row[2], row[3], row[4], row[5], row[6], other(4), other(5), other(6)});
     }
@@ -105,6 +112,7 @@ void play_one(const std::string &callback, const std::string &node, const std::s
                lines_of(entry, outcomes.at(kind), kind == 2 ? "" : " <" + operation + '>') + "-> 0 " + operation;
     };
     check("oc_bgp_" + callback, {{node + "{create}=" + value, expected(0, "create")},
+                                 {node + "{replace}=" + value, expected(0, "replace")},
                                  {node + "=" + value, expected(0, "none")},
                                  {node + "{delete}=" + value, expected(1, "delete")},
                                  {node + "{remove}=" + value, expected(1, "remove")},
@@ -118,11 +126,15 @@ TEST(PeerGroupLeaves, AreWrittenDeletedAndReadLikeANeighborsButForWhatTheyDoOthe
         if (!row.group.empty()) {
             play_one(row.group, grp(row.leaf), 'G' + end, row.value, {row.written, row.deleted, row.read});
         }
-        for (const auto &[vrf, entry] : {std::pair("DEFAULT", "N"), {"blue", "W"}}) {
+        for (const auto &[vrf, entry] : {std::pair("DEFAULT", "N"), {"Default", "W"}}) {
             if (!row.neighbor.empty()) {
                 play_one(row.neighbor, nbr(vrf, row.leaf), entry + end, row.value,
                          {row.neighbor_written, row.neighbor_deleted, row.neighbor_read});
             }
+        }
+        if (!row.neighbor.empty()) { // a read of any VRF
+            const std::string forms = replaced(lines_of('N' + end, row.neighbor_read, ""), "N(.*\n)", "N$1W$1");
+            check("oc_bgp_" + row.neighbor, {{nbr("", row.leaf), forms + "-> 0 none", YFW_KIND_READ}});
         }
     }
 }
@@ -143,6 +155,14 @@ peer_grp_dflt_policy_in | nbr_dflt_policy_in | =ACCEPT_ROUTE_X | !ERR: Invalid d
 peer_grp_afi_safi_enable | nbr_afi_safi_enabled | =false | -activate= | -activate=
 peer_grp_afi_safi_enable | nbr_afi_safi_enabled | =odd | |
 peer_grp_afi_safi_enable | nbr_afi_safi_enabled | | !TRC: Input is wrong | !TRC: Input can not be empty
+peer_group_timer_min_interval | nbr_timers_cfg_minimum_adv_interval | =0.5 | AI=0 AI-msecs=5 | AI=0 AI-msecs=5
+peer_group_timer_min_interval | nbr_timers_cfg_minimum_adv_interval | = | AI=0 AI-msecs=000 | AI=0 AI-msecs=0
+cfg_peer_grp_bfd_enabled | cfg_peer_bfd_enabled | | bfd-enable-modes | bfd-enable-modes=disable
+peer_grp_dflt_policy_out | nbr_dflt_policy_out | =ACCEPT_ROUT | !ERR: Invalid default-route-policy value \
+    | !ERR: Invalid default-route-policy value
+| peer_enabled | =true | | shutdown=false
+| peer_enabled | =TRUE | | shutdown
+| nbr_log_neighbor_state | =odd | | LOG-enable=false LOG-disable=true LOG-inherit-disable=false
 | nbr_afi_safi_use_multipath | =false | | -multipath=
 | nbr_afi_safi_use_multipath | | | !TRC: Input can not be empty)")) {
         row.resize(5);
@@ -154,9 +174,7 @@ peer_grp_afi_safi_enable | nbr_afi_safi_enabled | | !TRC: Input is wrong | !TRC:
                        " none";
             }
             const bool removes = cell.starts_with('-'); // an operation that is put back stays marked
-            return lines_of(entry + end,
-                            replaced(removes ? cell.substr(1) : cell, "AI", "advertisement-interval/minimum-interval"),
-                            removes ? " <remove>" : " <none>") +
+            return lines_of(entry + end, whole(removes ? cell.substr(1) : cell), removes ? " <remove>" : " <none>") +
                    "-> 0 " + (removes ? "merge" : "none");
         };
         if (!row[0].empty()) {
@@ -175,6 +193,10 @@ peer_grp_afi_safi_enable | nbr_afi_safi_enabled | | !TRC: Input is wrong | !TRC:
           {{flag, "G/ebgp-multihop/mpls-deactivation=false <none>\n" + hops + "=9 <none>\n-> 0 none"},
            {flag, hops + "=9\n-> 0 none", YFW_KIND_READ},
            {ttl + "{delete}=9", "-> 0 delete"}});
+    check("oc_bgp_nbr_ebgp_multihop",
+          {{replaced(flag, "/bgp.peer-groups.peer-group[^/]*", oc_list + "[neighbor-address=10.0.0.1]"),
+            "N/ebgp-multihop/max-hop-count=9 <none>\nN/ebgp-multihop/mpls-deactivation=false <none>\n-> 0 none"},
+           {nbr("blue", "/ebgp-multihop/config/multihop-ttl=9"), "-> 0 none"}});
     using Converter = const char *(yfw_map_ctx, const Tree *);
     for (const std::string name : {"peer_group_afi_safi_addpath_receive", "peer_group_afi_safi_addpath_send",
                                    "peer_grp_transport_cfg_mtu_to_vn", "nbr_gr_helper_to_vn"}) {
@@ -426,9 +448,13 @@ TEST(PeerGroupPolicies, ReachTheFamiliesOfTheGroup) {
 }
 
 TEST(PeerGroupArguments, AreChecked) {
-    std::set<std::string> names{"peer_grp_name",       "nbrgrp_afi_safi_name", "nbr_afi_safi_name",
-                                "nbr_afisafis_parent", "peer_grp_rr_client",   "peer_grp_remove_pas",
-                                "peer_group_authpwd"};
+    std::set<std::string> names{"peer_grp_name",      "nbrgrp_afi_safi_name",
+                                "nbr_afi_safi_name",  "nbr_afisafis_parent",
+                                "peer_grp_rr_client", "peer_grp_remove_pas",
+                                "peer_group_authpwd", "nbr",
+                                "nbr_parent",         "nbr_transport_cfg_local_addr",
+                                "nbr_auth_passwd",    "nbr_rr_client",
+                                "nbr_rr_cluster_id",  "nbr_remove_pas"};
     for (const Twins &row : twins) {
         names.insert({row.group, row.neighbor});
     }
