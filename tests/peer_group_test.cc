@@ -346,6 +346,7 @@ TEST(NewFamily, TakesOverWhatTheNeighborHas) {
     };
     const std::string reflect = "/route-reflector/config/route-reflector-client", pas = "/config/remove-private-as";
     const std::string all = "=PRIVATE_AS_REMOVE_ALL\n", by_own = "=PRIVATE_AS_REPLACE_ALL\n";
+    const std::string there = "NA{} <none>\nNA/af-name=ipv4-unicast <none>\n-> 0 none";
     const auto with = [](const std::string &asked, int number = 9, const std::string &vrf = "DEFAULT") {
         return nbr(vrf, asked, number) + nbr(vrf, family, number);
     };
@@ -370,6 +371,10 @@ TEST(NewFamily, TakesOverWhatTheNeighborHas) {
             wrote({removes})},
            {nbr("DEFAULT", pas + "{delete}" + all) + nbr("DEFAULT", reflect + "=true\n") + nbr("DEFAULT", family),
             wrote({yes})},
+           // A family that has them gets them once.
+           {nbr("DEFAULT", pas + all) + nbr("DEFAULT", replaced(family, "V6", "V4")), there},
+           {nbr("DEFAULT", reflect + "=true\n") + nbr("DEFAULT", replaced(family, "V6", "V4")),
+            replaced(there, "-> 0 none", "") + in_families(v4, yes, " <none>") + "-> 0 none"},
            // Another neighbour's settings are its own.
            {nbr("DEFAULT", pas + by_own, 9) + nbr("DEFAULT", family, 1), line(1, 1, 0) + wrote({yes, removes})}});
 }
