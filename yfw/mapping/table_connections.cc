@@ -109,7 +109,7 @@ Instances stored_instances(const CompanionCall &call) {
     const SchemaNode &list = *call.request.schema().find("/bgp/instance");
     const Node *top = child(root, *list.parent);
     const Entries *all = top == nullptr ? nullptr : entries(top, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         const Node *upper = child(entry, "instance-as");
         const Node *lower = upper == nullptr ? nullptr : child(upper, "four-byte-as");
         if (key_value(entry, 0) != native_instance) {
@@ -126,7 +126,7 @@ Instances stored_instances(const CompanionCall &call) {
 void add_requested_instances(const Node &network_instance, Instances &instances) {
     const Node *protocols = child(&network_instance, "protocols");
     const Entries *all = protocols == nullptr ? nullptr : entries(protocols, *protocols->schema().child("protocol"));
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         if (!is_bgp_entry(*entry)) {
             continue;
         }
@@ -275,8 +275,8 @@ namespace {
 
 // Another value of a leaf-list that is to be set, and that stands behind the node when later is set.
 bool has_sibling_value(const Node &value, bool later) {
-    const Node *first = later ? value.next_entry : entries(value.up(), value.schema())->first;
-    for (const Node *other = first; other != nullptr; other = other->next_entry) {
+    const Node *first = later ? next_entry(&value) : entries(value.up(), value.schema())->first;
+    for (const Node *other = first; other != nullptr; other = next_entry(other)) {
         if (!other->is_delete()) {
             return true;
         }
