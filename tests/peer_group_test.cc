@@ -254,7 +254,7 @@ TEST(AddressFamilies, AreWrittenWithTheirNativeNames) {
     const std::string invalid = "TRC: ERR: Input data is invalid !!\nerror path\n-> aaf2a000 none";
     const std::string any = "NA{}=\nWA{}=\nNA/af-name=\nWA/af-name=\n-> 0 none";
     check("oc_bgp_nbr_afi_safi_name",
-          {{nbr("DEFAULT", name, 9), none_found + none_found + none_found + entry("NA", "none")},
+          {{nbr("DEFAULT", name, 9), none_found + entry("NA", "none")},
            {nbr("DEFAULT", name + "{delete}"), entry("NA", "remove")},
            {nbr("blue", name + "{remove}"), entry("WA", "remove")},
            {nbr("DEFAULT", unknown), invalid},
