@@ -5,6 +5,7 @@
 #include "edit/check.h"
 #include "error.h"
 #include "read/cut.h"
+#include "read/state.h"
 #include "request/instance.h"
 
 #include <algorithm>
@@ -15,6 +16,11 @@ namespace yfw {
 namespace {
 
 constexpr std::array<std::string_view, 2> native_roots{"/bgp", "/vrfs"};
+constexpr std::array<std::string_view, 2> operational_roots{"/ocni-bgp", "/ocni-bpm"};
+
+bool is_one_of(const std::array<std::string_view, 2> &roots, std::string_view path) {
+    return std::find(roots.begin(), roots.end(), path) != roots.end();
+}
 
 // The default operation replace puts what the request says in the place of the native configuration whole.
 void replace_roots(const Schema &schema, Request &request) {
@@ -96,7 +102,8 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
 
 std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
                                          const Transaction &transaction, Below below) const {
-    auto request = std::make_unique<Request>(schema_, state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_);
+    const std::uint32_t kind = content(paths, state) == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE;
+    auto request = std::make_unique<Request>(schema_, kind, log_);
     std::vector<const Node *> asked;
     for (const std::string &path : paths) {
         const Node *node = add_instance_path(request->arena(), schema_, request->source(), path);
@@ -119,15 +126,39 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
             throw Refused(refusal);
         }
     }
+    if (kind == YFW_KIND_READ_STATE) {
+        narrow_operational(*request, operational_roots);
+    }
     return request;
+}
+
+Engine::Content Engine::content(const std::vector<std::string> &paths, bool state) const {
+    Arena arena;
+    bool config = paths.empty();
+    bool any_state = paths.empty() && state;
+    for (const std::string &path : paths) {
+        const SchemaNode &asked = add_instance_path(arena, schema_, new_root(arena, schema_), path)->schema();
+        if (!asked.config && !state && mapping_.reaches(asked)) {
+            throw Refused(Reason::not_served, path, "this is state, which a read of configuration leaves out");
+        }
+        config = config || asked.config;
+        any_state = any_state || (state && reaches_state(mapping_, asked));
+    }
+    return !any_state ? Content::config : config ? Content::all : Content::state;
 }
 
 Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool state,
                                 const Transaction &transaction) const {
     const auto declared = declare(paths, state, transaction);
+    const Content wanted = content(paths, state);
     ReadResult result;
-    result.request = std::make_unique<Request>(schema_, state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_);
+    result.request =
+        std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE, log_);
     Request &request = *result.request;
+    name_default_twice(*declared, operational_roots);
+    if (wanted == Content::state) {
+        request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
+    }
     stage("fetching");
     transaction.fetch(request.arena(), declared->destination(), request.source());
     stage("rendering");
@@ -141,7 +172,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     for (const Node *node : request.withdrawn) {
         result.notes.push_back(instance_path(node) + ": it did not get into the result");
     }
-    repeat_keys(request, mapping_, request.destination(), state);
+    repeat_keys(request, mapping_, request.destination(), wanted != Content::config);
     Node *filter = new_root(request.arena(), schema_);
     for (const std::string &path : paths) {
         add_instance_path(request.arena(), schema_, filter, path);
@@ -159,8 +190,9 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     reading.edit = false;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
-        if (std::find(native_roots.begin(), native_roots.end(), top->schema().path) == native_roots.end()) {
-            throw Refused(Reason::unknown_element, instance_path(top), "only native configuration can be loaded");
+        if (!is_one_of(native_roots, top->schema().path) && !is_one_of(operational_roots, top->schema().path)) {
+            throw Refused(Reason::unknown_element, instance_path(top),
+                          "only native configuration and operational data can be loaded");
         }
         top->set_operation(YFW_OP_REPLACE);
     }

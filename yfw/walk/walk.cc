@@ -57,6 +57,18 @@ class Walker {
         }
     }
 
+    // Configuration comes before state: what state there is of an entry joins the one that is configured.
+    void visit_top(Node *root) {
+        for (const bool config : {true, false}) {
+            for (const SchemaNode *top : root->schema().children) {
+                Node *node = top->config == config ? first_of(root, *top) : nullptr;
+                if (node != nullptr) {
+                    visit(node);
+                }
+            }
+        }
+    }
+
     WalkResult take_result() { return std::move(result_); }
 
   private:
@@ -126,6 +138,13 @@ void Walker::report(const Node *node, const std::string &note) {
     }
 }
 
+// State is no client's to set. A path selection is asked all the same: the plug-in itself says no.
+bool refuses_state_edit(const Binding &binding) {
+    const Service served = binding.entry->served;
+    return served == Service::callback || served == Service::copy || served == Service::convert ||
+           served == Service::convert_to;
+}
+
 Outcome Walker::serve(Node *node) {
     const Binding *binding = mapping_.find(node->schema());
     if (binding == nullptr) {
@@ -138,7 +157,10 @@ Outcome Walker::serve(Node *node) {
         report(node, {});
         return Outcome::skipped;
     }
-    if (!request_.is_read() && !node->schema().config && binding->entry->served == Service::callback) {
+    if (!request_.is_read() && !node->schema().config && refuses_state_edit(*binding)) {
+        if (node->schema().is_inner()) {
+            return Outcome::structure; // what the client names in it is reported
+        }
         report(node, "state cannot be edited");
         return Outcome::skipped;
     }
@@ -198,9 +220,13 @@ cerrno Walker::call(Node *node, const Binding &binding) {
         return call_toplevel(node, binding);
     case Service::protocol_list:
     case Service::protocol: {
+        char any[] = ""; // a read of every network instance is not one of the default one
         char *network_instance = nullptr;
         char *protocol = nullptr;
         yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &network_instance);
+        if (network_instance == nullptr && request_.is_read()) {
+            network_instance = any;
+        }
         yfw_map_get_node_info(&request_, "/network-instances/network-instance/protocols/protocol", "name", &protocol);
         return reinterpret_cast<ProtocolCallback>(binding.function)(&request_, node, destination, network_instance,
                                                                     protocol);
@@ -395,7 +421,7 @@ void expand_leaves(Request &request, const Mapping &mapping, Node *node, bool st
 
 WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing) {
     Walker walker(request, mapping, existing);
-    walker.visit_children(request.source());
+    walker.visit_top(request.source());
     return walker.take_result();
 }
 
