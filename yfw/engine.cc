@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 namespace yfw {
 
@@ -30,6 +31,25 @@ void replace_roots(const Schema &schema, Request &request) {
             root->set_operation(YFW_OP_REPLACE);
         }
     }
+}
+
+// One line for the nodes of one kind that were refused for one reason: the same fault may be in every entry of a list.
+std::vector<std::string> tell_unanswered(const WalkResult &walked) {
+    std::vector<std::pair<std::string, std::size_t>> lines;
+    std::map<std::pair<const SchemaNode *, std::string>, std::size_t> known;
+    for (const auto &[node, refusal] : walked.unanswered) {
+        const auto [place, is_new] = known.try_emplace({&node->schema(), refusal.what()}, lines.size());
+        if (is_new) {
+            lines.emplace_back(refusal.path() + ": " + refusal.what(), 0);
+        } else {
+            ++lines[place->second].second;
+        }
+    }
+    std::vector<std::string> notes;
+    for (const auto &[line, more] : lines) {
+        notes.push_back(more == 0 ? line : line + " (and " + std::to_string(more) + " more like it)");
+    }
+    return notes;
 }
 
 } // namespace
@@ -107,7 +127,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     std::vector<const Node *> asked;
     for (const std::string &path : paths) {
         const Node *node = add_instance_path(request->arena(), schema_, request->source(), path);
-        if (!mapping_.reaches(node->schema())) {
+        if (!(state ? mapping_.reaches(node->schema()) : mapping_.reaches_config(node->schema()))) {
             throw Refused(Reason::not_served, path, "nothing serves this path");
         }
         asked.push_back(node);
@@ -165,9 +185,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        for (const auto &[node, refusal] : walk(request, mapping_, nullptr).unanswered) {
-            result.notes.push_back(refusal.path() + ": " + refusal.what());
-        }
+        result.notes = tell_unanswered(walk(request, mapping_, nullptr));
     }
     for (const Node *node : request.withdrawn) {
         result.notes.push_back(instance_path(node) + ": it did not get into the result");

@@ -79,6 +79,7 @@ class Walker {
     Outcome serve(Node *node);
     Outcome outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before);
     bool left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before);
+    void ask_for_state(const Node &node, const Binding &binding);
     cerrno call(Node *node, const Binding &binding);
     bool in_vrf();
     cerrno call_toplevel(Node *node, const Binding &binding);
@@ -98,7 +99,8 @@ class Walker {
 
 void Walker::visit(Node *node) {
     const SchemaNode &schema = node->schema();
-    if (!mapping_.reaches(schema)) {
+    // Where only state is served, there is nothing to edit.
+    if (!mapping_.reaches(schema) || (!request_.is_read() && schema.config && !mapping_.reaches_config(schema))) {
         // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
         if (!schema.is_key) {
             report(node, {});
@@ -145,6 +147,15 @@ bool refuses_state_edit(const Binding &binding) {
            served == Service::convert_to;
 }
 
+// Of state that is served as the configuration is, the operational models are asked, too.
+void Walker::ask_for_state(const Node &node, const Binding &binding) {
+    const SchemaNode *source = binding.target == nullptr ? mapping_.state_source(node.schema()) : nullptr;
+    if (source != nullptr) {
+        yfw_map_datatree_add_path_flagged(&request_, request_.destination(), source->path.c_str(), nullptr, nullptr,
+                                          nullptr, nullptr, 0, 0);
+    }
+}
+
 Outcome Walker::serve(Node *node) {
     const Binding *binding = mapping_.find(node->schema());
     if (binding == nullptr) {
@@ -163,6 +174,9 @@ Outcome Walker::serve(Node *node) {
         }
         report(node, "state cannot be edited");
         return Outcome::skipped;
+    }
+    if (request_.fields().kind->kind == YFW_KIND_READ_STATE) {
+        ask_for_state(*node, *binding);
     }
     const Request::Counts before = request_.counts;
     request_.error_path.clear();
@@ -344,7 +358,7 @@ void Walker::expand_edit(Node *node, std::uint32_t operation) {
     const std::uint32_t absent = deletes ? operation : std::uint32_t{YFW_OP_REMOVE};
     const bool adds = deletes || operation == YFW_OP_REPLACE;
     for (const SchemaNode *below : node->schema().children) {
-        if (!mapping_.reaches(*below) || below->is_key || !below->config) {
+        if (!mapping_.reaches_config(*below) || below->is_key || !below->config) {
             continue;
         }
         for (Node *present = first_of(node, *below); present != nullptr; present = next_of(present)) {
@@ -392,7 +406,7 @@ void Walker::expand_list(Node *node, const SchemaNode &list, std::uint32_t opera
 bool expand_below(Request &request, const Mapping &mapping, Node *node, bool state) {
     bool any = false;
     for (const SchemaNode *below : node->schema().children) {
-        if (!mapping.reaches(*below) || (!below->config && !state)) {
+        if (!(state ? mapping.reaches(*below) : below->config && mapping.reaches_config(*below))) {
             continue;
         }
         any = true;
