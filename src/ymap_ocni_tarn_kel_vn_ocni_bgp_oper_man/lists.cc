@@ -52,10 +52,16 @@ bool write_instance_path(yfw_xpath_operation &operation, const vn_state_place &p
     return true;
 }
 
-// Joins the native entry into its OpenConfig list. Yields the entry, or the status of what failed.
+// What became of a native entry: whether its keys were read and it was to be joined, and as what.
+struct joined_entry {
+    bool tried;
+    cidl_yfw_datatree *entry; // null when the join failed
+};
+
+// Joins the native entry into its OpenConfig list. The status of the join, or of what kept it from being tried.
 cerrno map_entry(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
-                 const state_list &record, cidl_yfw_datatree **entry) {
-    *entry = nullptr;
+                 const state_list &record, joined_entry &joined) {
+    joined = {};
     if (src == nullptr || dst == nullptr) {
         return ymap_refuse_arguments(frame);
     }
@@ -79,27 +85,24 @@ cerrno map_entry(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw
     }
     const cerrno status =
         vn_stitch_entry(frame.ctx, yfw_map_stitch_list_to_list, operation, dst, record.schema_path, frame.name);
-    *entry = operation.found;
+    joined = {true, operation.found};
     return status;
 }
 
 cerrno map_list(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                 const state_list &record) {
-    cidl_yfw_datatree *entry = nullptr;
-    return map_entry(frame, src, dst, record, &entry);
+    joined_entry joined{};
+    return map_entry(frame, src, dst, record, joined);
 }
 
 // Of a family it is the code of naming its identity that counts, not that of the join: a family that was not joined has
 // no name to be found.
 cerrno map_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                   const state_list &record) {
-    cidl_yfw_datatree *entry = nullptr;
-    const cerrno status = map_entry(frame, src, dst, record, &entry);
-    const bool joined = src != nullptr && dst != nullptr && ymap_request_kind(frame.ctx) == YFW_KIND_READ_STATE;
-    if (!joined || (status != 0 && entry == nullptr)) {
-        return status;
-    }
-    return vn_name_identity(frame.ctx, entry, "/afi-safi-name", NS_OC_BGP_TYPES, frame.name);
+    joined_entry joined{};
+    const cerrno status = map_entry(frame, src, dst, record, joined);
+    return joined.tried ? vn_name_identity(frame.ctx, joined.entry, "/afi-safi-name", NS_OC_BGP_TYPES, frame.name)
+                        : status;
 }
 
 // The name of a family among its state.

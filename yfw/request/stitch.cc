@@ -28,6 +28,10 @@ cerrno stitch(yfw_map_ctx ctx, yfw_xpath_operation *operation) {
         Node *entry = join_instance(request.arena(), request.schema(), static_cast<Node *>(operation->tree),
                                     operation->expression, request.addresses);
         if (entry == nullptr) {
+            if (request.fields().error_text == nullptr) {
+                request.fields().error_text =
+                    yfw_strdup("a key is missing, or is an identity that the model lacks", "YFW MAP");
+            }
             return YFW_ERR_NO_ENTRY;
         }
         if (&entry->schema() != list) {
