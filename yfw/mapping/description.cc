@@ -60,6 +60,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.may_write_nothing = value == "true";
         } else if (name == "taken-with") {
             entry.taken_with = value;
+        } else if (name == "hint") {
+            entry.hint = value;
         } else if (name == "covered") {
             entry.covered = value == "true";
         }

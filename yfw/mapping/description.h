@@ -16,7 +16,8 @@ struct MappingEntry {
     std::vector<std::string> candidates;
     std::string target;             // of the copying services
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
-    std::string taken_with;         // the sibling whose function writes this node too
+    std::string taken_with;         // from the parent, the node whose function writes this one too
+    std::string hint;               // why an edit may write nothing
     bool covered = false;           // deletes of an outer node take it along
 };
 

@@ -44,6 +44,17 @@ Node *next_of(const Node *node) {
     return node->schema().repeats() ? node->next_entry : nullptr;
 }
 
+// Whether a path of names, ".." for a parent, leads from the node to one that is not to be deleted.
+bool reaches_node(const Node *node, std::string_view path) {
+    while (node != nullptr && !path.empty()) {
+        const std::string_view name = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+        const SchemaNode *below = name == ".." ? nullptr : node->schema().child(name);
+        node = name == ".." ? node->up() : below == nullptr ? nullptr : first_of(node, *below);
+    }
+    return node != nullptr && !node->is_delete();
+}
+
 class Walker {
   public:
     Walker(Request &request, const Mapping &mapping, const ExistingEntries &existing)
@@ -183,6 +194,9 @@ Outcome Walker::serve(Node *node) {
     vnos_named_free(std::exchange(request_.fields().error_text, nullptr));
     Explanation explanation(request_);
     const cerrno code = call(node, *binding);
+    if (!request_.conflict.empty()) {
+        throw Refused(Reason::invalid_value, request_.conflict, "its native leaf holds one value, and has another");
+    }
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
         if (is_expanded(node)) {
             return Outcome::skipped; // the client has not asked for it, and there is nothing to delete
@@ -197,7 +211,8 @@ Outcome Walker::serve(Node *node) {
     }
     const Outcome outcome = outcome_of(node, *binding, code, before);
     if (!request_.is_read() && left_alone(node, *binding, outcome, before)) {
-        report(node, explanation.message([&] { call(node, *binding); }));
+        const std::string &hint = binding->entry->hint;
+        report(node, hint.empty() || node->is_delete() ? explanation.message([&] { call(node, *binding); }) : hint);
     }
     return outcome;
 }
@@ -205,8 +220,8 @@ Outcome Walker::serve(Node *node) {
 // Whether an edit of the node came to nothing that its client should know of.
 bool Walker::left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before) {
     const bool whole_delete = request_.fields().entire_bgp_delete; // marks nodes that are there already
-    const std::string &sibling = binding.entry->taken_with;
-    const bool taken = !sibling.empty() && child(node->up(), sibling) != nullptr;
+    const std::string &other = binding.entry->taken_with;
+    const bool taken = !other.empty() && reaches_node(node->up(), other);
     const bool expected = binding.entry->may_write_nothing && !in_vrf(); // what only the default VRF has it keeps
     if (request_.counts.adds != before.adds || expected || taken || whole_delete) {
         return false;
