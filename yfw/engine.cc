@@ -176,6 +176,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
         std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE, log_);
     Request &request = *result.request;
     name_default_twice(*declared, operational_roots);
+    write_addresses_alike(declared->arena(), schema_, declared->destination(), operational_roots);
     if (wanted == Content::state) {
         request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
     }
@@ -215,6 +216,9 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
         top->set_operation(YFW_OP_REPLACE);
     }
     stage("applying");
+    if (const Node *twice = write_addresses_alike(request.arena(), schema_, document.root, operational_roots)) {
+        throw Refused(Reason::duplicate, instance_path(twice), "there is another entry of this address");
+    }
     check_native(schema_, document.root);
     apply_edit(transaction, request.arena(), document.root, false);
 }

@@ -11,6 +11,9 @@ namespace {
 void collect(const Node *node, std::set<std::string> &into) {
     for (const Node *below = node->first(); below != nullptr; below = below->next()) {
         const SchemaNode &schema = below->schema();
+        if (schema.is_key && !schema.config) {
+            continue; // of an operational model, on the way
+        }
         if (!schema.is_inner() || (schema.kind == NodeKind::container && below->first() == nullptr)) {
             into.insert(schema.path);
         } else {
@@ -27,14 +30,14 @@ std::set<std::string> native_nodes(const Engine &engine, const SchemaNode &leaf,
         return path.starts_with(list) ? path.insert(list.size(), network_instance) : path;
     };
     std::set<std::string> found;
-    collect(engine.declare({named(leaf.path)}, false, transaction)->destination(), found);
+    collect(engine.declare({named(leaf.path)}, !leaf.config, transaction)->destination(), found);
     const SchemaNode *parent = leaf.parent;
     while (parent->depth > 0 && engine.mapping().find(*parent) == nullptr) {
         parent = parent->parent;
     }
     std::set<std::string> above;
     if (parent->depth > 0) {
-        const auto asked = engine.declare({named(parent->path)}, false, transaction, Engine::Below::left_out);
+        const auto asked = engine.declare({named(parent->path)}, !leaf.config, transaction, Engine::Below::left_out);
         collect(asked->destination(), above);
     }
     for (const std::string &path : above) {

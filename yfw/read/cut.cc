@@ -1,5 +1,7 @@
 #include "read/cut.h"
 
+#include "request/addresses.h"
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -29,6 +31,10 @@ void repeat_key(Request &request, const Mapping &mapping, Node *entry, const Sch
 bool same_key(const SchemaNode &list, std::size_t key, const char *a, const char *b) {
     if (std::strcmp(a, b) == 0) {
         return true;
+    }
+    if (list.keys[key]->type == BaseType::union_) {
+        const auto address = canonical_ipv6(a);
+        return address && address == canonical_ipv6(b);
     }
     // The default network instance goes by two names.
     const bool names = list.name == "network-instance" && list.keys[key]->name == "name";
@@ -111,7 +117,9 @@ void cut_below(Node *data, const Filters &filters) {
 void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool state) {
     if (node->schema().kind == NodeKind::list) {
         for (const SchemaNode *key : node->schema().keys) {
-            repeat_key(request, mapping, node, *key, "config", false);
+            if ((node->flags & state_only) == 0) {
+                repeat_key(request, mapping, node, *key, "config", false);
+            }
             if (state) {
                 repeat_key(request, mapping, node, *key, "state", true);
             }

@@ -22,6 +22,15 @@ std::optional<std::string> ipv6_bytes(std::string_view text) {
 
 } // namespace
 
+std::optional<std::string> canonical_ipv6(std::string_view text) {
+    const auto bytes = ipv6_bytes(text);
+    std::array<char, INET6_ADDRSTRLEN> canonical{};
+    if (!bytes || inet_ntop(AF_INET6, bytes->data(), canonical.data(), canonical.size()) == nullptr) {
+        return std::nullopt;
+    }
+    return canonical.data();
+}
+
 Node *AddressBook::find(const Node *parent, const SchemaNode &list, std::string_view address) {
     if (list.keys.size() != 1 || list.keys[0]->type != BaseType::union_) { // of an IPv4 and an IPv6 address
         return nullptr;

@@ -3,11 +3,15 @@
 
 #include "tree.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 namespace yfw {
+
+// The address as RFC 5952 writes it; nothing when the text is no IPv6 address.
+std::optional<std::string> canonical_ipv6(std::string_view text);
 
 class AddressBook {
   public:

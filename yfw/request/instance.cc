@@ -196,7 +196,12 @@ Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_
             return nullptr;
         }
         Node *same = step.count == 1 ? addresses.find(parent, list, step.keys()[0].second) : nullptr;
-        return same != nullptr ? same : add_entry(arena, parent, list, step);
+        if (same != nullptr) {
+            return same;
+        }
+        Node *entry = add_entry(arena, parent, list, step);
+        entry->flags |= state_only;
+        return entry;
     });
 }
 

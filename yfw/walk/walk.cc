@@ -112,8 +112,10 @@ void Walker::visit(Node *node) {
     const SchemaNode &schema = node->schema();
     // Where only state is served, there is nothing to edit.
     if (!mapping_.reaches(schema) || (!request_.is_read() && schema.config && !mapping_.reaches_config(schema))) {
-        // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
-        if (!schema.is_key) {
+        // The key leaves of an entry are its own; whether anything serves them is asked of the entry. An empty
+        // container says nothing.
+        const bool hollow = schema.kind == NodeKind::container && !schema.presence && node->first() == nullptr;
+        if (!schema.is_key && (!hollow || node->op_is_set())) {
             report(node, {});
         }
         return;
