@@ -41,8 +41,8 @@ Node *AddressBook::find(const Node *parent, const SchemaNode &list, std::string_
         return nullptr;
     }
     Page &page = pages_[all];
-    const Node *entry = page.last == nullptr ? all->first : page.last->next_entry;
-    for (; entry != nullptr; page.last = entry, entry = entry->next_entry) {
+    const Node *entry = page.last == nullptr ? all->first : next_entry(page.last);
+    for (; entry != nullptr; page.last = entry, entry = next_entry(entry)) {
         const char *key = key_value(entry, 0);
         if (const auto bytes = key == nullptr ? std::nullopt : ipv6_bytes(key)) {
             page.by_address.emplace(*bytes, const_cast<Node *>(entry));
