@@ -5,7 +5,8 @@ namespace yfw::tool {
 
 void add_load(CLI::App &app, const Globals &globals, int *) {
     auto files = std::make_shared<std::vector<std::string>>();
-    CLI::App *command = app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
+    CLI::App *command =
+        app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
     command->callback([&globals, files] {
