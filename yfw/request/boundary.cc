@@ -133,22 +133,20 @@ bool is_another_value(const Node *leaf, const Node *source) {
            &leaf->origin->schema() == &source->schema();
 }
 
-// Adds a leaf; null when a leaf cannot take all values of a leaf-list that the request gives.
+// Adds a leaf; null when a leaf cannot take all values of a leaf-list that the request gives, or takes from it.
 Node *add_value(Request &request, Node *parent, const SchemaNode &target, const char *value, const Node *source) {
     Node *present = target.kind == NodeKind::leaf ? child(parent, target) : nullptr;
-    if (is_another_value(present, source) && !present->is_delete()) {
-        const bool differs = !source->is_delete() && value != nullptr && present->value != nullptr &&
-                             std::strcmp(value, present->value) != 0;
-        if (differs) {
-            request.conflict = instance_path(source);
-        }
-        return differs ? nullptr : present; // a value that goes does not take along the one that comes
+    if (is_another_value(present, source) && present->is_delete() == source->is_delete()) {
+        request.conflict = instance_path(source);
+        return nullptr;
+    }
+    if (is_another_value(present, source) && source->is_delete()) {
+        return present; // a value that goes does not take along the one that comes
     }
     Node *node = add_leaf(request, parent, target, value);
     if (value == nullptr && source != nullptr && !target.is_key) {
         // Of a leaf-list one value goes: the leaf, if it holds that.
-        const bool one_goes = source->schema().kind == NodeKind::leaf_list && !is_another_value(present, source);
-        node->value = one_goes ? source->value : nullptr;
+        node->value = source->schema().kind == NodeKind::leaf_list ? source->value : nullptr;
     }
     return node;
 }
