@@ -1,5 +1,5 @@
-// Whole requests: an edit of many neighbours, its commit, the read of them, and the read of many VRFs. Items are
-// neighbours, or VRFs.
+// Whole requests: an edit of many neighbours, its commit, the read of them and of their state, and the read of many
+// VRFs. Items are neighbours, or VRFs.
 #include "engine.h"
 #include "platform/password.h"
 
@@ -36,6 +36,11 @@ struct Stored {
     yfw::Store store{directory.path() / "db", engine().schema(), yfw::Access::write};
     yfw::PasswordKey key{directory.path() / "db/key", true};
 
+    void load(std::string text) {
+        yfw::Transaction transaction = store.begin(yfw::Access::write);
+        engine().load(text, yfw::Syntax::json, transaction);
+        transaction.commit();
+    }
     void edit(std::string text) {
         yfw::Transaction transaction = store.begin(yfw::Access::write);
         engine().edit(text, yfw::Syntax::json, {}, transaction);
@@ -52,11 +57,14 @@ std::string document(const std::string &instances) {
     return R"({"network-instances":{"network-instance":[)" + instances + "]}}";
 }
 
+std::string address_of(std::int64_t i) {
+    return "10." + std::to_string(i >> 16) + '.' + std::to_string(i >> 8 & 255) + '.' + std::to_string(i & 255);
+}
+
 std::string neighbors(std::int64_t count) {
     std::string text = R"("global":{"config":{"as":65000}},"neighbors":{"neighbor":[)";
     for (std::int64_t i = 0; i < count; ++i) {
-        const std::string address =
-            "10." + std::to_string(i >> 16) + '.' + std::to_string(i >> 8 & 255) + '.' + std::to_string(i & 255);
+        const std::string address = address_of(i);
         text +=
             (i == 0 ? "" : ",") + (R"({"neighbor-address":")" + address) + R"(","config":{"peer-as":)" +
             std::to_string(64512 + i % 400) + R"(,"enabled":true,"description":"peer at )" + address +
@@ -67,6 +75,31 @@ std::string neighbors(std::int64_t count) {
             R"("apply-policy":{"config":{"default-import-policy":"REJECT_ROUTE"}}})";
     }
     return document(protocol("DEFAULT", text + "]}"));
+}
+
+std::string family_state(const std::string &name) {
+    return R"({"afi-safi-name":")" + name + R"(","state":{"afi-safi-name":")" + name +
+           R"(","active":true,"prefixes":{"received":5,"sent":7,"installed":5}}})";
+}
+
+// Operational data: about 40 leaves a neighbour.
+std::string neighbor_state(std::int64_t count) {
+    std::string text = R"({"ocni-bgp":{"network-instances":{"network-instance":[{"name":"default","protocols":{)"
+                       R"("protocol":[{"identifier":"BGP","name":"core","bgp":{"neighbors":{"neighbor":[)";
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::string address = address_of(i);
+        text += (i == 0 ? "" : ",") + (R"({"neighbor-address":")" + address) + R"(","state":{"neighbor-address":")" +
+                address + R"(","peer-as":)" + std::to_string(64512 + i % 400) +
+                R"(,"peer-type":"external","session-state":"established","last-established":"1763740800000000000",)" +
+                R"("established-transitions":"3","supported-capabilities":["MPBGP","ROUTE_REFRESH","ASN32"],)" +
+                R"("messages":{"sent":{"UPDATE":"120","NOTIFICATION":"1"},"received":{"UPDATE":"3400",)" +
+                R"("NOTIFICATION":"0"}},"queues":{"input":0,"output":2}},"timers":{"state":{"hold-time":"90",)" +
+                R"("keepalive-interval":"30","negotiated-hold-time":"60"}},"transport":{"state":{"local-address":)" +
+                R"("192.0.2.1","local-port":179,"remote-address":")" + address + R"(","remote-port":40001}},)" +
+                R"("neighbors-afi-safis":{"neighbors-afi-safi":[)" + family_state("IPV4_UNICAST") + ',' +
+                family_state("IPV6_UNICAST") + "]}}";
+    }
+    return text + "]}}}]}}]}}}";
 }
 
 std::string vrfs(std::int64_t count) {
@@ -111,6 +144,46 @@ void read_neighbors(benchmark::State &state) {
     read(state, neighbors(state.range(0)));
 }
 BENCHMARK(read_neighbors)->Arg(150)->Arg(15000);
+
+// State beside the configuration of the same neighbours.
+void read_neighbor_state(benchmark::State &state) {
+    Stored stored;
+    stored.edit(neighbors(state.range(0)));
+    stored.load(neighbor_state(state.range(0)));
+    const yfw::Transaction transaction = stored.store.begin(yfw::Access::read);
+    const std::string path = "/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/state";
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(engine().read({path}, true, transaction).openconfig());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(read_neighbor_state)->Arg(150)->Arg(15000);
+
+// The session state of one neighbour among many.
+void read_one_session_state(benchmark::State &state) {
+    Stored stored;
+    stored.load(neighbor_state(state.range(0)));
+    const yfw::Transaction transaction = stored.store.begin(yfw::Access::read);
+    const std::string path = "/network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP]"
+                             "[name=core]/bgp/neighbors/neighbor[neighbor-address=10.0.0.5]/state/session-state";
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(engine().read({path}, true, transaction).openconfig());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(read_one_session_state)->Arg(10)->Arg(15000);
+
+// All of the state, without configuration to join.
+void read_all_state(benchmark::State &state) {
+    Stored stored;
+    stored.load(neighbor_state(state.range(0)));
+    const yfw::Transaction transaction = stored.store.begin(yfw::Access::read);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(engine().read({}, true, transaction).openconfig());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(read_all_state)->Arg(150)->Arg(15000);
 
 void read_vrfs(benchmark::State &state) {
     read(state, vrfs(state.range(0)));

@@ -205,6 +205,24 @@ cerrno yfw_map_update_ctx_current_list_ptr(yfw_map_ctx ctx, struct cidl_yfw_data
 /* Runs a query. Find: 0 and operation->found, or YFW_ERR_NO_ENTRY. Set: adds the expression's nodes with their keys. */
 cerrno yfw_map_tree_xpath_operations(yfw_map_ctx ctx, struct yfw_xpath_operation *operation);
 
+/*
+ * Join a list entry into a tree under the keys that operation->expression gives it,
+ * "/list[key=value]/inner[key=value]/", from operation->tree, the tree's root. An entry of these keys that is there
+ * already is the one that is joined to, so that what several models say of it meets in one entry; what is missing on
+ * the way is added. The entry and those it lies in are the current ones from then on, the last one the context's.
+ *   operation    YFW_XPATH_SET; form YFW_XPATH_FORMAT
+ *   expression   all keys of the last list must be given, in the words of the tree's model
+ *   schema_path  of that list
+ *   name_space   of its module
+ *   found        set to the entry, borrowed; null on failure
+ * The entry is that of the list entry being mapped (list_to_list), or of a container (container_to_list).
+ *
+ * Return 0; YFW_ERR_UNKNOWN_PATH when the schema path is no list of the namespace or the expression does not lead to
+ * it; YFW_ERR_NO_ENTRY when a key is missing, or is an identity that the model lacks.
+ */
+cerrno yfw_map_stitch_list_to_list(yfw_map_ctx ctx, struct yfw_xpath_operation *operation);
+cerrno yfw_map_stitch_container_to_list(yfw_map_ctx ctx, struct yfw_xpath_operation *operation);
+
 /* The request's output: the nodes of its source whose translation is in the destination. A node that a callback takes
  * out and does not put back did not get there. */
 void yfw_add_to_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node, struct cidl_yfw_datatree *tree);

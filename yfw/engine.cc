@@ -5,16 +5,23 @@
 #include "edit/check.h"
 #include "error.h"
 #include "read/cut.h"
+#include "read/state.h"
 #include "request/instance.h"
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 namespace yfw {
 
 namespace {
 
 constexpr std::array<std::string_view, 2> native_roots{"/bgp", "/vrfs"};
+constexpr std::array<std::string_view, 2> operational_roots{"/ocni-bgp", "/ocni-bpm"};
+
+bool is_one_of(const std::array<std::string_view, 2> &roots, std::string_view path) {
+    return std::find(roots.begin(), roots.end(), path) != roots.end();
+}
 
 // The default operation replace puts what the request says in the place of the native configuration whole.
 void replace_roots(const Schema &schema, Request &request) {
@@ -24,6 +31,25 @@ void replace_roots(const Schema &schema, Request &request) {
             root->set_operation(YFW_OP_REPLACE);
         }
     }
+}
+
+// One line for the nodes of one kind that were refused for one reason: the same fault may be in every entry of a list.
+std::vector<std::string> tell_unanswered(const WalkResult &walked) {
+    std::vector<std::pair<std::string, std::size_t>> lines;
+    std::map<std::pair<const SchemaNode *, std::string>, std::size_t> known;
+    for (const auto &[node, refusal] : walked.unanswered) {
+        const auto [place, is_new] = known.try_emplace({&node->schema(), refusal.what()}, lines.size());
+        if (is_new) {
+            lines.emplace_back(refusal.path() + ": " + refusal.what(), 0);
+        } else {
+            ++lines[place->second].second;
+        }
+    }
+    std::vector<std::string> notes;
+    for (const auto &[line, more] : lines) {
+        notes.push_back(more == 0 ? line : line + " (and " + std::to_string(more) + " more like it)");
+    }
+    return notes;
 }
 
 StoredNative stored_in(const Transaction &transaction) {
@@ -114,11 +140,12 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
 
 std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
                                          const Transaction &transaction, Below below) const {
-    auto request = std::make_unique<Request>(schema_, state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_);
+    const std::uint32_t kind = content(paths, state) == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE;
+    auto request = std::make_unique<Request>(schema_, kind, log_);
     std::vector<const Node *> asked;
     for (const std::string &path : paths) {
         const Node *node = add_instance_path(request->arena(), schema_, request->source(), path);
-        if (!mapping_.reaches(node->schema())) {
+        if (!(state ? mapping_.reaches(node->schema()) : mapping_.reaches_config(node->schema()))) {
             throw Refused(Reason::not_served, path, "nothing serves this path");
         }
         asked.push_back(node);
@@ -137,29 +164,52 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
             throw Refused(refusal);
         }
     }
+    if (kind == YFW_KIND_READ_STATE) {
+        narrow_operational(*request, operational_roots);
+    }
     return request;
+}
+
+Engine::Content Engine::content(const std::vector<std::string> &paths, bool state) const {
+    Arena arena;
+    bool config = paths.empty();
+    bool any_state = paths.empty() && state;
+    for (const std::string &path : paths) {
+        const SchemaNode &asked = add_instance_path(arena, schema_, new_root(arena, schema_), path)->schema();
+        if (!asked.config && !state && mapping_.reaches(asked)) {
+            throw Refused(Reason::not_served, path, "this is state, which a read of configuration leaves out");
+        }
+        config = config || asked.config;
+        any_state = any_state || (state && reaches_state(mapping_, asked));
+    }
+    return !any_state ? Content::config : config ? Content::all : Content::state;
 }
 
 Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool state,
                                 const Transaction &transaction) const {
     const auto declared = declare(paths, state, transaction);
+    const Content wanted = content(paths, state);
     ReadResult result;
-    result.request = std::make_unique<Request>(schema_, state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_);
+    result.request =
+        std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE, log_);
     Request &request = *result.request;
+    name_default_twice(*declared, operational_roots);
+    write_addresses_alike(declared->arena(), schema_, declared->destination(), operational_roots);
+    if (wanted == Content::state) {
+        request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
+    }
     stage("fetching");
     transaction.fetch(request.arena(), declared->destination(), request.source());
     stage("rendering");
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        for (const auto &[node, refusal] : walk(request, mapping_, nullptr, nullptr).unanswered) {
-            result.notes.push_back(refusal.path() + ": " + refusal.what());
-        }
+        result.notes = tell_unanswered(walk(request, mapping_, nullptr, nullptr));
     }
     for (const Node *node : request.withdrawn) {
         result.notes.push_back(instance_path(node) + ": it did not get into the result");
     }
-    repeat_keys(request, mapping_, request.destination(), state);
+    repeat_keys(request, mapping_, request.destination(), wanted != Content::config);
     Node *filter = new_root(request.arena(), schema_);
     for (const std::string &path : paths) {
         add_instance_path(request.arena(), schema_, filter, path);
@@ -178,12 +228,16 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text);
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
-        if (std::find(native_roots.begin(), native_roots.end(), top->schema().path) == native_roots.end()) {
-            throw Refused(Reason::unknown_element, instance_path(top), "only native configuration can be loaded");
+        if (!is_one_of(native_roots, top->schema().path) && !is_one_of(operational_roots, top->schema().path)) {
+            throw Refused(Reason::unknown_element, instance_path(top),
+                          "only native configuration and operational data can be loaded");
         }
         top->set_operation(YFW_OP_REPLACE);
     }
     stage("applying");
+    if (const Node *twice = write_addresses_alike(request.arena(), schema_, document.root, operational_roots)) {
+        throw Refused(Reason::duplicate, instance_path(twice), "there is another entry of this address");
+    }
     check_native(schema_, document.root);
     apply_edit(transaction, request.arena(), document.root, false);
 }

@@ -71,9 +71,8 @@ class Engine {
     };
     ReadResult read(const std::vector<std::string> &paths, bool state, const Transaction &transaction) const;
 
-    // Puts a document's native configuration in the place of what the transaction holds under the same top-level nodes.
-    // The text is wiped and empty once it is read.
-    // Throws Refused.
+    // Puts a document's native configuration, or operational data, in the place of what the transaction holds under the
+    // same top-level nodes. The text is wiped and empty once it is read. Throws Refused.
     void load(std::string &text, Syntax syntax, Transaction &transaction) const;
 
     // Holds the key against the one that the store's passwords were enciphered with; a write transaction notes the
@@ -84,6 +83,10 @@ class Engine {
     std::function<void(const char *)> on_stage;
 
   private:
+    // What a read of these paths wants: state is left out unless some of them reach it, configuration when all of them
+    // are state.
+    enum class Content { config, all, state };
+    Content content(const std::vector<std::string> &paths, bool state) const;
     // The keys of a list's entries as a read renders them.
     std::vector<EntryKeys> existing_entries(const Node *parent, const SchemaNode &list,
                                             const Transaction &transaction) const;

@@ -380,6 +380,16 @@ Node *complete_entry(Arena &arena, Node *entry, bool fold) {
     return sibling;
 }
 
+void rekey_entry(Arena &arena, Node *entry, std::span<const std::string_view> keys) {
+    const SchemaNode &list = entry->schema();
+    Entries &all = *entries(entry->up(), list);
+    leave_index(all, entry);
+    for (std::size_t key = 0; key < keys.size(); ++key) {
+        set_value(arena, ensure_child(arena, entry, *list.keys[key]), keys[key]);
+    }
+    enter_index(arena, all, entry);
+}
+
 void make_current(Node *entry) {
     for (Node *node = entry; node->up() != nullptr; node = node->up()) {
         if (node->schema().repeats()) {

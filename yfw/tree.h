@@ -11,6 +11,9 @@
 
 namespace yfw {
 
+// A flag of the framework's own: an entry of a read's result that only state is known of.
+inline constexpr std::uint32_t state_only = 0x10000;
+
 // What the boundary shows of a node, and behind it what only the framework sees. A leaf is this and no more: a request
 // has hundreds of thousands.
 struct Node : cidl_yfw_datatree {
@@ -90,6 +93,9 @@ Node *find_entry(const Node *parent, const SchemaNode &list, std::span<const std
 // same keys, moves what it holds to that one and takes it out. Returns the entry that stands. With fold false a sibling
 // is left as it is and null is returned.
 Node *complete_entry(Arena &arena, Node *entry, bool fold = true);
+
+// Gives an entry with keys other ones, which no sibling may have.
+void rekey_entry(Arena &arena, Node *entry, std::span<const std::string_view> keys);
 
 // Makes the entry and all those it lies in current.
 void make_current(Node *entry);

@@ -1,11 +1,12 @@
-// yfw load: native configuration as the router would hold it.
+// yfw load: native configuration and operational data as the router would hold them.
 #include "command.h"
 
 namespace yfw::tool {
 
 void add_load(CLI::App &app, const Globals &globals, int *) {
     auto files = std::make_shared<std::vector<std::string>>();
-    CLI::App *command = app.add_subcommand("load", "Store native configuration, in the place of what is stored");
+    CLI::App *command =
+        app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
     command->callback([&globals, files] {

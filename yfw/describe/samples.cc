@@ -55,6 +55,9 @@ void collect(const Node *parent, const SchemaNode *of, std::set<Effect> &all, st
 void collect_declared(const Node *node, std::set<std::string> &into) {
     for (const Node *below = node->first(); below != nullptr; below = below->next()) {
         const SchemaNode &schema = below->schema();
+        if (schema.is_key && !schema.config) {
+            continue; // of an operational model, on the way
+        }
         if (!schema.is_inner() || (schema.kind == NodeKind::container && below->first() == nullptr)) {
             into.insert(schema.path);
         } else {

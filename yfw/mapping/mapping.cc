@@ -80,6 +80,13 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
     for (const SchemaNode *above = node; above != nullptr && !reaches_[above->id]; above = above->parent) {
         reaches_[above->id] = true;
     }
+    for (const SchemaNode *above = node; node->config && above != nullptr && !reaches_config_[above->id];
+         above = above->parent) {
+        reaches_config_[above->id] = true;
+    }
+    if (!node->config && binding->target != nullptr && !binding->target->config) {
+        state_sources_[binding->target->id] = node;
+    }
     bindings_.push_back(std::move(binding));
 }
 
@@ -105,7 +112,9 @@ Mapping::Mapping(MappingDescription description, const Schema &schema, const Plu
       by_node_(schema.size(), nullptr),
       when_(schema.size(), nullptr),
       when_below_(schema.size(), false),
-      reaches_(schema.size(), false) {
+      reaches_(schema.size(), false),
+      reaches_config_(schema.size(), false),
+      state_sources_(schema.size(), nullptr) {
     std::vector<std::string> problems;
     std::set<std::string, std::less<>> named;
     for (const MappingEntry &entry : description_.entries) {

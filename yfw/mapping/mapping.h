@@ -61,6 +61,10 @@ class Mapping {
     [[nodiscard]] bool has_when_below(const SchemaNode &node) const { return when_below_[node.id]; }
     // Whether the node or any below it is served.
     [[nodiscard]] bool reaches(const SchemaNode &node) const { return reaches_[node.id]; }
+    // The same of configuration alone.
+    [[nodiscard]] bool reaches_config(const SchemaNode &node) const { return reaches_config_[node.id]; }
+    // The node of an operational model that a state node takes its value from; null when there is none.
+    [[nodiscard]] const SchemaNode *state_source(const SchemaNode &node) const { return state_sources_[node.id]; }
     [[nodiscard]] const MappingDescription &description() const { return description_; }
     [[nodiscard]] const Schema &schema() const { return schema_; }
 
@@ -75,6 +79,8 @@ class Mapping {
     std::vector<WhenHandler> when_;
     std::vector<bool> when_below_;
     std::vector<bool> reaches_;
+    std::vector<bool> reaches_config_;
+    std::vector<const SchemaNode *> state_sources_;
 };
 
 } // namespace yfw

@@ -1,5 +1,8 @@
 #include "read/cut.h"
 
+#include "request/addresses.h"
+
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -29,6 +32,10 @@ bool same_key(const SchemaNode &list, std::size_t key, const char *a, const char
     if (std::strcmp(a, b) == 0) {
         return true;
     }
+    if (list.keys[key]->type == BaseType::union_) {
+        const auto address = canonical_ipv6(a);
+        return address && address == canonical_ipv6(b);
+    }
     // The default network instance goes by two names.
     const bool names = list.name == "network-instance" && list.keys[key]->name == "name";
     return names && ((std::strcmp(a, "DEFAULT") == 0 && std::strcmp(b, "default") == 0) ||
@@ -47,11 +54,16 @@ bool entry_matches(const Node *entry, const Node *filter) {
     return true;
 }
 
-// The filter's node that covers the data's, or null.
-const Node *covering(const Node *node, const Node *filter) {
+using Filters = std::vector<const Node *>; // nodes that cover one node of the data, all of them
+
+// Adds the nodes of a filter that cover the data's.
+void add_covering(const Node *node, const Node *filter, Filters &covering) {
     const SchemaNode &schema = node->schema();
     if (!schema.repeats()) {
-        return child(filter, schema);
+        if (const Node *same = child(filter, schema); same != nullptr) {
+            covering.push_back(same);
+        }
+        return;
     }
     const Entries *all = entries(filter, schema);
     for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
@@ -59,10 +71,9 @@ const Node *covering(const Node *node, const Node *filter) {
                                  ? entry_matches(node, entry)
                                  : entry->value == nullptr || std::strcmp(entry->value, node->value) == 0;
         if (matches) {
-            return entry;
+            covering.push_back(entry);
         }
     }
-    return nullptr;
 }
 
 bool covers_all(const Node *filter) {
@@ -74,12 +85,41 @@ bool covers_all(const Node *filter) {
     return true;
 }
 
+bool any_covers_all(const Filters &filters) {
+    return std::any_of(filters.begin(), filters.end(), covers_all);
+}
+
+void cut_below(Node *data, const Filters &filters) {
+    std::vector<Node *> surplus;
+    Filters covering;
+    for (Node *node = data->first(); node != nullptr; node = node->next()) {
+        covering.clear();
+        for (const Node *filter : filters) {
+            add_covering(node, filter, covering);
+        }
+        if (covering.empty() && !node->schema().is_key) {
+            surplus.push_back(node);
+        } else if (!covering.empty() && node->schema().is_inner() && !any_covers_all(covering)) {
+            cut_below(node, covering);
+            if (covers_all(node)) {
+                surplus.push_back(node); // only the way to what is not there
+            }
+        }
+    }
+    for (Node *node : surplus) {
+        release_name_spaces(node);
+        unlink(node);
+    }
+}
+
 } // namespace
 
 void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool state) {
     if (node->schema().kind == NodeKind::list) {
         for (const SchemaNode *key : node->schema().keys) {
-            repeat_key(request, mapping, node, *key, "config", false);
+            if ((node->flags & state_only) == 0) {
+                repeat_key(request, mapping, node, *key, "config", false);
+            }
             if (state) {
                 repeat_key(request, mapping, node, *key, "state", true);
             }
@@ -93,25 +133,7 @@ void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool stat
 }
 
 void cut(Node *data, const Node *filter) {
-    if (covers_all(filter) && data->up() != nullptr) {
-        return;
-    }
-    std::vector<Node *> surplus;
-    for (Node *node = data->first(); node != nullptr; node = node->next()) {
-        const Node *wanted = covering(node, filter);
-        if (wanted == nullptr && !node->schema().is_key) {
-            surplus.push_back(node);
-        } else if (wanted != nullptr && node->schema().is_inner()) {
-            cut(node, wanted);
-            if (!covers_all(wanted) && covers_all(node)) {
-                surplus.push_back(node); // only the way to what is not there
-            }
-        }
-    }
-    for (Node *node : surplus) {
-        release_name_spaces(node);
-        unlink(node);
-    }
+    cut_below(data, {filter});
 }
 
 } // namespace yfw

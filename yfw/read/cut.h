@@ -6,8 +6,8 @@
 
 namespace yfw {
 
-// Fills the leaves that the mapping serves as repeats of a key, in the entries of a result; with state their state
-// copies.
+// Fills the leaves that the mapping serves as repeats of a key, in the entries of a result that are configured; with
+// state their state copies, in all.
 void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool state);
 
 // Takes out of the data what the filter does not cover. A filter node without children but keys covers all below it.

@@ -1,6 +1,7 @@
 // Queries by instance path, relative to a node: "/global/config/as", "/bgp/instance[instance-name=core]/".
 #pragma once
 
+#include "request/addresses.h"
 #include "tree.h"
 
 namespace yfw {
@@ -10,6 +11,11 @@ Node *find_instance(Node *base, std::string_view expression);
 
 // The node, its missing levels and keys added; null when the models have no such path.
 Node *ensure_instance(Arena &arena, Node *base, std::string_view expression);
+
+// The same for an entry that state and configuration meet in: an IPv6 address as a key means the entry of that address
+// however it is written. Null, too, when keys are missing or are identities that the models lack.
+Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_view expression,
+                    AddressBook &addresses);
 
 // The node of a schema node below a root or one of its nodes, by current entries; null when a level is missing.
 const Node *existing_node(const Node *base, const SchemaNode &wanted);

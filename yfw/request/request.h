@@ -3,6 +3,7 @@
 
 #include "arena.h"
 #include "platform/log.h"
+#include "request/addresses.h"
 #include "tree.h"
 #include "yfw_map.h"
 
@@ -55,6 +56,8 @@ class Request : public yfw_map_context {
 
     // Nodes of the source that a callback took out of the output and did not put back.
     std::vector<const Node *> withdrawn;
+
+    AddressBook addresses; // of the destination's entries
 
     yfw_req_ctx &fields() { return fields_; }
     Log *log() { return log_; }

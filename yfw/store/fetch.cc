@@ -3,6 +3,8 @@
 #include "store.h"
 
 #include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace yfw {
 
@@ -55,8 +57,20 @@ class Fetch {
         std::string_view bytes;
     };
 
+    // What is wanted of an entry, or of the root: made once, for a list entry without keys stands for many.
+    enum class Choice : std::uint8_t { open, no, yes };
+    struct Plan {
+        std::unordered_set<const SchemaNode *> itself; // containers on the way, of which there may be an item
+        std::unordered_set<const SchemaNode *> whole;  // all in it
+        std::vector<const SchemaNode *> lists;         // that are wanted whole
+        std::vector<const Node *> entries;
+        std::vector<Choice> takes; // of the items seen so far, by the number of their schema node
+    };
+    Plan &plan_of(const Node *wanted);
+    void add_to_plan(Plan &plan, const Node *wanted);
+    static bool takes(Plan &plan, const SchemaNode &item);
+
     void fetch_children(const Node *wanted, const Level &level);
-    void fetch_lists(const SchemaNode &container, const Level &level);
     void fetch_entries(const Node *wanted, const Level &level);
     void fetch_entry(const Node *wanted, const Level &level);
 
@@ -72,34 +86,59 @@ class Fetch {
     Arena &arena_;
     std::string key_; // of the level at work
     std::vector<std::pair<const SchemaNode *, std::string_view>> items_;
-    std::vector<const SchemaNode *> lists_;
+    std::unordered_map<const Node *, Plan> plans_; // whose places stay
 };
 
-void Fetch::fetch_children(const Node *wanted, const Level &level) {
+void Fetch::add_to_plan(Plan &plan, const Node *wanted) {
     for (const Node *node = wanted->first(); node != nullptr; node = node->next()) {
         const SchemaNode &schema = node->schema();
         if (schema.kind == NodeKind::list) {
-            fetch_entries(node, level);
+            plan.entries.push_back(node);
         } else if (schema.kind == NodeKind::container && node->first() != nullptr) {
-            add_items(level, [&schema](const SchemaNode &item) { return &item == &schema; });
-            fetch_children(node, level);
+            plan.itself.insert(&schema);
+            add_to_plan(plan, node);
         } else if (!schema.is_key) {
-            add_items(level, [&schema](const SchemaNode &item) { return lies_in(item, schema); });
-            fetch_lists(schema, level);
+            plan.whole.insert(&schema);
+            collect_lists(schema, plan.lists);
         }
     }
 }
 
-// The whole of the lists within a container.
-void Fetch::fetch_lists(const SchemaNode &container, const Level &level) {
-    lists_.clear();
-    collect_lists(container, lists_);
-    for (const SchemaNode *list : lists_) {
+Fetch::Plan &Fetch::plan_of(const Node *wanted) {
+    const auto [place, is_new] = plans_.try_emplace(wanted);
+    if (is_new) {
+        add_to_plan(place->second, wanted);
+    }
+    return place->second;
+}
+
+bool Fetch::takes(Plan &plan, const SchemaNode &item) {
+    if (item.id >= plan.takes.size()) {
+        plan.takes.resize(item.id + 1, Choice::open);
+    }
+    Choice &choice = plan.takes[item.id];
+    if (choice == Choice::open) {
+        const SchemaNode *schema = &item;
+        while (schema != nullptr && !plan.whole.contains(schema)) {
+            schema = schema->kind == NodeKind::list ? nullptr : schema->parent;
+        }
+        choice = schema != nullptr || plan.itself.contains(&item) ? Choice::yes : Choice::no;
+    }
+    return choice == Choice::yes;
+}
+
+void Fetch::fetch_children(const Node *wanted, const Level &level) {
+    Plan &plan = plan_of(wanted);
+    add_items(level, [&plan](const SchemaNode &item) { return takes(plan, item); });
+    for (const SchemaNode *list : plan.lists) {
         if (const Number number = transaction_.number(*list); number != 0) {
             std::string prefix = key_;
             append_number(prefix, number);
             add_records(prefix, level);
         }
+    }
+    for (const Node *entry : plan.entries) {
+        fetch_entries(entry, level);
     }
 }
 

@@ -77,6 +77,18 @@ class Walker {
         }
     }
 
+    // Configuration comes before state: what state there is of an entry joins the one that is configured.
+    void visit_top(Node *root) {
+        for (const bool config : {true, false}) {
+            for (const SchemaNode *top : root->schema().children) {
+                Node *node = top->config == config ? first_of(root, *top) : nullptr;
+                if (node != nullptr) {
+                    visit(node);
+                }
+            }
+        }
+    }
+
     WalkResult take_result() { return std::move(result_); }
 
   private:
@@ -87,6 +99,7 @@ class Walker {
     Outcome serve(Node *node);
     Outcome outcome_of(const Node *node, const Binding &binding, cerrno code, const Request::Counts &before);
     bool left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before);
+    void ask_for_state(const Node &node, const Binding &binding);
     cerrno call(Node *node, const Binding &binding);
     bool in_vrf();
     bool condition_holds(const Node *node, WhenHandler handler);
@@ -115,9 +128,12 @@ void Walker::visit(Node *node) {
     if (const WhenHandler when = mapping_.when(schema); when != nullptr && !condition_holds(node, when)) {
         return;
     }
-    if (!mapping_.reaches(schema)) {
-        // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
-        if (!schema.is_key) {
+    // Where only state is served, there is nothing to edit.
+    if (!mapping_.reaches(schema) || (!request_.is_read() && schema.config && !mapping_.reaches_config(schema))) {
+        // The key leaves of an entry are its own; whether anything serves them is asked of the entry. An empty
+        // container says nothing.
+        const bool hollow = schema.kind == NodeKind::container && !schema.presence && node->first() == nullptr;
+        if (!schema.is_key && (!hollow || node->op_is_set())) {
             report(node, {});
             hold_conditions_below(node);
         }
@@ -183,6 +199,22 @@ void Walker::report(const Node *node, const std::string &note) {
     }
 }
 
+// State is no client's to set. A path selection is asked all the same: the plug-in itself says no.
+bool refuses_state_edit(const Binding &binding) {
+    const Service served = binding.entry->served;
+    return served == Service::callback || served == Service::companion || served == Service::copy ||
+           served == Service::convert || served == Service::convert_to;
+}
+
+// Of state that is served as the configuration is, the operational models are asked, too.
+void Walker::ask_for_state(const Node &node, const Binding &binding) {
+    const SchemaNode *source = binding.target == nullptr ? mapping_.state_source(node.schema()) : nullptr;
+    if (source != nullptr) {
+        yfw_map_datatree_add_path_flagged(&request_, request_.destination(), source->path.c_str(), nullptr, nullptr,
+                                          nullptr, nullptr, 0, 0);
+    }
+}
+
 Outcome Walker::serve(Node *node) {
     const Binding *binding = mapping_.find(node->schema());
     if (binding == nullptr) {
@@ -195,11 +227,15 @@ Outcome Walker::serve(Node *node) {
         report(node, {});
         return Outcome::skipped;
     }
-    const Service served = binding->entry->served;
-    if (!request_.is_read() && !node->schema().config &&
-        (served == Service::callback || served == Service::companion)) {
+    if (!request_.is_read() && !node->schema().config && refuses_state_edit(*binding)) {
+        if (node->schema().is_inner()) {
+            return Outcome::structure; // what the client names in it is reported
+        }
         report(node, "state cannot be edited");
         return Outcome::skipped;
+    }
+    if (request_.fields().kind->kind == YFW_KIND_READ_STATE) {
+        ask_for_state(*node, *binding);
     }
     const Request::Counts before = request_.counts;
     request_.error_path.clear();
@@ -264,9 +300,13 @@ cerrno Walker::call(Node *node, const Binding &binding) {
         return call_toplevel(node, binding);
     case Service::protocol_list:
     case Service::protocol: {
+        char any[] = ""; // a read of every network instance is not one of the default one
         char *network_instance = nullptr;
         char *protocol = nullptr;
         yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &network_instance);
+        if (network_instance == nullptr && request_.is_read()) {
+            network_instance = any;
+        }
         yfw_map_get_node_info(&request_, "/network-instances/network-instance/protocols/protocol", "name", &protocol);
         return reinterpret_cast<ProtocolCallback>(binding.function)(&request_, node, destination, network_instance,
                                                                     protocol);
@@ -392,7 +432,7 @@ void Walker::expand_edit(Node *node, std::uint32_t operation) {
     const std::uint32_t absent = deletes ? operation : std::uint32_t{YFW_OP_REMOVE};
     const bool adds = deletes || operation == YFW_OP_REPLACE;
     for (const SchemaNode *below : node->schema().children) {
-        if (!mapping_.reaches(*below) || below->is_key || !below->config) {
+        if (!mapping_.reaches_config(*below) || below->is_key || !below->config) {
             continue;
         }
         for (Node *present = first_of(node, *below); present != nullptr; present = next_of(present)) {
@@ -440,7 +480,7 @@ void Walker::expand_list(Node *node, const SchemaNode &list, std::uint32_t opera
 bool expand_below(Request &request, const Mapping &mapping, Node *node, bool state) {
     bool any = false;
     for (const SchemaNode *below : node->schema().children) {
-        if (!mapping.reaches(*below) || (!below->config && !state)) {
+        if (!(state ? mapping.reaches(*below) : below->config && mapping.reaches_config(*below))) {
             continue;
         }
         any = true;
@@ -469,7 +509,7 @@ void expand_leaves(Request &request, const Mapping &mapping, Node *node, bool st
 
 WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing, const StoredNative &stored) {
     Walker walker(request, mapping, existing, stored);
-    walker.visit_children(request.source());
+    walker.visit_top(request.source());
     return walker.take_result();
 }
 

@@ -1,0 +1,148 @@
+#include "read/state.h"
+
+#include "request/addresses.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <vector>
+
+namespace yfw {
+
+namespace {
+
+bool holds_list(const SchemaNode &schema) {
+    return std::any_of(schema.children.begin(), schema.children.end(), [](const SchemaNode *below) {
+        return below->kind == NodeKind::list || (below->kind == NodeKind::container && holds_list(*below));
+    });
+}
+
+bool is_bare(const Node *node) {
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (!below->schema().is_key) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void narrow(Node *node) {
+    std::vector<Node *> below;
+    for (Node *child = node->first(); child != nullptr; child = child->next()) {
+        if (child->schema().is_inner()) {
+            below.push_back(child);
+        }
+    }
+    for (Node *child : below) {
+        narrow(child);
+        const SchemaNode &schema = child->schema();
+        if (is_bare(child) && (schema.kind == NodeKind::list || holds_list(schema))) {
+            unlink(child);
+        }
+    }
+}
+
+void copy_below(Arena &arena, const Node *from, Node *into) {
+    for (const Node *node = from->first(); node != nullptr; node = node->next()) {
+        const SchemaNode &schema = node->schema();
+        if (schema.is_key) {
+            continue;
+        }
+        Node *copy =
+            schema.kind == NodeKind::list ? open_entry(arena, into, schema) : ensure_child(arena, into, schema);
+        for (std::size_t key = 0; schema.kind == NodeKind::list && key < schema.keys.size(); ++key) {
+            if (const char *value = key_value(node, key); value != nullptr) {
+                set_value(arena, ensure_child(arena, copy, *schema.keys[key]), value);
+            }
+        }
+        if (schema.is_inner()) {
+            copy_below(arena, node, copy);
+        }
+    }
+}
+
+void name_twice(Arena &arena, Node *instances, const SchemaNode &list) {
+    std::vector<std::pair<const Node *, const char *>> missing;
+    const Entries *all = entries(instances, list);
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+        const char *name = key_value(entry, 0);
+        if (name != nullptr && std::strcmp(name, "default") == 0) {
+            missing.emplace_back(entry, "DEFAULT");
+        } else if (name != nullptr && std::strcmp(name, "DEFAULT") == 0) {
+            missing.emplace_back(entry, "default");
+        }
+    }
+    for (const auto &[entry, name] : missing) {
+        Node *twin = open_entry(arena, instances, list);
+        set_value(arena, ensure_child(arena, twin, *list.keys[0]), name);
+        copy_below(arena, entry, complete_entry(arena, twin));
+    }
+}
+
+void write_keys_alike(Arena &arena, Node *node, const Node *&clash) {
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        const SchemaNode &schema = below->schema();
+        const bool addressed = schema.kind == NodeKind::list && schema.keys.size() == 1 &&
+                               schema.keys[0]->type == BaseType::union_ && key_value(below, 0) != nullptr;
+        const auto canonical = addressed ? canonical_ipv6(key_value(below, 0)) : std::nullopt;
+        if (canonical && *canonical != key_value(below, 0)) {
+            const std::array<std::string_view, 1> keys{*canonical};
+            if (find_entry(below->up(), schema, keys) != nullptr) {
+                clash = below;
+            } else {
+                rekey_entry(arena, below, keys);
+            }
+        }
+        if (schema.is_inner()) {
+            write_keys_alike(arena, below, clash);
+        }
+    }
+}
+
+} // namespace
+
+const Node *write_addresses_alike(Arena &arena, const Schema &schema, Node *tree,
+                                  std::span<const std::string_view> roots) {
+    const Node *clash = nullptr;
+    for (const std::string_view path : roots) {
+        const SchemaNode *found = schema.find(path);
+        Node *root = found == nullptr ? nullptr : child(tree, *found);
+        if (root != nullptr) {
+            write_keys_alike(arena, root, clash);
+        }
+    }
+    return clash;
+}
+
+bool reaches_state(const Mapping &mapping, const SchemaNode &schema) {
+    return mapping.reaches(schema) &&
+           (!schema.config || std::any_of(schema.children.begin(), schema.children.end(),
+                                          [&](const SchemaNode *below) { return reaches_state(mapping, *below); }));
+}
+
+void narrow_operational(Request &request, std::span<const std::string_view> roots) {
+    for (const std::string_view path : roots) {
+        const SchemaNode *schema = request.schema().find(path);
+        Node *root = schema == nullptr ? nullptr : child(request.destination(), *schema);
+        if (root != nullptr) {
+            narrow(root);
+            if (root->first() == nullptr) {
+                unlink(root);
+            }
+        }
+    }
+}
+
+void name_default_twice(Request &request, std::span<const std::string_view> roots) {
+    for (const std::string_view path : roots) {
+        const SchemaNode *schema = request.schema().find(path);
+        Node *root = schema == nullptr ? nullptr : child(request.destination(), *schema);
+        Node *instances = root == nullptr ? nullptr : child(root, "network-instances");
+        const SchemaNode *list = instances == nullptr ? nullptr : instances->schema().child("network-instance");
+        if (list != nullptr) {
+            name_twice(request.arena(), instances, *list);
+        }
+    }
+}
+
+} // namespace yfw
