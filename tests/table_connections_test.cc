@@ -343,6 +343,12 @@ TEST(TableConnections, OperationsAreTheRedistributionsAlone) {
         whole.edit(item("DIRECTLY_CONNECTED", metric + ',' + policy), as);
         EXPECT_EQ(whole.edit(row.request), row.expected);
     }
+    // A connection without settings is there to be seen, and so to be deleted with the others.
+    for (const char *source : {"STATIC", "OSPF", "ISIS"}) {
+        Whole whole;
+        whole.edit(item(source, ""), as);
+        EXPECT_EQ(whole.edit(R"({"@":{"ietf-netconf:operation":"delete"}})"), running + enabled) << source;
+    }
 }
 
 } // namespace

@@ -204,6 +204,16 @@ cerrno without_deleted_leaves(CompanionCall &call) {
     return code;
 }
 
+// Without a setting the BGP mapping writes the outer container alone, which its read does not take for a
+// redistribution.
+cerrno add_settings(const CompanionCall &call, const Redistribution &native) {
+    const std::string path = native.path({}) + std::string(native.source->leaves);
+    return native.source->leaves.empty()
+               ? cerrno{0}
+               : yfw_map_datatree_add_path_flagged(&call.request, call.request.destination(), path.c_str(), nullptr,
+                                                   nullptr, nullptr, nullptr, 0, 0);
+}
+
 // The instance and the family around a redistribution are shared: a create or replace is the redistribution's alone.
 cerrno set(CompanionCall &call, const Redistribution &native) {
     const std::uint32_t operation = call.node.operation;
@@ -215,7 +225,7 @@ cerrno set(CompanionCall &call, const Redistribution &native) {
     if (code == 0 && operation != YFW_OP_NONE && written != nullptr) {
         const_cast<Node *>(written)->set_operation(operation);
     }
-    return code;
+    return code == 0 ? add_settings(call, native) : code;
 }
 
 // The BGP mapping writes the family around what it deletes, so it is asked only when there is something.
