@@ -328,6 +328,8 @@ TEST_F(StateReads, AreCutToWhatIsAsked) {
              {{in_default + "/config/peer-as", in_default + "[neighbor-address=10.0.0.9]" + session},
               one + "/config/peer-as=65001\n" + nine_state},
              {{of_blue + "/route-distinguisher"}, rd},
+             {{"[name=DEFAULT]/state"}, "[name=DEFAULT]/state/name=DEFAULT\n"},
+             {{"[name=DEFAULT]/config"}, "[name=DEFAULT]/config/name=DEFAULT\n"},
              {{"/protocols/protocol/bgp/global/state/router-id"},
               "[name=DEFAULT]+/bgp/global/state/router-id=1.1.1.1\n[name=blue]+/bgp/global/state/router-id=1.1.1.1\n"},
              {{"[name=blue]/protocols/protocol/bgp/global/state/as"}, "[name=blue]+/bgp/global/state/as=65000\n"},

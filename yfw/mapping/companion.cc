@@ -39,7 +39,11 @@ cerrno map_network_instance(CompanionCall &call) {
         // Every VRF that BGP is configured in, whatever else of it is asked for.
         add_native(request, "/bgp/instance/instance-as/four-byte-as/vrfs/vrf/vrf-name", nullptr, nullptr, 0);
     } else if (is_default_network_instance(name)) {
-        return 0;
+        // Its own leaves need to be told that it is there: nothing else of it may have been asked for.
+        const bool asked =
+            request.is_read() && (child(&entry, "config") != nullptr || child(&entry, "state") != nullptr);
+        return asked ? add_native(request, "/bgp/instance/instance-as/four-byte-as/bgp-running", nullptr, nullptr, 0)
+                     : cerrno{0};
     }
     const Node *source = request.is_read() ? nullptr : &entry;
     const cerrno status = add_native(request, "/vrfs/vrf", nullptr, source, 1);
