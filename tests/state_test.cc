@@ -314,6 +314,10 @@ TEST_F(StateReads, JoinStateToConfiguration) {
                   "/state/neighbor-address=2001:DB8::1\n" +
                   "note /neighbors-afi-safi[afi-safi-name=IPV4_MULTICAST]: a key is missing, or is an identity that "
                   "the model lacks\n");
+    // A network instance that is not configured has no configuration to show.
+    load(R"({"ocni-bgp":{"network-instances":{"network-instance":[{"name":"red","state":{"route-distinguisher":)"
+         R"("1:1"}}]}}})");
+    EXPECT_EQ(read({"[name=red]"}), "[name=red]/state/route-distinguisher=1:1\n[name=red]/state/name=red\n");
 }
 
 TEST_F(StateReads, AreCutToWhatIsAsked) {

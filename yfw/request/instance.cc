@@ -184,9 +184,20 @@ Node *ensure_steps(Arena &arena, Node *base, std::string_view expression, Add ad
 } // namespace
 
 Node *ensure_instance(Arena &arena, Node *base, std::string_view expression) {
-    return ensure_steps(arena, base, expression, [&arena](Node *parent, const SchemaNode &list, const Step &step) {
-        return add_entry(arena, parent, list, step);
+    std::vector<Node *> added;
+    Node *node = ensure_steps(arena, base, expression, [&](Node *parent, const SchemaNode &list, const Step &step) {
+        Node *entry = add_entry(arena, parent, list, step);
+        if (entry != nullptr) {
+            added.push_back(entry);
+        }
+        return entry;
     });
+    if (node != nullptr && !node->schema().config) {
+        for (Node *entry : added) {
+            entry->flags |= state_only;
+        }
+    }
+    return node;
 }
 
 Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_view expression,

@@ -9,7 +9,8 @@ namespace yfw {
 // The node, or null. A list level without keys means the current entry.
 Node *find_instance(Node *base, std::string_view expression);
 
-// The node, its missing levels and keys added; null when the models have no such path.
+// The node, its missing levels and keys added; null when the models have no such path. Entries that are added on the
+// way to a node of state are marked as state_only.
 Node *ensure_instance(Arena &arena, Node *base, std::string_view expression);
 
 // The same for an entry that state and configuration meet in: an IPv6 address as a key means the entry of that address
