@@ -92,7 +92,7 @@ const std::vector<std::string> &Generator::legal(const SchemaNode &leaf) {
 }
 
 std::string Generator::value(const SchemaNode &leaf, Bytes &bytes) {
-    if (bytes.one_in(8)) {
+    if (bytes.one_in(32)) {
         const std::size_t odd = bytes.below(odd_values.size() + 1);
         return odd < odd_values.size() ? odd_values[odd] : printable(bytes.text(40));
     }
@@ -134,12 +134,25 @@ Generator::Item &Generator::descend(Item &root, const SchemaNode &node, Bytes &b
             item = same->get();
             continue;
         }
+        const Item *above = item;
         item = item->children.emplace_back(std::make_unique<Item>()).get();
         item->schema = &schema;
+        item->above = above;
         item->keys = std::move(entry);
         item->keys_last = schema.kind == NodeKind::list && bytes.one_in(16);
     }
     return *item;
+}
+
+// The key of the entry around that a leaf of a "config" repeats, or null.
+const std::string *Generator::repeated_key(const Item &leaf) {
+    const Item *entry = leaf.above->above;
+    for (std::size_t key = 0; entry != nullptr && key < entry->keys.size(); ++key) {
+        if (entry->schema->keys[key]->name == leaf.schema->name) {
+            return &entry->keys[key];
+        }
+    }
+    return nullptr;
 }
 
 std::string Generator::document(Bytes &bytes, std::size_t most, bool with_operations) {
@@ -147,7 +160,8 @@ std::string Generator::document(Bytes &bytes, std::size_t most, bool with_operat
     for (std::size_t left = 1 + bytes.below(most); left > 0; --left) {
         Item *item = &descend(root, *nodes_.at(bytes.below(nodes_.size())), bytes);
         if (!item->schema->is_inner()) {
-            item->value = value(*item->schema, bytes);
+            const std::string *key = repeated_key(*item);
+            item->value = key != nullptr && !bytes.one_in(16) ? *key : value(*item->schema, bytes);
         }
         if (with_operations && bytes.one_in(4)) {
             item->operation = operations.at(bytes.below(operations.size()));

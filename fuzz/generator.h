@@ -28,12 +28,14 @@ class Generator {
         std::string value;
         std::string operation;
         bool keys_last = false;
+        const Item *above = nullptr;
         std::vector<std::unique_ptr<Item>> children;
     };
 
     Item &descend(Item &root, const SchemaNode &node, Bytes &bytes);
     std::vector<std::string> keys(const SchemaNode &list, Bytes &bytes);
     std::string value(const SchemaNode &leaf, Bytes &bytes);
+    static const std::string *repeated_key(const Item &leaf);
     const std::vector<std::string> &legal(const SchemaNode &leaf);
     static void write(const Item &item, std::string &text);
     static void write_keys(const Item &item, std::string &text);
