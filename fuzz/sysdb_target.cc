@@ -16,12 +16,16 @@ namespace {
 
 using yfw::fuzz::Bytes;
 
-Bytes *answers = nullptr; // of the input that is being played; null: there is no data
+Bytes *answers = nullptr;                   // of the input that is being played; null: there is no data
+Bytes all_answers(nullptr, std::size_t{0}); // they begin anew when they have run out
 
 // An answer's status: mostly that there is one.
 cerrno status() {
-    if (answers == nullptr || answers->empty()) {
+    if (answers == nullptr || all_answers.empty()) {
         return OCBGP_SYSDB_NO_DATA;
+    }
+    if (answers->empty()) {
+        *answers = all_answers;
     }
     constexpr std::array<cerrno, 4> others{OCBGP_SYSDB_NO_DATA, SYSDB_ERR_STORE, YFW_ERR_NO_MEMORY, 1};
     return answers->one_in(4) ? others.at(answers->below(others.size())) : 0;
@@ -109,6 +113,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static yfw::fuzz::Session session;
     Bytes bytes(data, size);
     Bytes behind = bytes.split();
+    all_answers = behind;
     answers = &behind;
     session.play(bytes);
     answers = nullptr;

@@ -84,6 +84,12 @@ void *operator new(std::size_t size) {
 void *operator new[](std::size_t size) {
     return operator new(size);
 }
+#ifndef NDEBUG
+// simdjson is all that asks this way, and in a debug build it does not look whether it got the memory for its checks.
+void *operator new[](std::size_t size, const std::nothrow_t &) noexcept {
+    return std::malloc(size == 0 ? 1 : size);
+}
+#endif
 void operator delete(void *memory) noexcept {
     std::free(memory);
 }
