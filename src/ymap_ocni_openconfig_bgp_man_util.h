@@ -294,6 +294,18 @@ YMAP_EXPORT cerrno vn_bgp_nbr_asafi_prepare_sysdb_path(yfw_map_ctx ctx, const ch
 // Lists them ("0x0/"); the list is the caller's.
 YMAP_EXPORT cerrno vn_bgp_get_nbr_asafi_list(yfw_map_ctx ctx, const char *name, int group, const char *mode,
                                              sysdb_list_t **list);
+// Whether a family below the families' path has a route-reflector client, and with which value (0 or 1).
+bool ymap_has_rr_client(const char *families, const char *family, uint32_t *value);
+
+// A family's item of private-AS removal or replacement.
+struct ymap_private_as {
+    bool exists;
+    bool unpacks;
+    bool configured; // in force: the first number is not 0, nor is the second of a removal
+    int32_t number[3];
+};
+ymap_private_as ymap_read_private_as(const char *families, const char *family, int setting);
+
 // Sets the flags of the settings that the family has in an OpenConfig request's neighbour. A null family: none.
 YMAP_EXPORT cerrno vn_bgp_nbr_asafiX_have_cfg(yfw_map_ctx ctx, const char *name, int group, const char *family,
                                               int *rr_client, int *remove, int *replace);

@@ -6,25 +6,25 @@
 
 YMAP_EXPORT cerrno oc_bgp_gbl_bestpath_med(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_empty_leaf med{VN_GLOBAL("/best-path-med-always"), false};
+    static constexpr oc_empty_leaf med{VN_GLOBAL("/best-path-med-always"), "Input can not be empty"};
     return oc_map_empty_leaf(frame, src, dst, med);
 }
 
 YMAP_EXPORT cerrno oc_bgp_gbl_bestpath_aslen(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_empty_leaf length{VN_GLOBAL("/best-path-as-path-length"), false};
+    static constexpr oc_empty_leaf length{VN_GLOBAL("/best-path-as-path-length"), "Input can not be empty"};
     return oc_map_empty_leaf(frame, src, dst, length);
 }
 
 YMAP_EXPORT cerrno oc_bgp_gbl_bestpath_rtrid(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_empty_leaf router_id{VN_GLOBAL("/best-path-router-id"), false};
+    static constexpr oc_empty_leaf router_id{VN_GLOBAL("/best-path-router-id"), "Input can not be empty"};
     return oc_map_empty_leaf(frame, src, dst, router_id);
 }
 
 YMAP_EXPORT cerrno oc_bgp_gbl_gr_enabled(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_empty_leaf restart{VN_GLOBAL_DEFAULT_ONLY("/graceful-restart"), true};
+    static constexpr oc_empty_leaf restart{VN_GLOBAL_DEFAULT_ONLY("/graceful-restart"), nullptr};
     return oc_map_empty_leaf(frame, src, dst, restart);
 }
 
@@ -43,7 +43,7 @@ YMAP_EXPORT cerrno oc_bgp_gbl_afisafi_afname(yfw_map_ctx ctx, const cidl_yfw_dat
 
 YMAP_EXPORT cerrno oc_bgp_gbl_afisafi_enable(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_empty_leaf enable{VN_GLOBAL_AF("/enable"), false};
+    static constexpr oc_empty_leaf enable{VN_GLOBAL_AF("/enable"), "Input can not be empty"};
     return oc_map_empty_leaf(frame, src, dst, enable);
 }
 

@@ -66,14 +66,14 @@ YMAP_EXPORT cerrno oc_bgp_nbr_parent(yfw_map_ctx ctx, const cidl_yfw_datatree *s
 YMAP_EXPORT cerrno oc_bgp_nbr_peer_as(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
     static constexpr oc_as_leaf peer{VN_NEIGHBOR("/remote-as"), VN_NEIGHBOR("/remote-as/as-xx"),
-                                     VN_NEIGHBOR("/remote-as/as-yy")};
+                                     VN_NEIGHBOR("/remote-as/as-yy"), false};
     return oc_map_as(frame, src, dst, peer);
 }
 
 YMAP_EXPORT cerrno oc_bgp_nbr_local_as(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
     static constexpr oc_as_leaf local{VN_NEIGHBOR("/local-as"), VN_NEIGHBOR("/local-as/as-xx"),
-                                      VN_NEIGHBOR("/local-as/as-yy")};
+                                      VN_NEIGHBOR("/local-as/as-yy"), false};
     return oc_map_as(frame, src, dst, local);
 }
 
@@ -102,9 +102,9 @@ YMAP_EXPORT cerrno oc_bgp_nbr_timers_cfg_keepalive_interval(yfw_map_ctx ctx, con
 YMAP_EXPORT cerrno oc_bgp_nbr_timers_cfg_minimum_adv_interval(yfw_map_ctx ctx, const cidl_yfw_datatree *src,
                                                               cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr oc_interval_leaf interval{VN_NEIGHBOR("/advertisement-interval"),
-                                               VN_NEIGHBOR("/advertisement-interval/minimum-interval"),
-                                               VN_NEIGHBOR("/advertisement-interval/minimum-interval-msecs"), "0"};
+    static constexpr oc_interval_leaf interval{
+        VN_NEIGHBOR("/advertisement-interval"), VN_NEIGHBOR("/advertisement-interval/minimum-interval"),
+        VN_NEIGHBOR("/advertisement-interval/minimum-interval-msecs"), "0", "Input is wrong"};
     return oc_map_interval(frame, src, dst, interval);
 }
 
@@ -142,7 +142,7 @@ YMAP_EXPORT cerrno oc_bgp_nbr_ebgp_multihop(yfw_map_ctx ctx, const cidl_yfw_data
     YMAP_FRAME(ctx);
     static constexpr oc_multihop multihop{OC_NEIGHBOR "/ebgp-multihop/config", VN_NEIGHBOR("/ebgp-multihop"),
                                           VN_NEIGHBOR("/ebgp-multihop/max-hop-count"),
-                                          VN_NEIGHBOR("/ebgp-multihop/mpls-deactivation")};
+                                          VN_NEIGHBOR("/ebgp-multihop/mpls-deactivation"), false};
     return oc_map_multihop(frame, src, dst, multihop);
 }
 
@@ -159,7 +159,8 @@ YMAP_EXPORT cerrno oc_bgp_nbr_log_neighbor_state(yfw_map_ctx ctx, const cidl_yfw
     static constexpr oc_state_logging logging{VN_NEIGHBOR("/log-neighbor-state-change"),
                                               VN_NEIGHBOR("/log-neighbor-state-change/log-up-down-enable"),
                                               VN_NEIGHBOR("/log-neighbor-state-change/log-up-down-disable"),
-                                              VN_NEIGHBOR("/log-neighbor-state-change/log-up-down-inherit-disable")};
+                                              VN_NEIGHBOR("/log-neighbor-state-change/log-up-down-inherit-disable"),
+                                              {}};
     return oc_map_state_logging(frame, src, dst, logging);
 }
 

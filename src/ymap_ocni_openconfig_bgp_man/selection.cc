@@ -68,6 +68,23 @@ YMAP_EXPORT cerrno oc_bgp_nbr_gr_cfg_stale_routes_time(yfw_map_ctx ctx, int coun
     return select_leaf(frame, count, candidates);
 }
 
+YMAP_EXPORT cerrno oc_bgp_nbr_afi_safi(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_afi_safi_apply_policy_cfg_imp_policy(yfw_map_ctx ctx, int count,
+                                                                   xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
+YMAP_EXPORT cerrno oc_bgp_nbr_afi_safi_apply_policy_cfg_exp_policy(yfw_map_ctx ctx, int count,
+                                                                   xpath_list_type_t *candidates) {
+    YMAP_FRAME(ctx);
+    return select_leaf(frame, count, candidates);
+}
+
 // No test for state nodes here: meant so.
 YMAP_EXPORT cerrno oc_bgp_gbl_af_config(yfw_map_ctx ctx, int count, xpath_list_type_t *candidates) {
     YMAP_FRAME(ctx);

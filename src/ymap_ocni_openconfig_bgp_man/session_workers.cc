@@ -16,14 +16,16 @@ cerrno oc_map_as(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw
         return ymap_refuse_arguments(frame);
     }
     yfw_map_ctx ctx = frame.ctx;
-    if (ymap_is_read(ctx)) {
+    const bool is_read = ymap_is_read(ctx);
+    if (is_read && !record.reads_leaves) {
         return oc_declare(ctx, src, dst, record.container, 0);
     }
     if (oc_is_delete(ctx, src)) {
         return oc_add(ctx, dst, oc_form(ctx, record.container), nullptr, src, 0);
     }
-    oc_add(ctx, dst, oc_form(ctx, record.upper), "0", src, 0);
-    return oc_add(ctx, dst, oc_form(ctx, record.lower), src->value, src, 0);
+    const cidl_yfw_datatree *source = is_read ? nullptr : src;
+    oc_add(ctx, dst, oc_form(ctx, record.upper), "0", source, 0);
+    return oc_add(ctx, dst, oc_form(ctx, record.lower), src->value, source, 0);
 }
 
 cerrno oc_map_interval(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
@@ -32,7 +34,8 @@ cerrno oc_map_interval(const ymap_frame &frame, const cidl_yfw_datatree *src, ci
         return ymap_refuse_arguments(frame);
     }
     yfw_map_ctx ctx = frame.ctx;
-    if (ymap_is_read(ctx)) {
+    const bool is_read = ymap_is_read(ctx);
+    if (is_read && (record.seconds.read == by_vrf || src->value == nullptr)) {
         oc_declare(ctx, src, dst, record.seconds, 0);
         return oc_declare(ctx, src, dst, record.fraction, 0);
     }
@@ -40,13 +43,19 @@ cerrno oc_map_interval(const ymap_frame &frame, const cidl_yfw_datatree *src, ci
         return oc_add(ctx, dst, oc_form(ctx, record.container), nullptr, src, 0);
     }
     if (src->value == nullptr) {
-        YMAP_TRACE(frame, "Input is wrong");
+        if (record.refusal != nullptr) {
+            YMAP_TRACE(frame, "%s", record.refusal);
+        }
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
     }
     // Split in place, where the request's value stands.
     char *rest = nullptr;
     const char *seconds = strtok_r(src->value, ".", &rest);
     const char *fraction = strtok_r(nullptr, ".", &rest);
+    if (is_read) {
+        oc_add(ctx, dst, oc_form(ctx, record.seconds), seconds, nullptr, 0);
+        return oc_add(ctx, dst, oc_form(ctx, record.fraction), fraction, nullptr, 0);
+    }
     oc_add(ctx, dst, oc_form(ctx, record.seconds), seconds == nullptr ? "0" : seconds, src, 0);
     return oc_add(ctx, dst, oc_form(ctx, record.fraction), fraction == nullptr ? record.no_fraction : fraction, src, 0);
 }
@@ -83,7 +92,8 @@ cerrno oc_map_multihop(const ymap_frame &frame, const cidl_yfw_datatree *src, ci
     if (yfw_map_do_these_match(src->name, "multihop-ttl") != 0) {
         return 0; // the container's other leaf takes it along
     }
-    if (ymap_is_read(ctx)) {
+    const bool is_read = ymap_is_read(ctx);
+    if (is_read && record.hops.read == by_vrf) {
         return oc_declare(ctx, src, dst, record.hops, 0);
     }
     if (oc_is_delete(ctx, src)) {
@@ -91,8 +101,16 @@ cerrno oc_map_multihop(const ymap_frame &frame, const cidl_yfw_datatree *src, ci
     }
     char *hops = nullptr;
     yfw_map_get_node_info(ctx, record.openconfig, "multihop-ttl", &hops);
-    oc_add(ctx, dst, oc_form(ctx, record.hops), hops == nullptr ? "1" : hops, src, 0);
-    return oc_add(ctx, dst, oc_form(ctx, record.deactivation), "false", src, 0);
+    const char *path = oc_form(ctx, record.hops);
+    if (is_read) {
+        return oc_add(ctx, dst, path, hops, nullptr, 0);
+    }
+    const char *count = hops == nullptr ? "1" : hops;
+    if (!record.hops_last) {
+        oc_add(ctx, dst, path, count, src, 0);
+    }
+    const cerrno status = oc_add(ctx, dst, oc_form(ctx, record.deactivation), "false", src, 0);
+    return record.hops_last ? oc_add(ctx, dst, path, count, src, 0) : status;
 }
 
 cerrno oc_map_state_logging(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
@@ -101,12 +119,16 @@ cerrno oc_map_state_logging(const ymap_frame &frame, const cidl_yfw_datatree *sr
         return ymap_refuse_arguments(frame);
     }
     yfw_map_ctx ctx = frame.ctx;
-    if (ymap_is_read(ctx)) {
+    const int mode = ymap_is_read(ctx) ? 0 : oc_is_delete(ctx, src) ? 2 : 1;
+    if (record.traces[mode] != nullptr) {
+        YMAP_TRACE(frame, "%s", record.traces[mode]);
+    }
+    if (mode == 0) {
         oc_declare(ctx, src, dst, record.enable, 0);
         oc_declare(ctx, src, dst, record.disable, 0);
         return oc_declare(ctx, src, dst, record.inherit_disable, 0);
     }
-    if (oc_is_delete(ctx, src)) {
+    if (mode == 2) {
         return oc_add(ctx, dst, oc_form(ctx, record.container), nullptr, src, 0);
     }
     const bool on = oc_is_text(src->value, "true");
@@ -143,17 +165,19 @@ cerrno oc_map_local_address(const ymap_frame &frame, const cidl_yfw_datatree *sr
     yfw_map_ctx ctx = frame.ctx;
     if (ymap_is_read(ctx)) {
         const cerrno status = oc_declare(ctx, src, dst, record.address, 0);
-        return status != 0 ? status : oc_declare(ctx, src, dst, record.interface, 0);
+        return status != 0 || record.neighbor == 0 ? status : oc_declare(ctx, src, dst, record.interface, 0);
     }
     const char *container = oc_form(ctx, record.container);
     const char *interface = oc_form(ctx, record.interface);
     if (src->operation == YFW_OP_REMOVE) {
-        oc_add(ctx, dst, container, nullptr, src, 0);
-        return oc_add(ctx, dst, interface, nullptr, src, 0);
+        const cerrno status = oc_add(ctx, dst, container, nullptr, src, 0);
+        return record.neighbor == 0 ? status : oc_add(ctx, dst, interface, nullptr, src, 0);
     }
     if (src->operation == YFW_OP_DELETE) {
         if (src->value == nullptr) {
-            YMAP_TRACE(frame, "DELETE requests without value not allowed due to YFW restrictions");
+            if (record.neighbor != 0) {
+                YMAP_TRACE(frame, "DELETE requests without value not allowed due to YFW restrictions");
+            }
             return 0;
         }
         return oc_add(ctx, dst, ocni_bgp_is_ipaddr(src->value) ? container : interface, nullptr, src, 0);
@@ -204,6 +228,6 @@ YMAP_EXPORT cerrno oc_bgp_find_and_delete_local_addr(yfw_map_ctx ctx, const cidl
         return found;
     }
     const oc_path other =
-        to_address ? oc_path{default_interface, vrf_interface} : oc_path{default_address, vrf_address};
+        to_address ? oc_path{default_interface, vrf_interface, plain} : oc_path{default_address, vrf_address, plain};
     return oc_add_with(ctx, dst, is_default ? other.default_vrf : other.vrf, nullptr, src, 0, YFW_OP_REMOVE);
 }

@@ -5,7 +5,10 @@
 
 cerrno oc_declare(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const oc_path &path,
                   int container) {
-    return yfw_map_oc_add_path_flagged(ctx, src, dst, path.default_vrf, path.vrf, "", container);
+    if (path.read == by_vrf) {
+        return yfw_map_oc_add_path_flagged(ctx, src, dst, path.default_vrf, path.vrf, "", container);
+    }
+    return oc_add(ctx, dst, path.default_vrf, path.read == with_value ? src->value : nullptr, nullptr, container);
 }
 
 bool oc_is_text(const char *value, const char *text) {
@@ -18,7 +21,9 @@ const char *oc_form(yfw_map_ctx ctx, const oc_path &path) {
 
 cerrno oc_declare_operational(yfw_map_ctx ctx, cidl_yfw_datatree *dst, const char *path, const char *value,
                               int container) {
-    return yfw_map_datatree_add_path_flagged(ctx, dst, path, NS_NATIVE_BGP_OPER, value, nullptr, nullptr, container, 0);
+    const bool groups = std::strncmp(path, "/ocni-bpm/", sizeof("/ocni-bpm/") - 1) == 0;
+    return yfw_map_datatree_add_path_flagged(ctx, dst, path, groups ? NS_NATIVE_BPM_OPER : NS_NATIVE_BGP_OPER, value,
+                                             nullptr, nullptr, container, 0);
 }
 
 oc_as_halves oc_find_as(yfw_map_ctx ctx, char *instance) {
@@ -50,8 +55,8 @@ cerrno oc_map_empty_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, 
         return oc_add(frame.ctx, dst, path, nullptr, src, 0);
     }
     const bool absent = src->value == nullptr || src->value[0] == '\0';
-    if (absent && !record.absent_sets) {
-        YMAP_TRACE(frame, "Input can not be empty");
+    if (absent && record.refusal != nullptr) {
+        YMAP_TRACE(frame, "%s", record.refusal);
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
     }
     if (absent || oc_is_text(src->value, "true")) {
@@ -71,7 +76,11 @@ cerrno oc_map_copied_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src,
     if (!oc_is_delete(frame.ctx, src)) {
         return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), src->value, src, 0);
     }
-    const cerrno status = oc_add(frame.ctx, dst, oc_form(frame.ctx, record.deleted), nullptr, src, 0);
+    const char *deleted = oc_form(frame.ctx, record.deleted);
+    if (deleted == nullptr) {
+        return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), src->value, src, 0);
+    }
+    const cerrno status = oc_add(frame.ctx, dst, deleted, nullptr, src, 0);
     const char *other = oc_form(frame.ctx, record.also_deleted);
     return other == nullptr ? status : oc_add(frame.ctx, dst, other, nullptr, src, 0);
 }
@@ -81,12 +90,16 @@ cerrno oc_map_boolean_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src
     if (src == nullptr || dst == nullptr) {
         return ymap_refuse_arguments(frame);
     }
-    if (ymap_is_read(frame.ctx)) {
+    const bool is_read = ymap_is_read(frame.ctx);
+    if (is_read && record.path.read == by_vrf) {
         return oc_declare(frame.ctx, src, dst, record.path, 0);
     }
     const char *value = oc_is_text(src->value, "true")    ? record.when_true
                         : oc_is_text(src->value, "false") ? record.when_false
                                                           : nullptr;
+    if (is_read) {
+        return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), value, nullptr, 0);
+    }
     const bool deletes = oc_is_delete(frame.ctx, src);
     if (value == nullptr && !deletes && record.refusal != nullptr) {
         YMAP_TRACE(frame, "%s", record.refusal);
@@ -115,8 +128,10 @@ namespace {
 cerrno declare_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const oc_family_entry &record, const char *native) {
     oc_declare(frame.ctx, src, dst, record.entry, 1);
-    const cerrno status = yfw_map_oc_add_path_flagged(frame.ctx, src, dst, record.name.default_vrf, record.name.vrf,
-                                                      native == nullptr ? "" : native, 0);
+    const cerrno status = record.name.read == by_vrf
+                              ? yfw_map_oc_add_path_flagged(frame.ctx, src, dst, record.name.default_vrf,
+                                                            record.name.vrf, native == nullptr ? "" : native, 0)
+                              : oc_add(frame.ctx, dst, record.name.default_vrf, native, nullptr, 0);
     if (ymap_request_kind(frame.ctx) != YFW_KIND_READ_STATE) {
         return status;
     }
@@ -160,4 +175,12 @@ cerrno oc_map_family_entry(const ymap_frame &frame, const cidl_yfw_datatree *src
     }
     oc_add(frame.ctx, dst, entry, nullptr, src, 1);
     return oc_add(frame.ctx, dst, name, native, src, 0);
+}
+
+cerrno oc_map_prefix_limit(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                           const oc_prefix_limit &record) {
+    const oc_copied_leaf limit{record.limit, record.container, {}};
+    const cerrno status = oc_map_copied_leaf(frame, src, dst, limit);
+    const bool edits = src != nullptr && dst != nullptr && !ymap_is_read(frame.ctx) && !oc_is_delete(frame.ctx, src);
+    return edits ? oc_add(frame.ctx, dst, oc_form(frame.ctx, record.discard), "false", src, 0) : status;
 }

@@ -15,15 +15,20 @@ void *read_item(const char *families, const char *family, const char *leaf) {
     return item;
 }
 
-// A stored pair or triple of numbers.
-struct private_as_item {
-    bool exists;
-    bool unpacks;
-    int32_t number[3];
-};
+} // namespace
 
-private_as_item read_private_as(const char *families, const char *family, int setting) {
-    private_as_item result{};
+bool ymap_has_rr_client(const char *families, const char *family, uint32_t *value) {
+    void *item = read_item(families, family, "ord_g/rr-client");
+    const bool configured = item != nullptr && ymap_item_number(item) < 2;
+    if (configured) {
+        *value = ymap_item_number(item);
+    }
+    oc_bgp_free_ptr(item);
+    return configured;
+}
+
+ymap_private_as ymap_read_private_as(const char *families, const char *family, int setting) {
+    ymap_private_as result{};
     const bool remove = setting == NBR_REMOVE_PRIVATE_AS;
     void *item = read_item(families, family, remove ? "ord_g/rm-private-as" : "ord_g/rp-private-as");
     if (item == nullptr) {
@@ -35,9 +40,12 @@ private_as_item read_private_as(const char *families, const char *family, int se
     const uint32_t read = remove ? tuple_unpack(text, "%d%d%d", &number[0], &number[1], &number[2])
                                  : tuple_unpack(text, "%d%d", &number[0], &number[1]);
     result.unpacks = read != UINT32_MAX;
+    result.configured = result.unpacks && number[0] != 0 && (!remove || number[1] != 0);
     oc_bgp_free_ptr(item);
     return result;
 }
+
+namespace {
 
 // Calls visit with each family until it returns a code other than 0, which is the result.
 template <typename Visit>
@@ -111,16 +119,15 @@ cerrno vn_bgp_nbr_asafiX_have_cfg(yfw_map_ctx ctx, const char *name, int group, 
     }
     char families[NBR_PATH_SIZE];
     vn_bgp_nbr_asafi_prepare_sysdb_path(ctx, name, group, families, sizeof(families), MODE_OC);
-    void *item = read_item(families, family, "ord_g/rr-client");
-    if (item != nullptr && ymap_item_number(item) < 2) {
+    uint32_t client = 0;
+    if (ymap_has_rr_client(families, family, &client)) {
         *rr_client = 1;
     }
-    oc_bgp_free_ptr(item);
-    const private_as_item removed = read_private_as(families, family, NBR_REMOVE_PRIVATE_AS);
+    const ymap_private_as removed = ymap_read_private_as(families, family, NBR_REMOVE_PRIVATE_AS);
     if (removed.exists && removed.unpacks && removed.number[1] != 0) {
         *remove = 1;
     }
-    const private_as_item replaced = read_private_as(families, family, NBR_REPLACE_PRIVATE_AS);
+    const ymap_private_as replaced = ymap_read_private_as(families, family, NBR_REPLACE_PRIVATE_AS);
     if (replaced.exists && replaced.unpacks) {
         *replace = 1;
     }
@@ -131,7 +138,7 @@ cerrno vn_bgp_ordg_have_cfg(yfw_map_ctx ctx, const char *name, int group, char *
     YMAP_FRAME(ctx);
     return each_family(ctx, name, group, mode, [family, setting](const char *families, const char *key) -> cerrno {
         keep_family(family, key);
-        const private_as_item item = read_private_as(families, key, setting);
+        const ymap_private_as item = ymap_read_private_as(families, key, setting);
         if (item.exists && !item.unpacks) {
             return OCBGP_ERR_BAD_TUPLE;
         }
@@ -148,19 +155,17 @@ struct agreement {
 };
 
 cerrno count_rr_client(agreement &count, const char *families, const char *family) {
-    void *item = read_item(families, family, "ord_g/rr-client");
-    if (item != nullptr) {
-        const uint32_t value = ymap_item_number(item);
+    uint32_t value = 0;
+    if (ymap_has_rr_client(families, family, &value)) {
         count.first += value == 1 ? 1 : 0;
         count.second += value == 0 ? 1 : 0;
     }
-    oc_bgp_free_ptr(item);
     return 0;
 }
 
 cerrno count_private_as(agreement &count, const char *families, const char *family) {
-    const private_as_item removed = read_private_as(families, family, NBR_REMOVE_PRIVATE_AS);
-    const private_as_item replaced = read_private_as(families, family, NBR_REPLACE_PRIVATE_AS);
+    const ymap_private_as removed = ymap_read_private_as(families, family, NBR_REMOVE_PRIVATE_AS);
+    const ymap_private_as replaced = ymap_read_private_as(families, family, NBR_REPLACE_PRIVATE_AS);
     if ((removed.exists && !removed.unpacks) || (replaced.exists && !replaced.unpacks)) {
         return OCBGP_ERR_BAD_TUPLE;
     }

@@ -112,16 +112,35 @@ bool is_present(const cidl_yfw_datatree *node) {
     return node != nullptr && (node->flags & YFW_NODE_PRESENT) != 0;
 }
 
+// The entry that the request is in, when it is the one named: searching them all for each family of each neighbour
+// would cost their square.
+const cidl_yfw_datatree *current_entry(yfw_map_ctx ctx, const char *name, bool group) {
+    const cidl_yfw_datatree *key =
+        yfw_map_get_node(ctx, group ? OC_PROTOCOL "/bgp/peer-groups/peer-group" : OC_PROTOCOL "/bgp/neighbors/neighbor",
+                         group ? "peer-group-name" : "neighbor-address");
+    return is_present(key) && name != nullptr && yfw_map_do_these_match(key->value, name) != 0 ? key->parent : nullptr;
+}
+
+// The leaf of a setting in an entry, or null.
+const cidl_yfw_datatree *setting_leaf(const cidl_yfw_datatree *entry, bool reflector) {
+    const cidl_yfw_datatree *container = child_named(entry, reflector ? "route-reflector" : "config");
+    if (reflector) {
+        container = child_named(container, "config");
+    }
+    return child_named(container, reflector ? "route-reflector-client" : "remove-private-as");
+}
+
 } // namespace
 
 cerrno bgp_prepare_xpath_for_nbr_asafi(yfw_map_ctx ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, char *name,
                                        int group, const char **value, int *is_delete, char *setting) {
     YMAP_FRAME(ctx);
     const bool reflector = yfw_map_do_these_match(setting, "route-reflector") != 0;
-    const cidl_yfw_datatree *bgp = yfw_map_get_node(ctx, OC_PROTOCOL, "bgp");
+    const cidl_yfw_datatree *current = current_entry(ctx, name, group != 0);
+    const cidl_yfw_datatree *bgp = current == nullptr ? yfw_map_get_node(ctx, OC_PROTOCOL, "bgp") : nullptr;
     const cidl_yfw_datatree *list = child_named(bgp, group != 0 ? "peer-groups" : "neighbors");
-    const cidl_yfw_datatree *entry = list == nullptr ? nullptr : list->first_child;
-    for (; entry != nullptr; entry = entry->next_sibling) {
+    const cidl_yfw_datatree *entry = current != nullptr ? current : list == nullptr ? nullptr : list->first_child;
+    for (; entry != nullptr; entry = current != nullptr ? nullptr : entry->next_sibling) {
         if (entry->name == nullptr) {
             YMAP_TRACE(frame, "No tag is available");
             return 0;
@@ -130,12 +149,7 @@ cerrno bgp_prepare_xpath_for_nbr_asafi(yfw_map_ctx ctx, const cidl_yfw_datatree 
         if (is_present(key) && name != nullptr && yfw_map_do_these_match(key->value, name) == 0) {
             continue;
         }
-        const cidl_yfw_datatree *container = child_named(entry, reflector ? "route-reflector" : "config");
-        if (reflector) {
-            container = child_named(container, "config");
-        }
-        const cidl_yfw_datatree *leaf =
-            child_named(container, reflector ? "route-reflector-client" : "remove-private-as");
+        const cidl_yfw_datatree *leaf = setting_leaf(entry, reflector);
         if (leaf != nullptr && yfw_map_is_request_delete(leaf) != 0) {
             *is_delete = 1;
         }

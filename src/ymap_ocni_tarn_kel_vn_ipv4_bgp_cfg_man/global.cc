@@ -150,25 +150,9 @@ YMAP_EXPORT cerrno vn_bgp_gbl_gr_helper_only(yfw_map_ctx ctx, const cidl_yfw_dat
 
 YMAP_EXPORT cerrno vn_bgp_gbl_afisafi_afname(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    if (src == nullptr || dst == nullptr) {
-        return ymap_refuse_arguments(frame);
-    }
-    const bool in_vrf = vn_leaf(ctx, VN_VRF, "vrf-name") != nullptr;
-    const char *identity = vn_bgp_afisafi_to_oc_bgp_afisafi(ctx, nullptr, nullptr,
-                                                            in_vrf ? VN_VRF "/vrf-global/vrf-global-afs/vrf-global-af"
-                                                                   : VN_GLOBAL_CONTAINER "/global-afs/global-af");
-    if (identity == nullptr) {
-        return OCBGP_SKIP_SUBTREE;
-    }
-    yfw_map_datatree_add_path(ctx, dst, OC_GLOBAL_AF, NS_OC_NETWORK_INSTANCE, nullptr, nullptr, 0, 1);
-    cidl_yfw_datatree *added = nullptr;
-    cerrno status = yfw_map_datatree_add_path(ctx, dst, OC_GLOBAL_AF "/afi-safi-name", NS_OC_NETWORK_INSTANCE, identity,
-                                              &added, 0, 0);
-    vn_bgp_set_type_ns(added, NS_OC_BGP_TYPES);
-    if (!ymap_config_unwanted(ctx)) {
-        status = yfw_map_datatree_add_path(ctx, dst, OC_GLOBAL_AF "/config/afi-safi-name", NS_OC_NETWORK_INSTANCE,
-                                           identity, &added, 0, 0);
-        vn_bgp_set_type_ns(added, NS_OC_BGP_TYPES);
-    }
-    return status;
+    static constexpr vn_place list{VN_GLOBAL_CONTAINER "/global-afs/global-af",
+                                   VN_VRF "/vrf-global/vrf-global-afs/vrf-global-af", true};
+    static constexpr vn_family_record family{OC_GLOBAL_AF, OC_GLOBAL_AF "/afi-safi-name",
+                                             OC_GLOBAL_AF "/config/afi-safi-name"};
+    return vn_map_family(frame, src, dst, vn_container(ctx, list), family);
 }

@@ -36,3 +36,45 @@ cerrno vn_map_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_y
     }
     return vn_write(frame.ctx, dst, record.leaf, record.value != nullptr ? record.value : src->value, record.flag);
 }
+
+cerrno vn_map_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *list,
+                     const vn_family_record &record) {
+    yfw_map_ctx ctx = frame.ctx;
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    const char *identity = vn_bgp_afisafi_to_oc_bgp_afisafi(ctx, nullptr, nullptr, list);
+    if (identity == nullptr) {
+        return OCBGP_SKIP_SUBTREE;
+    }
+    yfw_map_datatree_add_path(ctx, dst, record.entry, NS_OC_NETWORK_INSTANCE, nullptr, nullptr, 0, 1);
+    cidl_yfw_datatree *added = nullptr;
+    cerrno status = yfw_map_datatree_add_path(ctx, dst, record.name, NS_OC_NETWORK_INSTANCE, identity, &added, 0, 0);
+    vn_bgp_set_type_ns(added, NS_OC_BGP_TYPES);
+    if (!ymap_config_unwanted(ctx)) {
+        status =
+            yfw_map_datatree_add_path(ctx, dst, record.config_name, NS_OC_NETWORK_INSTANCE, identity, &added, 0, 0);
+        vn_bgp_set_type_ns(added, NS_OC_BGP_TYPES);
+    }
+    return status;
+}
+
+cerrno vn_write_in_container(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                             const char *container, const char *suffix) {
+    char path[255];
+    std::snprintf(path, sizeof(path), "%s%s", container, suffix);
+    return vn_write(ctx, dst, path, src->value, 0);
+}
+
+cerrno vn_map_limit(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, char *family,
+                    const vn_limit_record &record) {
+    if (src == nullptr || dst == nullptr) {
+        return ymap_refuse_arguments(frame);
+    }
+    const char *container = nullptr;
+    if (const cerrno status = record.find(frame.ctx, family, &container); status != 0) {
+        YMAP_ERROR(frame, "%s", record.message);
+        return status;
+    }
+    return vn_write_in_container(frame.ctx, src, dst, container, record.suffix);
+}

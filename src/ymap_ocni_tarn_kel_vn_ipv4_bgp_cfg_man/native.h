@@ -33,6 +33,7 @@ cerrno vn_map_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_y
 // ----------------------------------------------------------------------------------------------
 
 #define OC_NEIGHBOR OC_BGP "/neighbors/neighbor"
+#define OC_GROUP OC_BGP "/peer-groups/peer-group"
 
 // Where a callback reads other leaves of its neighbour.
 struct vn_place {
@@ -52,6 +53,11 @@ struct vn_boolean_record {
     const char *true_text; // OpenConfig texts
     const char *false_text;
 };
+// The native words of a default policy.
+#define VN_DEFAULT_POLICY(leaf, missing)                                                                               \
+    { leaf, "accept-route", "reject-route", missing, true, "ACCEPT_ROUTE", "REJECT_ROUTE" }
+// "1" as "true", "2" as "false", anything else as nothing.
+const char *vn_switch_to_oc(const cidl_yfw_datatree *node);
 cerrno vn_map_boolean(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const vn_boolean_record &record);
 
@@ -104,6 +110,33 @@ struct vn_logging_record {
 };
 cerrno vn_map_logging(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const vn_logging_record &record);
+
+// An address-family entry: its key and the key's repeat carry the identity's namespace.
+struct vn_family_record {
+    const char *entry;
+    const char *name;
+    const char *config_name;
+};
+// list is the native list; a family without an OpenConfig identity is skipped.
+cerrno vn_map_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const char *list,
+                     const vn_family_record &record);
+
+// The OpenConfig container of a family's prefix limit.
+YMAP_EXPORT cerrno vn_get_oc_nbr_af_path(yfw_map_ctx ctx, char *native, const char **path);
+YMAP_EXPORT cerrno vn_get_oc_nbr_grp_af_path(yfw_map_ctx ctx, char *native, const char **path);
+
+// A leaf of a prefix limit.
+struct vn_limit_record {
+    cerrno (*find)(yfw_map_ctx ctx, char *native, const char **path);
+    const char *suffix;
+    const char *message; // when the family has no container
+};
+cerrno vn_map_limit(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, char *family,
+                    const vn_limit_record &record);
+
+// Adds the node's value at a leaf of a family's container.
+cerrno vn_write_in_container(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
+                             const char *container, const char *suffix);
 
 // A setting that all families of a neighbour or group agree on.
 struct vn_agreed_record {

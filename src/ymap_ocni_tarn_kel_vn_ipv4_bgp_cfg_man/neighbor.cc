@@ -76,32 +76,20 @@ YMAP_EXPORT cerrno vn_bgp_nbr_gr_helper_only(yfw_map_ctx ctx, const cidl_yfw_dat
 }
 
 YMAP_EXPORT const char *vn_bgp_nbr_gr_helper_to_oc(yfw_map_ctx, const cidl_yfw_datatree *node) {
-    return yfw_map_do_these_match(node->value, "1") != 0   ? "true"
-           : yfw_map_do_these_match(node->value, "2") != 0 ? "false"
-                                                           : nullptr;
+    return vn_switch_to_oc(node);
 }
 
 YMAP_EXPORT cerrno vn_bgp_nbr_dflt_policy_in(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr vn_boolean_record policy{OC_NEIGHBOR "/apply-policy/config/default-import-policy",
-                                              "accept-route",
-                                              "reject-route",
-                                              "Missing nbr default-import-policy data",
-                                              true,
-                                              "ACCEPT_ROUTE",
-                                              "REJECT_ROUTE"};
+    static constexpr vn_boolean_record policy = VN_DEFAULT_POLICY(
+        OC_NEIGHBOR "/apply-policy/config/default-import-policy", "Missing nbr default-import-policy data");
     return vn_map_boolean(frame, src, dst, policy);
 }
 
 YMAP_EXPORT cerrno vn_bgp_nbr_dflt_policy_out(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
-    static constexpr vn_boolean_record policy{OC_NEIGHBOR "/apply-policy/config/default-export-policy",
-                                              "accept-route",
-                                              "reject-route",
-                                              "Missing nbr default-export-policy data",
-                                              true,
-                                              "ACCEPT_ROUTE",
-                                              "REJECT_ROUTE"};
+    static constexpr vn_boolean_record policy = VN_DEFAULT_POLICY(
+        OC_NEIGHBOR "/apply-policy/config/default-export-policy", "Missing nbr default-export-policy data");
     return vn_map_boolean(frame, src, dst, policy);
 }
 

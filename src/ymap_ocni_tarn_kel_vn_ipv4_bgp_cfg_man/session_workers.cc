@@ -18,6 +18,12 @@ const char *vn_container(yfw_map_ctx ctx, const vn_place &place) {
     return in_vrf ? place.vrf : place.default_vrf;
 }
 
+const char *vn_switch_to_oc(const cidl_yfw_datatree *node) {
+    return yfw_map_do_these_match(node->value, "1") != 0   ? "true"
+           : yfw_map_do_these_match(node->value, "2") != 0 ? "false"
+                                                           : nullptr;
+}
+
 cerrno vn_map_boolean(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const vn_boolean_record &record) {
     if (src == nullptr || dst == nullptr) {

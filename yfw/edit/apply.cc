@@ -248,7 +248,10 @@ class Application::Leaf : public Target {
   public:
     Leaf(Application &application, const Node *node)
         : Target(node), application_(application), level_(*application.level_) {}
-    [[nodiscard]] bool exists() const override { return number() != 0 && level_.record.has(number()); }
+    [[nodiscard]] bool exists() const override {
+        return number() != 0 &&
+               (goes_as_one_of_many() ? level_.record.has(number(), node()->value) : level_.record.has(number()));
+    }
     void erase() override { level_.changed |= level_.record.erase(number()); }
     void ensure() override {
         const Number own = application_.transaction_.ensure_number(node()->schema());
@@ -256,6 +259,12 @@ class Application::Leaf : public Target {
     }
 
   private:
+    // A client deletes one value of a leaf-list for which there is this leaf: it goes if it holds that value.
+    [[nodiscard]] bool goes_as_one_of_many() const {
+        const Node *origin = node()->origin;
+        return node()->is_delete() && node()->value != nullptr && origin != nullptr &&
+               origin->schema().kind == NodeKind::leaf_list;
+    }
     [[nodiscard]] Number number() const { return application_.transaction_.number(node()->schema()); }
     Application &application_;
     Level &level_;

@@ -21,6 +21,8 @@ constexpr auto services = std::to_array<std::pair<Service, std::string_view>>({
     {Service::protocol, "protocol"},
     {Service::select, "select"},
     {Service::copy, "copy"},
+    {Service::convert, "convert"},
+    {Service::convert_to, "convert-to"},
     {Service::companion, "companion"},
     {Service::key, "key"},
 });
@@ -58,6 +60,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.may_write_nothing = value == "true";
         } else if (name == "taken-with") {
             entry.taken_with = value;
+        } else if (name == "hint") {
+            entry.hint = value;
         } else if (name == "covered") {
             entry.covered = value == "true";
         }

@@ -7,16 +7,17 @@
 
 namespace yfw {
 
-enum class Service { callback, toplevel, protocol_list, protocol, select, copy, companion, key };
+enum class Service { callback, toplevel, protocol_list, protocol, select, copy, convert, convert_to, companion, key };
 
 struct MappingEntry {
     std::string path;
     Service served = Service::callback;
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
-    std::string target;             // of Service::copy
+    std::string target;             // of the copying services
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
-    std::string taken_with;         // the sibling whose function writes this node too
+    std::string taken_with;         // from the parent, the node whose function writes this one too
+    std::string hint;               // why an edit may write nothing
     bool covered = false;           // deletes of an outer node take it along
 };
 

@@ -23,6 +23,10 @@ bool calls_plugin(Service served) {
     return served != Service::key && served != Service::copy && served != Service::companion;
 }
 
+bool takes_target(Service served) {
+    return served == Service::copy || served == Service::convert || served == Service::convert_to;
+}
+
 std::string join(const std::vector<std::string> &lines) {
     std::string text;
     for (const std::string &line : lines) {
@@ -45,7 +49,8 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
         binding->companion = find_companion_service(entry.name);
     } else if (calls_plugin(entry.served)) {
         binding->function = plugin.find(entry.name);
-    } else if (entry.served == Service::copy) {
+    }
+    if (takes_target(entry.served)) {
         binding->target = schema_.find(entry.target);
         if (binding->target == nullptr) {
             problems.push_back("no model has the target " + entry.target + " of " + entry.path);

@@ -19,6 +19,8 @@ using Callback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_dat
 using ToplevelCallback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, unsigned int, cidl_yfw_datatree *);
 using ProtocolCallback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, char *, char *);
 using SelectCallback = cerrno (*)(yfw_map_ctx, int, xpath_list_type_t *);
+using Converter = const char *(*)(yfw_map_ctx, const cidl_yfw_datatree *);
+using ConverterTo = const char *(*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *);
 using CompanionService = cerrno (*)(Request &, const Node &);
 
 // How one node is served.
@@ -27,7 +29,7 @@ struct Binding {
     void *function = nullptr;             // of the plug-in; null for the companion's services and keys
     CompanionService companion = nullptr; // set for Service::companion
     std::vector<xpath_list_type_t> candidates;
-    const SchemaNode *target = nullptr; // of Service::copy
+    const SchemaNode *target = nullptr; // of the copying services
 };
 
 class Mapping {

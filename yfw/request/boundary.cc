@@ -128,6 +128,33 @@ void take_operation(Request &request, Node *node, const Node *source) {
     }
 }
 
+// A source that is one value of a leaf-list where another one has written a leaf already.
+bool is_another_value(const Node *leaf, const Node *source) {
+    return leaf != nullptr && source != nullptr && leaf->schema().kind == NodeKind::leaf && leaf->origin != nullptr &&
+           leaf->origin != source && source->schema().kind == NodeKind::leaf_list &&
+           &leaf->origin->schema() == &source->schema();
+}
+
+// Adds a leaf; null when a leaf cannot take all values of a leaf-list that the request gives.
+Node *add_value(Request &request, Node *parent, const SchemaNode &target, const char *value, const Node *source) {
+    Node *present = target.kind == NodeKind::leaf ? child(parent, target) : nullptr;
+    if (is_another_value(present, source) && !present->is_delete()) {
+        const bool differs = !source->is_delete() && value != nullptr && present->value != nullptr &&
+                             std::strcmp(value, present->value) != 0;
+        if (differs) {
+            request.conflict = instance_path(source);
+        }
+        return differs ? nullptr : present; // a value that goes does not take along the one that comes
+    }
+    Node *node = add_leaf(request, parent, target, value);
+    if (value == nullptr && source != nullptr && !target.is_key) {
+        // Of a leaf-list one value goes: the leaf, if it holds that.
+        const bool one_goes = source->schema().kind == NodeKind::leaf_list && !is_another_value(present, source);
+        node->value = one_goes ? source->value : nullptr;
+    }
+    return node;
+}
+
 cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const char *name_space, const char *value,
            const cidl_yfw_datatree *source, cidl_yfw_datatree **added, bool opens) {
     if (added != nullptr) {
@@ -151,9 +178,9 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
     }
     Node *node = nullptr;
     if (!target->is_inner()) {
-        node = add_leaf(request, parent, *target, value);
-        if (value == nullptr && source != nullptr && !target->is_key) {
-            node->value = nullptr;
+        node = add_value(request, parent, *target, value, static_cast<const Node *>(source));
+        if (node == nullptr) {
+            return YFW_ERR_INVALID;
         }
     } else if (target->kind == NodeKind::list && opens) {
         node = open_entry(request.arena(), parent, *target);
@@ -161,8 +188,9 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
         node = ensure_child(request.arena(), parent, *target);
     }
     ++request.counts.adds;
-    if (source != nullptr) {
-        take_operation(request, node, static_cast<const Node *>(source));
+    const auto *origin = static_cast<const Node *>(source);
+    if (origin != nullptr && !(origin->is_delete() && !node->is_delete() && is_another_value(node, origin))) {
+        take_operation(request, node, origin);
     }
     if (added != nullptr) {
         *added = node;

@@ -48,6 +48,7 @@ class Request : public yfw_map_context {
     };
     Counts counts;
     std::string error_path; // where the last error was recorded
+    std::string conflict;   // a value that has no place, since another of its leaf-list took the native leaf
 
     // Nodes of the source that a callback took out of the output and did not put back.
     std::vector<const Node *> withdrawn;

@@ -45,6 +45,17 @@ Node *next_of(const Node *node) {
     return node->schema().repeats() ? node->next_entry : nullptr;
 }
 
+// Whether a path of names, ".." for a parent, leads from the node to one that is not to be deleted.
+bool reaches_node(const Node *node, std::string_view path) {
+    while (node != nullptr && !path.empty()) {
+        const std::string_view name = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+        const SchemaNode *below = name == ".." ? nullptr : node->schema().child(name);
+        node = name == ".." ? node->up() : below == nullptr ? nullptr : first_of(node, *below);
+    }
+    return node != nullptr && !node->is_delete();
+}
+
 class Walker {
   public:
     Walker(Request &request, const Mapping &mapping, const ExistingEntries &existing)
@@ -73,7 +84,8 @@ class Walker {
     bool in_vrf();
     cerrno call_toplevel(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
-    cerrno call_copy(const Node *node, const SchemaNode &target);
+    cerrno call_copy(const Node *node, const SchemaNode &target, const char *value);
+    cerrno call_convert(const Node *node, const Binding &binding);
     bool exists(const Node *entry);
     void expand_edit(Node *node, std::uint32_t operation);
     [[nodiscard]] bool is_expandable(const Node *node, const SchemaNode &below, bool deletes) const;
@@ -148,6 +160,9 @@ Outcome Walker::serve(Node *node) {
     vnos_named_free(std::exchange(request_.fields().error_text, nullptr));
     Explanation explanation(request_);
     const cerrno code = call(node, *binding);
+    if (!request_.conflict.empty()) {
+        throw Refused(Reason::invalid_value, request_.conflict, "its native leaf holds one value, and has another");
+    }
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
         if (is_expanded(node)) {
             return Outcome::skipped; // the client has not asked for it, and there is nothing to delete
@@ -162,7 +177,8 @@ Outcome Walker::serve(Node *node) {
     }
     const Outcome outcome = outcome_of(node, *binding, code, before);
     if (!request_.is_read() && left_alone(node, *binding, outcome, before)) {
-        report(node, explanation.message([&] { call(node, *binding); }));
+        const std::string &hint = binding->entry->hint;
+        report(node, hint.empty() || node->is_delete() ? explanation.message([&] { call(node, *binding); }) : hint);
     }
     return outcome;
 }
@@ -170,8 +186,8 @@ Outcome Walker::serve(Node *node) {
 // Whether an edit of the node came to nothing that its client should know of.
 bool Walker::left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before) {
     const bool whole_delete = request_.fields().entire_bgp_delete; // marks nodes that are there already
-    const std::string &sibling = binding.entry->taken_with;
-    const bool taken = !sibling.empty() && child(node->up(), sibling) != nullptr;
+    const std::string &other = binding.entry->taken_with;
+    const bool taken = !other.empty() && reaches_node(node->up(), other);
     const bool expected = binding.entry->may_write_nothing && !in_vrf(); // what only the default VRF has it keeps
     if (request_.counts.adds != before.adds || expected || taken || whole_delete) {
         return false;
@@ -217,7 +233,10 @@ cerrno Walker::dispatch(Node *node, const Binding &binding) {
     case Service::select:
         return call_select(node, binding);
     case Service::copy:
-        return call_copy(node, *binding.target);
+        return call_copy(node, *binding.target, node->value);
+    case Service::convert:
+    case Service::convert_to:
+        return call_convert(node, binding);
     case Service::companion:
         return binding.companion(request_, *node);
     case Service::key:
@@ -292,15 +311,26 @@ cerrno Walker::call_select(Node *node, const Binding &binding) {
     return 0;
 }
 
-cerrno Walker::call_copy(const Node *node, const SchemaNode &target) {
+cerrno Walker::call_copy(const Node *node, const SchemaNode &target, const char *value) {
     const yfw_content_selection &selection = request_.fields().selection;
     const bool active = selection.count < 0 || (selection.groups[0] | selection.groups[1]) != 0;
-    if (request_.is_read() && active && selection.mode == YFW_SELECT_STATE_ONLY) {
+    if (request_.is_read() && target.config && active && selection.mode == YFW_SELECT_STATE_ONLY) {
         return 0;
     }
     return yfw_map_datatree_add_path_flagged(&request_, request_.destination(), target.path.c_str(), nullptr,
-                                             node->is_delete() ? nullptr : node->value,
-                                             request_.is_read() ? nullptr : node, nullptr, 0, 0);
+                                             node->is_delete() ? nullptr : value, request_.is_read() ? nullptr : node,
+                                             nullptr, 0, 0);
+}
+
+// A node without a value is one that a read asks for, or that goes.
+cerrno Walker::call_convert(const Node *node, const Binding &binding) {
+    if (node->value == nullptr || node->is_delete()) {
+        return call_copy(node, *binding.target, nullptr);
+    }
+    const char *value = binding.entry->served == Service::convert
+                            ? reinterpret_cast<Converter>(binding.function)(&request_, node)
+                            : reinterpret_cast<ConverterTo>(binding.function)(&request_, node, request_.destination());
+    return value == nullptr ? 0 : call_copy(node, *binding.target, value);
 }
 
 // Hands the operation of a node that has no native node of its own on to the served nodes below: a delete adds those
