@@ -30,11 +30,20 @@ Parsed parse(Parser parser, std::string_view text) {
     return parsed;
 }
 
+const yfw::Plugin &plugin() {
+    static const yfw::Plugin opened(YFW_PLUGIN);
+    return opened;
+}
+
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+    plugin(); // the fuzzer is to see its code
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    static const yfw::Plugin plugin(YFW_PLUGIN);
-    static const auto parser = reinterpret_cast<Parser>(plugin.find("oc_bgp_vrf_extract_rd"));
+    static const auto parser = reinterpret_cast<Parser>(plugin().find("oc_bgp_vrf_extract_rd"));
     const Parsed parsed = parse(parser, {reinterpret_cast<const char *>(data), size});
     if (parsed.code != 0) {
         require(parsed.code == OCBGP_ERR_GENERAL, "the one code of a refusal");

@@ -2,8 +2,7 @@
 #include "session.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    static yfw::fuzz::Session session;
     yfw::fuzz::Bytes bytes(data, size);
-    session.play(bytes);
+    yfw::fuzz::Session::shared().play(bytes);
     return 0;
 }

@@ -37,6 +37,11 @@ std::string printed(const Schema &schema, const Node *root, Syntax syntax) {
 
 } // namespace
 
+Session &Session::shared() {
+    static Session session;
+    return session;
+}
+
 Session::Session()
     : directory_(make_directory()),
       engine_({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr),
@@ -164,3 +169,8 @@ void Session::play(Bytes &bytes) {
 }
 
 } // namespace yfw::fuzz
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+    yfw::fuzz::Session::shared();
+    return 0;
+}

@@ -13,7 +13,8 @@ namespace yfw::fuzz {
 
 class Session {
   public:
-    Session();
+    // Made when the program starts, so that the fuzzer sees the plug-in's code too.
+    static Session &shared();
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
@@ -22,6 +23,8 @@ class Session {
     void play(Bytes &bytes);
 
   private:
+    Session();
+
     using Records = std::vector<std::pair<std::string, std::string>>;
 
     void clear();

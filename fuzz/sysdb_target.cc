@@ -110,12 +110,11 @@ void sysdb_datalist_free(sysdb_datalist_t *list) {
 }
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    static yfw::fuzz::Session session;
     Bytes bytes(data, size);
     Bytes behind = bytes.split();
     all_answers = behind;
     answers = &behind;
-    session.play(bytes);
+    yfw::fuzz::Session::shared().play(bytes);
     answers = nullptr;
     return 0;
 }
