@@ -158,7 +158,7 @@ const std::string *Generator::repeated_key(const Item &leaf) {
 std::string Generator::document(Bytes &bytes, std::size_t most, bool with_operations) {
     Item root;
     for (std::size_t left = 1 + bytes.below(most); left > 0; --left) {
-        Item *item = &descend(root, *nodes_.at(bytes.below(nodes_.size())), bytes);
+        Item *item = &descend(root, node(bytes), bytes);
         if (!item->schema->is_inner()) {
             const std::string *key = repeated_key(*item);
             item->value = key != nullptr && !bytes.one_in(16) ? *key : value(*item->schema, bytes);

@@ -18,6 +18,8 @@ class Generator {
     // The nodes that documents name: those of the schema for which wanted holds.
     Generator(const Schema &schema, const std::function<bool(const SchemaNode &)> &wanted);
 
+    // One of them.
+    const SchemaNode &node(Bytes &bytes) const { return *nodes_.at(bytes.below(nodes_.size())); }
     // An XML document of up to so many nodes.
     std::string document(Bytes &bytes, std::size_t most, bool operations);
 
