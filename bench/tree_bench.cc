@@ -74,7 +74,7 @@ void find_a_child(benchmark::State &state) {
     for (auto _ : state) {
         const yfw::Node *found = yfw::child(entry, remote_as);
         benchmark::DoNotOptimize(found);
-        entry = entry->next_entry == nullptr ? yfw::entries(neighbors, list)->first : entry->next_entry;
+        entry = next_entry(entry) == nullptr ? yfw::entries(neighbors, list)->first : next_entry(entry);
     }
     state.SetItemsProcessed(state.iterations());
 }

@@ -102,6 +102,10 @@ cerrno ymap_refuse(const ymap_frame &frame, cerrno code, const char *client_text
 // The refusal of missing arguments.
 cerrno ymap_refuse_arguments(const ymap_frame &frame);
 
+// A when-condition: the framework has judged it, and hands the node out when it holds. 0, or 1 without a node, which is
+// no error.
+cerrno ymap_when(const ymap_frame &frame, const cidl_yfw_datatree *node);
+
 // ---- The request --------------------------------------------------------------------------------------------------
 
 constexpr std::size_t OC_BGP_INSTANCE_NAME_MAX = 64;
@@ -199,6 +203,8 @@ YMAP_EXPORT const char *ocni_bgp_dummy_convert(const cidl_yfw_datatree *node, co
 
 // The protocol entry of the request's BGP instance in an OpenConfig tree, made current; null when it is not there.
 YMAP_EXPORT const cidl_yfw_datatree *vn_bgp_search_instance(yfw_map_ctx ctx, const cidl_yfw_datatree *tree);
+// Replaces a namespace that the node borrows or owns by a copy of its own; without memory it stays. Whether it went.
+bool ymap_replace_name_space(cidl_yfw_datatree *node, const char *name_space, const char *tag);
 // Gives the node a copy of the namespace, unless its own begins with it. Null node: nothing.
 YMAP_EXPORT void vn_bgp_set_type_ns(cidl_yfw_datatree *node, const char *name_space);
 // True when the innermost level of the current path is named "state".

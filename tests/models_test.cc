@@ -121,6 +121,11 @@ std::string facts_of(const lysc_node *node) {
     return facts;
 }
 
+std::string condition_of(const lysc_node *node) {
+    lysc_when *const *conditions = lysc_node_when(node);
+    return LY_ARRAY_COUNT(conditions) == 1 ? lyxp_get_expr(conditions[0]->cond) : "";
+}
+
 TEST(Models, LoadTogetherWithoutAWarning) {
     const Context context = load(YFW_MODELS_DIR, module_names(""));
     EXPECT_EQ(messages(), std::vector<std::string>());
@@ -150,6 +155,8 @@ TEST(Models, OpenConfigCutAgreesWithThePublishedRelease) {
             EXPECT_NE(facts_of(node), facts_of(twin)) << path << " is no departure";
         } else {
             EXPECT_EQ(facts_of(node), facts_of(twin)) << path;
+            // Conditions may be left out, but not be others.
+            EXPECT_TRUE(condition_of(node).empty() || condition_of(node) == condition_of(twin)) << path;
         }
     }
     EXPECT_EQ(departures, deviated.size());

@@ -56,6 +56,11 @@ constexpr Exception exceptions[] = {
     {"/route-reflector-cluster-id", nullptr, "", false, true},
     {"/confederation/config/identifier", nullptr, "", false, true},
     {"/confederation/config/member-as", nullptr, "", false, true},
+    // Table connections are the default network instance's, in the BGP instance named default. A metric is kept from
+    // being propagated, or it is not: false is the same as unset.
+    {"/disable-metric-propagation", "false", "", true, false},
+    {"/disable-metric-propagation", nullptr, "", false, true},
+    {"/table-connection/config/import-policy", nullptr, "", false, true},
     // The default VRF has no route distinguisher: an edit is refused.
     {"/config/route-distinguisher", nullptr, "", true, false},
 };
@@ -63,6 +68,7 @@ constexpr Exception exceptions[] = {
 // Key values of the lists on the way.
 const std::map<std::string, std::string> list_keys{
     {"protocol", "[identifier=BGP][name=core]"},
+    {"table-connection", "[src-protocol=OSPF][dst-protocol=BGP][address-family=IPV6]"},
     {"afi-safi", "[afi-safi-name=IPV6_UNICAST]"},
     {"neighbor", "[neighbor-address=10.0.0.1]"},
     {"peer-group", "[peer-group-name=edge]"},
@@ -265,6 +271,14 @@ class RoundTrip : public testing::Test {
 void RoundTrip::check_all(const std::string &vrf, bool named_vrf) {
     prepare("DEFAULT");
     prepare(vrf);
+    // The instance that table connections need.
+    edit("/network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=default]/bgp/"
+         "global/config/as",
+         "65000");
+    edit(instance(*engine().schema().find("/network-instances/network-instance/table-connections/table-connection"),
+                  "DEFAULT") +
+             "/config/address-family",
+         "IPV6");
     int leaves = 0;
     for (const MappingEntry &entry : engine().mapping().description().entries) {
         const SchemaNode &leaf = *engine().schema().find(entry.path);

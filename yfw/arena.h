@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -44,20 +45,23 @@ class Arena {
     }
 
     [[nodiscard]] std::size_t used() const { return used_; }
-    // Overwrites everything handed out so far: a request may have held clear-text passwords.
+    // From now on there may be a clear-text password in it.
+    void note_secret() { holds_secret_ = true; }
+    // Overwrites everything handed out so far, if there may be a password in it.
     void wipe();
 
   private:
     void grow(std::size_t size);
 
     struct Chunk {
-        std::unique_ptr<char[]> memory;
+        std::unique_ptr<char, decltype(&std::free)> memory;
         std::size_t size;
     };
     std::vector<Chunk> chunks_;
     char *next_ = nullptr;
     char *end_ = nullptr;
     std::size_t used_ = 0;
+    bool holds_secret_ = false;
 };
 
 } // namespace yfw

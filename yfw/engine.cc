@@ -26,6 +26,10 @@ void replace_roots(const Schema &schema, Request &request) {
     }
 }
 
+StoredNative stored_in(const Transaction &transaction) {
+    return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
+}
+
 } // namespace
 
 std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const SchemaNode &list,
@@ -35,7 +39,7 @@ std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const Schema
     std::vector<EntryKeys> keys;
     const Node *counterpart = find_instance(present.request->destination(), path);
     const Entries *all = counterpart == nullptr ? nullptr : entries(counterpart, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         EntryKeys &values = keys.emplace_back();
         for (std::size_t key = 0; key < list.keys.size(); ++key) {
             values.emplace_back(key_value(entry, key));
@@ -58,6 +62,16 @@ Engine::Engine(const EngineFiles &files, Log *log)
     }
 }
 
+namespace {
+
+// A large document's text is as much again as what is made of it; and there may be a password in it.
+void give_up(std::string &text) {
+    explicit_bzero(text.data(), text.size());
+    std::string().swap(text);
+}
+
+} // namespace
+
 EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const {
     EditResult result;
     result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_);
@@ -66,6 +80,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
+    give_up(text);
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
     result.default_operation = document.default_operation.value_or(options.default_operation);
@@ -74,9 +89,12 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        result.walk = walk(request, mapping_, [this, &transaction](const Node *parent, const SchemaNode &list) {
-            return existing_entries(parent, list, transaction);
-        });
+        result.walk = walk(
+            request, mapping_,
+            [this, &transaction](const Node *parent, const SchemaNode &list) {
+                return existing_entries(parent, list, transaction);
+            },
+            stored_in(transaction));
     }
     if (options.strict && !result.walk.not_mapped.empty()) {
         throw Refused(Reason::not_mapped, result.walk.not_mapped.front(),
@@ -113,7 +131,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     }
     const SystemDatabase database(transaction, schema_);
     const BoundSystemDatabase bound(database);
-    const WalkResult result = walk(*request, mapping_, nullptr);
+    const WalkResult result = walk(*request, mapping_, nullptr, stored_in(transaction));
     for (const auto &[node, refusal] : result.unanswered) {
         if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
             throw Refused(refusal);
@@ -134,7 +152,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     {
         const SystemDatabase database(transaction, schema_);
         const BoundSystemDatabase bound(database);
-        for (const auto &[node, refusal] : walk(request, mapping_, nullptr).unanswered) {
+        for (const auto &[node, refusal] : walk(request, mapping_, nullptr, nullptr).unanswered) {
             result.notes.push_back(refusal.path() + ": " + refusal.what());
         }
     }
@@ -158,6 +176,7 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     ReadOptions reading;
     reading.edit = false;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
+    give_up(text);
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
         if (std::find(native_roots.begin(), native_roots.end(), top->schema().path) == native_roots.end()) {
             throw Refused(Reason::unknown_element, instance_path(top), "only native configuration can be loaded");

@@ -51,8 +51,8 @@ class Engine {
     [[nodiscard]] const Mapping &mapping() const { return mapping_; }
 
     // Translates an edit, checks the native result and applies it to the transaction, which the caller commits or gives
-    // up. The system database that the plug-in reads is the transaction's. Throws Refused; then give the transaction
-    // up.
+    // up. The text is wiped and empty once it is read. The system database that the plug-in reads is the transaction's.
+    // Throws Refused; then give the transaction up.
     EditResult edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const;
 
     // Whether a read covers what lies below the nodes it names.
@@ -72,6 +72,7 @@ class Engine {
     ReadResult read(const std::vector<std::string> &paths, bool state, const Transaction &transaction) const;
 
     // Puts a document's native configuration in the place of what the transaction holds under the same top-level nodes.
+    // The text is wiped and empty once it is read.
     // Throws Refused.
     void load(std::string &text, Syntax syntax, Transaction &transaction) const;
 

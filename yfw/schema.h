@@ -26,6 +26,17 @@ struct Module {
     std::string name_space;
 };
 
+// A when-condition: a leaf near the node has a value, or another leaf another one.
+struct When {
+    struct Term {
+        std::size_t levels_up = 0; // from the node
+        std::vector<std::string> path;
+        std::string value; // an identity may have a prefix
+    };
+    std::string text;
+    std::vector<Term> terms; // one of them holds
+};
+
 struct SchemaNode {
     std::string name;
     std::string path; // without keys and prefixes: "/bgp/instance/instance-name"
@@ -34,7 +45,8 @@ struct SchemaNode {
     std::vector<const SchemaNode *> children; // keys first, then in schema order; [i]->ordinal == i
     std::vector<const SchemaNode *> keys;
     const lysc_node *compiled = nullptr;
-    std::uint32_t id = 0; // dense, from 0, not stable across model changes
+    std::unique_ptr<const When> when; // null: there is none, or one of another form than that
+    std::uint32_t id = 0;             // dense, from 0, not stable across model changes
     std::uint32_t max_elements = UINT32_MAX;
     std::uint16_t ordinal = 0;
     std::uint16_t depth = 0; // 0 for the root
@@ -91,6 +103,7 @@ class Schema {
     void add_modules();
     void add_children(SchemaNode &parent, const lysc_node *first);
     void index_paths();
+    static std::unique_ptr<const When> read_when(const lysc_node *compiled);
 
     std::unique_ptr<ly_ctx, ContextDeleter> context_;
     std::vector<std::unique_ptr<Module>> modules_;

@@ -22,6 +22,19 @@ const InnerNode *inner(const Node *node) {
     return static_cast<const InnerNode *>(node);
 }
 
+// Null unless the node is a list entry.
+EntryNode *list_entry(Node *node) {
+    return node->schema().kind == NodeKind::list ? static_cast<EntryNode *>(node) : nullptr;
+}
+
+void set_next_entry(Node *node, Node *next) {
+    if (EntryNode *entry = list_entry(node); entry != nullptr) {
+        entry->next_entry = next;
+    } else {
+        static_cast<ValueNode *>(node)->next_entry = next;
+    }
+}
+
 void *&slot(Arena &arena, Node *parent, const SchemaNode &schema) {
     InnerNode *owner = inner(parent);
     if (owner->slots == nullptr) {
@@ -34,8 +47,8 @@ void *&slot(Arena &arena, Node *parent, const SchemaNode &schema) {
 
 void append_child(Node *parent, Node *node) {
     InnerNode *owner = inner(parent);
-    if (node->schema().is_inner()) {
-        inner(node)->previous_sibling = owner->last_child;
+    if (EntryNode *entry = list_entry(node); entry != nullptr) {
+        entry->previous_sibling = owner->last_child;
     }
     if (owner->last_child != nullptr) {
         owner->last_child->next_sibling = node;
@@ -49,8 +62,12 @@ void append_child(Node *parent, Node *node) {
 
 Node *new_node(Arena &arena, const SchemaNode &schema) {
     Node *node = nullptr;
-    if (schema.is_inner()) {
+    if (schema.kind == NodeKind::list) {
+        node = new (arena.allocate(sizeof(EntryNode))) EntryNode{};
+    } else if (schema.is_inner()) {
         node = new (arena.allocate(sizeof(InnerNode))) InnerNode{};
+    } else if (schema.repeats()) {
+        node = new (arena.allocate(sizeof(ValueNode))) ValueNode{};
     } else {
         node = new (arena.allocate(sizeof(Node))) Node{};
     }
@@ -70,16 +87,16 @@ Entries &ensure_entries(Arena &arena, Node *parent, const SchemaNode &schema) {
 }
 
 void append_entry(Entries &entries, Node *entry) {
-    if (entry->schema().is_inner()) {
-        inner(entry)->previous_entry = entries.last;
+    if (EntryNode *own = list_entry(entry); own != nullptr) {
+        own->previous_entry = entries.last;
     }
     if (entries.last != nullptr) {
-        entries.last->next_entry = entry;
+        set_next_entry(entries.last, entry);
     } else {
         entries.first = entry;
     }
     entries.last = entry;
-    entry->next_entry = nullptr;
+    set_next_entry(entry, nullptr);
     ++entries.count;
 }
 
@@ -113,7 +130,7 @@ void rebuild_index(Arena &arena, Entries &entries) {
     const std::size_t size = entries.index_size * sizeof(Node *);
     entries.index = static_cast<Node **>(arena.allocate(size));
     std::memset(entries.index, 0, size);
-    for (Node *entry = entries.first; entry != nullptr; entry = entry->next_entry) {
+    for (Node *entry = entries.first; entry != nullptr; entry = next_entry(entry)) {
         if (has_identity(entry)) {
             index_insert(entries, entry);
         }
@@ -152,7 +169,7 @@ void leave_index(Entries &entries, Node *entry) {
 template <typename Matches>
 Node *search(const Entries &entries, std::uint64_t hash, Matches matches) {
     if (entries.index_size == 0) {
-        for (Node *entry = entries.first; entry != nullptr; entry = entry->next_entry) {
+        for (Node *entry = entries.first; entry != nullptr; entry = next_entry(entry)) {
             if (matches(entry)) {
                 return entry;
             }
@@ -288,6 +305,9 @@ Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std:
 }
 
 void set_value(Arena &arena, Node *leaf, std::string_view value) {
+    if (leaf->schema().secret) {
+        arena.note_secret();
+    }
     leaf->value = arena.copy(value);
 }
 
@@ -374,18 +394,23 @@ void unlink_entry(Node *node) {
     Entries &all = *entries(node->up(), node->schema());
     leave_index(all, node);
     Node *previous = nullptr;
-    if (node->schema().is_inner()) {
-        previous = inner(node)->previous_entry;
+    if (const EntryNode *own = list_entry(node); own != nullptr) {
+        previous = own->previous_entry;
     } else {
-        for (Node *other = all.first; other != node; other = other->next_entry) {
+        for (Node *other = all.first; other != node; other = next_entry(other)) {
             previous = other;
         }
     }
-    (previous == nullptr ? all.first : previous->next_entry) = node->next_entry;
-    if (node->next_entry == nullptr) {
+    Node *next = next_entry(node);
+    if (previous == nullptr) {
+        all.first = next;
+    } else {
+        set_next_entry(previous, next);
+    }
+    if (next == nullptr) {
         all.last = previous;
-    } else if (node->schema().is_inner()) {
-        inner(node->next_entry)->previous_entry = previous;
+    } else if (EntryNode *behind = list_entry(next); behind != nullptr) {
+        behind->previous_entry = previous;
     }
     --all.count;
     if (all.current == node) {
@@ -418,8 +443,8 @@ void unlink(Node *node) {
         parent->slots[node->schema().ordinal] = nullptr;
     }
     Node *previous = nullptr;
-    if (node->schema().is_inner()) {
-        previous = inner(node)->previous_sibling;
+    if (const EntryNode *own = list_entry(node); own != nullptr) {
+        previous = own->previous_sibling;
     } else {
         for (Node *other = parent->first(); other != node; other = other->next()) {
             previous = other;
@@ -428,8 +453,8 @@ void unlink(Node *node) {
     (previous == nullptr ? parent->first_child : previous->next_sibling) = node->next_sibling;
     if (node->next_sibling == nullptr) {
         parent->last_child = previous;
-    } else if (node->next()->schema().is_inner()) {
-        inner(node->next())->previous_sibling = previous;
+    } else if (EntryNode *behind = list_entry(node->next()); behind != nullptr) {
+        behind->previous_sibling = previous;
     }
     node->parent = nullptr;
     node->next_sibling = nullptr;

@@ -11,10 +11,10 @@
 
 namespace yfw {
 
-// What the boundary shows of a node, and behind it what only the framework sees.
+// What the boundary shows of a node, and behind it what only the framework sees. A leaf is this and no more: a request
+// has hundreds of thousands.
 struct Node : cidl_yfw_datatree {
     const Node *origin; // the request's node whose operation it took; null for none
-    Node *next_entry;   // of the same list or leaf-list; null for the last
 
     [[nodiscard]] const SchemaNode &schema() const { return *static_cast<const SchemaNode *>(framework); }
     [[nodiscard]] Node *up() const { return static_cast<Node *>(parent); }
@@ -38,13 +38,29 @@ struct Entries {
     Node **index;             // open addressing by key values; entries without complete keys are not in it
 };
 
-// A root, container or list entry.
+// A value of a leaf-list.
+struct ValueNode : Node {
+    Node *next_entry; // null for the last
+};
+
+// A root or container, and the greater part of a list entry.
 struct InnerNode : Node {
     Node *last_child;
-    Node *previous_sibling;
-    Node *previous_entry;
     void **slots; // one per schema child: a Node, or Entries for a list or leaf-list; null until the first child comes
 };
+
+// A list entry. That it knows what goes before it keeps taking it out independent of the number of siblings.
+struct EntryNode : InnerNode {
+    Node *next_entry; // null for the last
+    Node *previous_entry;
+    Node *previous_sibling;
+};
+
+// The next entry of the same list or leaf-list, or null.
+inline Node *next_entry(const Node *node) {
+    return node->schema().is_inner() ? static_cast<const EntryNode *>(node)->next_entry
+                                     : static_cast<const ValueNode *>(node)->next_entry;
+}
 
 // A tree's root: the parent of the top-level nodes of all models.
 Node *new_root(Arena &arena, const Schema &schema);

@@ -68,8 +68,7 @@ cerrno vn_bgp_nbr_asafi_cfg_replicate(yfw_map_ctx ctx, const cidl_yfw_datatree *
 // What the neighbour's stored families have; false when the family is one of them.
 bool read_stored_families(const ymap_frame &frame, const char *name, const char *native, family_settings &replica) {
     yfw_map_ctx ctx = frame.ctx;
-    char families[NBR_PATH_SIZE];
-    vn_bgp_nbr_asafi_prepare_sysdb_path(ctx, name, not_a_group, families, sizeof(families), MODE_OC);
+    char families[NBR_PATH_SIZE] = "";
     sysdb_list_t *list = nullptr;
     bool is_new = true;
     if (vn_bgp_get_nbr_asafi_list(ctx, name, not_a_group, MODE_OC, &list) == 0) {
@@ -78,6 +77,9 @@ bool read_stored_families(const ymap_frame &frame, const char *name, const char 
             std::snprintf(stored, sizeof(stored), "%s", family);
             ymap_convert_af_sysdb_2_VN(stored);
             is_new = yfw_map_do_these_match(stored, native) == 0;
+            if (is_new && families[0] == '\0') {
+                vn_bgp_nbr_asafi_prepare_sysdb_path(ctx, name, not_a_group, families, sizeof(families), MODE_OC);
+            }
             if (is_new) {
                 vn_bgp_nbr_asafi_cfg_prep_replica(frame, families, family, replica);
             }
@@ -134,7 +136,8 @@ cerrno write_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_
     ymap_convert_af_VN_2_sysdb(family);
     cerrno status = 0;
     bool written = false;
-    if (any_setting(requested) || read_stored_families(frame, name, native, stored)) {
+    const bool is_new = any_setting(requested) || read_stored_families(frame, name, native, stored);
+    if (is_new && (any_setting(requested) || any_setting(stored))) { // otherwise there is nothing to hold against it
         vn_bgp_nbr_asafiX_have_cfg(ctx, name, not_a_group, family, &present.rr_client, &present.remove,
                                    &present.replace);
         family_settings replica = stored;

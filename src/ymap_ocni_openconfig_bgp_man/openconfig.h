@@ -15,6 +15,9 @@ oc_scope oc_read_scope(yfw_map_ctx ctx);
 // Whether an OpenConfig AS number is the one of the halves, which are combined as read, without masking.
 bool oc_as_matches(const oc_as_halves &stored, const char *value);
 
+// The read of table connections: declares the redistributions of the default VRF that the system database has.
+YMAP_EXPORT cerrno oc_bgp_tc_get_cfg(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst);
+
 // The AS halves of the instance as the system database has them; lower is empty when it has none.
 oc_as_halves oc_stored_as(yfw_map_ctx ctx, char *instance);
 

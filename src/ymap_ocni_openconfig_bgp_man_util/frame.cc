@@ -62,3 +62,11 @@ cerrno ymap_refuse_arguments(const ymap_frame &frame) {
     YMAP_ERROR(frame, "Invalid arguments passed!");
     return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
 }
+
+cerrno ymap_when(const ymap_frame &frame, const cidl_yfw_datatree *node) {
+    if (node == nullptr) {
+        YMAP_TRACE(frame, "No valid input to validate when statement ");
+        return 1;
+    }
+    return 0;
+}

@@ -11,20 +11,6 @@ constexpr uint32_t trimmed_prefix_flag = 32;
 const char search_tag[] = "YFW MAP search list";
 const char trim_tag[] = "YFW MAP trim list ctx";
 
-// Replaces a namespace that the node borrows or owns by a copy of its own; without memory it stays. Whether it went.
-bool replace_name_space(cidl_yfw_datatree *node, const char *name_space, const char *tag) {
-    char *copy = yfw_strdup(name_space, tag);
-    if (copy == nullptr) {
-        return false;
-    }
-    if ((node->flags & YFW_NODE_NS_SET) != 0) {
-        vnos_named_free(node->name_space);
-    }
-    node->name_space = copy;
-    node->flags |= YFW_NODE_NS_SET;
-    return true;
-}
-
 // "prefix/path", or the path alone; null when memory is short. Released with vnos_named_free.
 char *join_path(const char *prefix, const char *path) {
     const std::size_t size = (prefix == nullptr ? 0 : std::strlen(prefix) + 1) + std::strlen(path) + 1;
@@ -47,11 +33,24 @@ cerrno add_key(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *list, const
     vnos_named_free(path);
     const bool differs = key != nullptr && key_name_space != nullptr &&
                          (key->name_space == nullptr || std::strcmp(key->name_space, key_name_space) != 0);
-    const bool lost = differs && !replace_name_space(key, key_name_space, "YFW OCNI NS");
+    const bool lost = differs && !ymap_replace_name_space(key, key_name_space, "YFW OCNI NS");
     return lost ? static_cast<cerrno>(OCBGP_ERR_NO_RESOURCE) : status;
 }
 
 } // namespace
+
+bool ymap_replace_name_space(cidl_yfw_datatree *node, const char *name_space, const char *tag) {
+    char *copy = yfw_strdup(name_space, tag);
+    if (copy == nullptr) {
+        return false;
+    }
+    if ((node->flags & YFW_NODE_NS_SET) != 0) {
+        vnos_named_free(node->name_space);
+    }
+    node->name_space = copy;
+    node->flags |= YFW_NODE_NS_SET;
+    return true;
+}
 
 const cidl_yfw_datatree *vn_bgp_search_instance(yfw_map_ctx ctx, const cidl_yfw_datatree *tree) {
     YMAP_FRAME_SILENT(ctx);
@@ -88,7 +87,7 @@ void vn_bgp_set_type_ns(cidl_yfw_datatree *node, const char *name_space) {
         (node->name_space != nullptr && std::strncmp(node->name_space, name_space, std::strlen(name_space)) == 0)) {
         return;
     }
-    replace_name_space(node, name_space, "YFW OCNI BGP NS");
+    ymap_replace_name_space(node, name_space, "YFW OCNI BGP NS");
 }
 
 bool yfw_map_ocbgpni_is_parent_state_node(yfw_map_ctx ctx) {

@@ -89,6 +89,9 @@ void run(const Globals &globals, const Arguments &arguments) {
         Transaction transaction = store.begin(Access::write);
         Engine::check_key(key, Access::write, transaction);
         for (const std::string &file : arguments.files) {
+            if (&file == &arguments.files.back()) {
+                transaction.keep_nothing();
+            }
             edit_one(session, arguments, file, transaction);
         }
         return;

@@ -292,7 +292,7 @@ void Builder::apply_note(Node *parent, const Note &note) {
         const Entries *values = entries(parent, *note.leaf);
         node = values == nullptr ? nullptr : values->first;
         for (std::uint32_t i = 0; i < note.position && node != nullptr; ++i) {
-            node = node->next_entry;
+            node = next_entry(node);
         }
     } else {
         node = child(parent, *note.leaf);

@@ -90,7 +90,7 @@ class JsonWriter {
         sink_.put('[');
         ++depth_;
         bool is_first = true;
-        for (const Node *entry = first; entry != nullptr; entry = entry->next_entry) {
+        for (const Node *entry = first; entry != nullptr; entry = next_entry(entry)) {
             next(is_first);
             element(entry);
         }
@@ -118,7 +118,7 @@ class JsonWriter {
 
     void leaf_list_operations(const SchemaNode &schema, const Node *first, bool &is_first) {
         const Node *last = nullptr; // with an operation
-        for (const Node *entry = first; entry != nullptr; entry = entry->next_entry) {
+        for (const Node *entry = first; entry != nullptr; entry = next_entry(entry)) {
             if (!written_operation(entry, options_).empty()) {
                 last = entry;
             }

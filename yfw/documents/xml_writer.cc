@@ -47,7 +47,7 @@ class XmlWriter {
 
     void members(const Node *parent) {
         for_each_member(parent, [this](const SchemaNode &schema, const Node *first) {
-            for (const Node *node = first; node != nullptr; node = schema.repeats() ? node->next_entry : nullptr) {
+            for (const Node *node = first; node != nullptr; node = schema.repeats() ? next_entry(node) : nullptr) {
                 started_ = started_ || depth_ != 0;
                 new_line();
                 started_ = true;

@@ -1,5 +1,7 @@
 #include "check.h"
 
+#include "when.h"
+
 namespace yfw {
 
 namespace {
@@ -30,6 +32,10 @@ void check_leaf(const Schema &schema, const Node *leaf) {
 void check_children(const Schema &schema, const Node *parent) {
     for (const Node *node = parent->first(); node != nullptr; node = node->next()) {
         const NodeKind kind = node->schema().kind;
+        const When *when = node->schema().when.get();
+        if (when != nullptr && !node->is_delete() && !when_holds(*when, node, true)) {
+            throw refusal(Reason::unknown_element, node, "may not be there: " + when->text + " does not hold");
+        }
         if (kind == NodeKind::list && node->schema().keys.empty()) {
             throw refusal(Reason::constraint, node, "is a list without keys, which cannot be stored");
         }

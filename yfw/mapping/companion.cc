@@ -1,5 +1,6 @@
 #include "mapping/companion.h"
 
+#include "mapping/table_connections.h"
 #include "request/request.h"
 
 #include <array>
@@ -17,7 +18,9 @@ cerrno add_native(Request &request, const char *path, const char *value, const N
 }
 
 // All network instances at once: a delete or a replace of them is one of the native configuration whole.
-cerrno map_network_instances(Request &request, const Node &container) {
+cerrno map_network_instances(CompanionCall &call) {
+    Request &request = call.request;
+    const Node &container = call.node;
     const bool whole = container.is_delete() || container.operation == YFW_OP_REPLACE;
     if (request.is_read() || !whole) {
         return 0;
@@ -27,17 +30,15 @@ cerrno map_network_instances(Request &request, const Node &container) {
     return container.is_delete() && status == 0 ? static_cast<cerrno>(OCBGP_SKIP_SUBTREE) : status;
 }
 
-bool is_default(const char *name) {
-    return name == nullptr || std::strcmp(name, "default") == 0 || std::strcmp(name, "DEFAULT") == 0;
-}
-
 // One network instance: a native VRF entry, but for the default one.
-cerrno map_network_instance(Request &request, const Node &entry) {
+cerrno map_network_instance(CompanionCall &call) {
+    Request &request = call.request;
+    const Node &entry = call.node;
     const char *name = key_value(&entry, 0);
     if (request.is_read() && name == nullptr) {
         // Every VRF that BGP is configured in, whatever else of it is asked for.
         add_native(request, "/bgp/instance/instance-as/four-byte-as/vrfs/vrf/vrf-name", nullptr, nullptr, 0);
-    } else if (is_default(name)) {
+    } else if (is_default_network_instance(name)) {
         return 0;
     }
     const Node *source = request.is_read() ? nullptr : &entry;
@@ -46,7 +47,9 @@ cerrno map_network_instance(Request &request, const Node &entry) {
 }
 
 // A native VRF entry is a network instance; what lies in it is written there.
-cerrno map_native_vrf(Request &request, const Node &entry) {
+cerrno map_native_vrf(CompanionCall &call) {
+    Request &request = call.request;
+    const Node &entry = call.node;
     const char *name = key_value(&entry, 0);
     if (name == nullptr) {
         return 0;
@@ -61,6 +64,8 @@ constexpr auto services = std::to_array<std::pair<std::string_view, CompanionSer
     {"network-instances", map_network_instances},
     {"network-instance", map_network_instance},
     {"native-vrf", map_native_vrf},
+    {"table-connection", map_table_connection},
+    {"table-connection-leaf", map_table_connection_leaf},
 });
 
 } // namespace
@@ -72,6 +77,10 @@ CompanionService find_companion_service(std::string_view name) {
         }
     }
     return nullptr;
+}
+
+bool is_default_network_instance(const char *name) {
+    return name == nullptr || std::strcmp(name, "default") == 0 || std::strcmp(name, "DEFAULT") == 0;
 }
 
 bool is_bgp_entry(const Node &protocol) {

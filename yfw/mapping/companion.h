@@ -11,6 +11,9 @@ namespace yfw {
 // The service of that name, or null.
 CompanionService find_companion_service(std::string_view name);
 
+// Whether a network instance is the default one: without a name, or named so.
+bool is_default_network_instance(const char *name);
+
 // What it does before it hands a protocol entry on to BGP.
 bool is_bgp_entry(const Node &protocol);
 

@@ -56,6 +56,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.candidates.push_back(value);
         } else if (name == "target") {
             entry.target = value;
+        } else if (name == "hands-on-to") {
+            entry.hands_on_to = value;
         } else if (name == "may-write-nothing") {
             entry.may_write_nothing = value == "true";
         } else if (name == "taken-with") {
@@ -67,6 +69,15 @@ MappingEntry read_entry(const lyd_node *node) {
         }
     }
     return entry;
+}
+
+MappingWhen read_when(const lyd_node *node) {
+    MappingWhen when;
+    const lyd_node *leaf = nullptr;
+    LY_LIST_FOR(lyd_child(node), leaf) {
+        (std::string_view(leaf->schema->name) == "path" ? when.path : when.name) = lyd_get_value(leaf);
+    }
+    return when;
 }
 
 MappingHelper read_helper(const lyd_node *node) {
@@ -108,6 +119,8 @@ MappingDescription read_mapping(const std::filesystem::path &file) {
     LY_LIST_FOR(lyd_child(parsed), node) {
         if (std::string_view(node->schema->name) == "entry") {
             description.entries.push_back(read_entry(node));
+        } else if (std::string_view(node->schema->name) == "when") {
+            description.conditions.push_back(read_when(node));
         } else {
             description.helpers.push_back(read_helper(node));
         }

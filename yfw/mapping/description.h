@@ -15,10 +15,17 @@ struct MappingEntry {
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
     std::string target;             // of the copying services
+    std::string hands_on_to;        // of Service::companion: the function that it calls
     bool may_write_nothing = false; // an edit that writes nothing is not to be reported
     std::string taken_with;         // from the parent, the node whose function writes this one too
     std::string hint;               // why an edit may write nothing
     bool covered = false;           // deletes of an outer node take it along
+};
+
+// A node whose when-condition the plug-in has a handler for.
+struct MappingWhen {
+    std::string path;
+    std::string name;
 };
 
 struct MappingHelper {
@@ -28,6 +35,7 @@ struct MappingHelper {
 
 struct MappingDescription {
     std::vector<MappingEntry> entries;
+    std::vector<MappingWhen> conditions;
     std::vector<MappingHelper> helpers;
 };
 

@@ -47,6 +47,10 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
     binding->entry = &entry;
     if (entry.served == Service::companion) {
         binding->companion = find_companion_service(entry.name);
+        binding->function = entry.hands_on_to.empty() ? nullptr : plugin.find(entry.hands_on_to);
+        if (binding->function == nullptr && !entry.hands_on_to.empty()) {
+            problems.push_back("the plug-in lacks " + entry.hands_on_to);
+        }
     } else if (calls_plugin(entry.served)) {
         binding->function = plugin.find(entry.name);
     }
@@ -56,9 +60,9 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
             problems.push_back("no model has the target " + entry.target + " of " + entry.path);
         }
     }
-    if ((calls_plugin(entry.served) || entry.served == Service::companion) && binding->function == nullptr &&
-        binding->companion == nullptr) {
-        problems.push_back((entry.served == Service::companion ? "the companion lacks " : "the plug-in lacks ") +
+    const bool is_companion = entry.served == Service::companion;
+    if (is_companion ? binding->companion == nullptr : calls_plugin(entry.served) && binding->function == nullptr) {
+        problems.push_back((is_companion ? "the companion lacks " : "the plug-in lacks ") +
                            (entry.name.empty() ? "a name for " + entry.path : entry.name));
     }
     for (const std::string &path : entry.candidates) {
@@ -79,16 +83,39 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
     bindings_.push_back(std::move(binding));
 }
 
+void Mapping::bind(const MappingWhen &when, const Plugin &plugin, std::vector<std::string> &problems) {
+    const SchemaNode *node = schema_.find(when.path);
+    if (node == nullptr || node->when == nullptr) {
+        problems.push_back((node == nullptr ? "no model has the node " : "no condition to be judged is on ") +
+                           when.path);
+        return;
+    }
+    when_[node->id] = reinterpret_cast<WhenHandler>(plugin.find(when.name));
+    if (when_[node->id] == nullptr) {
+        problems.push_back("the plug-in lacks " + when.name);
+    }
+    for (const SchemaNode *above = node->parent; above != nullptr; above = above->parent) {
+        when_below_[above->id] = true;
+    }
+}
+
 Mapping::Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin)
     : description_(std::move(description)),
       schema_(schema),
       by_node_(schema.size(), nullptr),
+      when_(schema.size(), nullptr),
+      when_below_(schema.size(), false),
       reaches_(schema.size(), false) {
     std::vector<std::string> problems;
     std::set<std::string, std::less<>> named;
     for (const MappingEntry &entry : description_.entries) {
         bind(entry, plugin, problems);
         named.insert(entry.name);
+        named.insert(entry.hands_on_to);
+    }
+    for (const MappingWhen &when : description_.conditions) {
+        bind(when, plugin, problems);
+        named.insert(when.name);
     }
     for (const MappingHelper &helper : description_.helpers) {
         if (plugin.find(helper.name) == nullptr) {

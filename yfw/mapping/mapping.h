@@ -6,12 +6,14 @@
 #include "schema.h"
 #include "yfw_map.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
 
 namespace yfw {
 
+class Arena;
 class Request;
 struct Node;
 
@@ -21,12 +23,26 @@ using ProtocolCallback = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl
 using SelectCallback = cerrno (*)(yfw_map_ctx, int, xpath_list_type_t *);
 using Converter = const char *(*)(yfw_map_ctx, const cidl_yfw_datatree *);
 using ConverterTo = const char *(*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *);
-using CompanionService = cerrno (*)(Request &, const Node &);
+using WhenHandler = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *);
+
+// Adds to a tree what the store holds of the native nodes that another tree names.
+using StoredNative = std::function<void(Arena &, const Node *wanted, Node *into)>;
+
+// What a service of the companion is called with, and what it says beside its code.
+struct CompanionCall {
+    Request &request;
+    Node &node;
+    void *function; // of the plug-in, which the service hands the node on to; null when the description names none
+    const StoredNative &stored;
+    std::string note;     // why the node is left alone
+    bool handled = false; // nothing was written, and nothing of the request is lost by that
+};
+using CompanionService = cerrno (*)(CompanionCall &);
 
 // How one node is served.
 struct Binding {
     const MappingEntry *entry = nullptr;
-    void *function = nullptr;             // of the plug-in; null for the companion's services and keys
+    void *function = nullptr;             // of the plug-in; null where none is called
     CompanionService companion = nullptr; // set for Service::companion
     std::vector<xpath_list_type_t> candidates;
     const SchemaNode *target = nullptr; // of the copying services
@@ -39,6 +55,10 @@ class Mapping {
     Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin);
 
     [[nodiscard]] const Binding *find(const SchemaNode &node) const { return by_node_[node.id]; }
+    // The handler of the node's when-condition, or null.
+    [[nodiscard]] WhenHandler when(const SchemaNode &node) const { return when_[node.id]; }
+    // Whether one lies below.
+    [[nodiscard]] bool has_when_below(const SchemaNode &node) const { return when_below_[node.id]; }
     // Whether the node or any below it is served.
     [[nodiscard]] bool reaches(const SchemaNode &node) const { return reaches_[node.id]; }
     [[nodiscard]] const MappingDescription &description() const { return description_; }
@@ -46,11 +66,14 @@ class Mapping {
 
   private:
     void bind(const MappingEntry &entry, const Plugin &plugin, std::vector<std::string> &problems);
+    void bind(const MappingWhen &when, const Plugin &plugin, std::vector<std::string> &problems);
 
     MappingDescription description_;
     const Schema &schema_;
     std::vector<std::unique_ptr<Binding>> bindings_;
     std::vector<const Binding *> by_node_;
+    std::vector<WhenHandler> when_;
+    std::vector<bool> when_below_;
     std::vector<bool> reaches_;
 };
 

@@ -54,7 +54,7 @@ const Node *covering(const Node *node, const Node *filter) {
         return child(filter, schema);
     }
     const Entries *all = entries(filter, schema);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         const bool matches = schema.kind == NodeKind::list
                                  ? entry_matches(node, entry)
                                  : entry->value == nullptr || std::strcmp(entry->value, node->value) == 0;

@@ -79,7 +79,7 @@ Node *entry_of(const Node *parent, const SchemaNode &schema, const Step &step) {
     if (known == values.size()) {
         return find_entry(parent, schema, values);
     }
-    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = entry->next_entry) {
+    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         bool matches = true;
         for (const auto &[name, value] : step.keys) {
             const char *present = key_value(entry, schema.child(name)->ordinal);

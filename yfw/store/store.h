@@ -81,6 +81,8 @@ class Transaction {
     // The record of a key, valid until the next change.
     [[nodiscard]] std::optional<std::string_view> record(std::string_view key) const;
     void put(std::string_view key, std::string_view bytes);
+    // From now on puts are not kept, not even until the end of the transaction: for the last edit of a dry run.
+    void keep_nothing() { keeps_ = false; }
     void erase(std::string_view key);
     // Erases every record whose key begins so.
     void erase_all(std::string_view prefix);
@@ -116,6 +118,7 @@ class Transaction {
     FileHandle lock_;                          // outlives the transaction below
     std::unique_ptr<MDB_txn, TxnDeleter> txn_; // null for a store that is not there yet
     unsigned dbi_ = 0;
+    bool keeps_ = true;
 };
 
 // Walks over the records of a transaction in the order of their keys.

@@ -122,7 +122,8 @@ ItemRule item_rule(const Schema &schema, const Row &row) {
         }
     }
     std::size_t level = 0;
-    for (const std::string_view text : split_path(row.path)) {
+    const PathComponents components(row.path);
+    for (const std::string_view text : components) {
         const bool is_key = text.front() == '{';
         rule.path.push_back({text, level, is_key, text == "{af}"});
         level += is_key ? 1 : 0;
@@ -132,7 +133,8 @@ ItemRule item_rule(const Schema &schema, const Row &row) {
             rule.members.push_back(rule.node->child(member));
         }
     }
-    if (level != rule.lists.size() || std::count(rule.members.begin(), rule.members.end(), nullptr) != 0 ||
+    if (level != rule.lists.size() || level > ItemRule::deepest ||
+        std::count(rule.members.begin(), rule.members.end(), nullptr) != 0 ||
         std::any_of(rule.lists.begin(), rule.lists.end(), [](const auto *list) { return list->keys.size() != 1; })) {
         throw Unusable("the models have another " + std::string(row.native) + " than the system database shows");
     }
@@ -161,24 +163,28 @@ std::string family_component(std::string_view name) {
 }
 
 std::string_view family_name(std::string_view component) {
-    for (const std::string_view name : families) {
-        if (component == family_component(name)) {
-            return name;
-        }
+    if (!component.starts_with(family_prefix)) {
+        return {};
     }
-    return {};
+    const std::string_view digits = component.substr(family_prefix.size());
+    std::size_t number = families.size();
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
+    const bool is_own = error == std::errc() && end == digits.data() + digits.size() && number < families.size() &&
+                        (digits.size() == 1 || digits.front() != '0');
+    return is_own ? families.at(number) : std::string_view();
 }
 
-std::vector<std::string_view> split_path(std::string_view path) {
-    std::vector<std::string_view> components;
+PathComponents::PathComponents(std::string_view path) {
     while (!path.empty()) {
         const std::size_t end = std::min(path.find('/'), path.size());
         if (end != 0) {
-            components.push_back(path.substr(0, end));
+            if (size_ < components_.size()) {
+                components_.at(size_) = path.substr(0, end);
+            }
+            ++size_;
         }
         path.remove_prefix(std::min(end + 1, path.size()));
     }
-    return components;
 }
 
 } // namespace yfw

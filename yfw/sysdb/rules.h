@@ -3,6 +3,7 @@
 
 #include "schema.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -30,7 +31,8 @@ struct ItemRule {
         bool is_family; // the key is an address family's name, the path has its number
     };
     std::vector<Component> path;
-    std::vector<const SchemaNode *> lists; // that the node lies in, outermost first; each has one key
+    static constexpr std::size_t deepest = 8; // lists
+    std::vector<const SchemaNode *> lists;    // that the node lies in, outermost first; each has one key
     const SchemaNode *node;
     std::vector<const SchemaNode *> members; // of a tuple
     ItemForm form;
@@ -43,6 +45,19 @@ std::vector<ItemRule> item_rules(const Schema &schema);
 std::string family_component(std::string_view name);
 std::string_view family_name(std::string_view component);
 
-std::vector<std::string_view> split_path(std::string_view path);
+// A path's components. No item's path has more than most of them; of a longer path the first ones are kept.
+class PathComponents {
+  public:
+    static constexpr std::size_t most = 24;
+
+    explicit PathComponents(std::string_view path); // which must outlive it
+    [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] const std::string_view *begin() const { return components_.data(); }
+    [[nodiscard]] const std::string_view *end() const { return components_.data() + std::min(size_, most); }
+
+  private:
+    std::array<std::string_view, most> components_;
+    std::size_t size_ = 0;
+};
 
 } // namespace yfw

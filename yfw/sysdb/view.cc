@@ -34,17 +34,19 @@ class Search {
     static constexpr std::ptrdiff_t no_level = -1;
     static constexpr std::ptrdiff_t all_levels = PTRDIFF_MAX;
 
-    Search(const Transaction &transaction, const ItemRule &rule)
-        : transaction_(transaction), rule_(rule), bound_(rule.lists.size()), values_(rule.lists.size()) {}
+    Search(const Transaction &transaction, const ItemRule &rule) : transaction_(transaction), rule_(rule) {}
 
-    // Binds the first components; false when the rule has no such path.
-    bool bind(const std::vector<std::string_view> &components) {
-        for (std::size_t i = 0; i < components.size(); ++i) {
-            if (i == rule_.path.size() || !bind(rule_.path[i], components[i])) {
-                return false;
-            }
-        }
-        return true;
+    // Whether the rule has paths with these first components.
+    static bool fits(const ItemRule &rule, const PathComponents &components) {
+        return components.size() <= rule.path.size() &&
+               std::equal(components.begin(), components.end(), rule.path.begin(),
+                          [](auto given, const auto &own) { return is_any(given) || own.is_key || own.text == given; });
+    }
+
+    // Binds the first components, which fit the rule and outlive the search; false when no entry has such a key.
+    bool bind(const PathComponents &components) {
+        return std::equal(components.begin(), components.end(), rule_.path.begin(),
+                          [this](auto given, const auto &own) { return bind(own, given); });
     }
 
     // False when the search was ended.
@@ -60,8 +62,8 @@ class Search {
         if (!component.is_key) {
             return std::string(component.text);
         }
-        const std::string &value = values_[component.level];
-        return component.is_family ? family_component(value) : value;
+        const std::string_view value = values_[component.level];
+        return component.is_family ? family_component(value) : std::string(value);
     }
 
     [[nodiscard]] std::string path() const {
@@ -74,11 +76,8 @@ class Search {
 
   private:
     bool bind(const ItemRule::Component &component, std::string_view given) {
-        if (is_any(given)) {
+        if (!component.is_key || is_any(given)) {
             return true;
-        }
-        if (!component.is_key) {
-            return component.text == given;
         }
         if (component.is_family) {
             given = family_name(given);
@@ -94,8 +93,8 @@ class Search {
 
     const Transaction &transaction_;
     const ItemRule &rule_;
-    std::vector<std::string> bound_; // key values asked for; empty for any
-    std::vector<std::string> values_;
+    std::array<std::string_view, ItemRule::deepest> bound_; // key values asked for; empty for any
+    std::array<std::string_view, ItemRule::deepest> values_;
     std::string key_;
     const Visit *visit_ = nullptr;
 };
@@ -131,7 +130,7 @@ std::ptrdiff_t Search::search(std::size_t level) {
 }
 
 std::ptrdiff_t Search::search_entry(std::size_t level, std::string_view key_value) {
-    values_[level] = key_value;
+    values_.at(level) = key_value;
     return search(level + 1);
 }
 
@@ -205,10 +204,13 @@ std::optional<Value> SystemDatabase::get(std::string_view path) const {
 }
 
 void SystemDatabase::find(std::string_view pattern, const std::function<bool(const Item &)> &visit) const {
-    const auto components = split_path(pattern);
+    const PathComponents components(pattern);
     for (const ItemRule &rule : rules_) {
+        if (components.size() != rule.path.size() || !Search::fits(rule, components)) {
+            continue;
+        }
         Search search(transaction_, rule);
-        if (components.size() != rule.path.size() || !search.bind(components)) {
+        if (!search.bind(components)) {
             continue;
         }
         const bool goes_on = search.run([&visit](const Search &at, const Value &value) {
@@ -221,11 +223,14 @@ void SystemDatabase::find(std::string_view pattern, const std::function<bool(con
 }
 
 std::vector<std::string> SystemDatabase::list(std::string_view path) const {
-    const auto components = split_path(path);
+    const PathComponents components(path);
     std::set<std::string> names;
     for (const ItemRule &rule : rules_) {
+        if (components.size() >= rule.path.size() || !Search::fits(rule, components)) {
+            continue;
+        }
         Search search(transaction_, rule);
-        if (components.size() >= rule.path.size() || !search.bind(components)) {
+        if (!search.bind(components)) {
             continue;
         }
         // One item below a name will do.
@@ -240,11 +245,11 @@ std::vector<std::string> SystemDatabase::list(std::string_view path) const {
 }
 
 std::vector<SystemDatabase::Item> SystemDatabase::items(std::string_view pattern) const {
-    const auto components = split_path(pattern);
+    const PathComponents components(pattern);
     std::vector<Item> found;
     for (const ItemRule &rule : rules_) {
         Search search(transaction_, rule);
-        if (search.bind(components)) {
+        if (Search::fits(rule, components) && search.bind(components)) {
             search.run([&found](const Search &at, const Value &value) {
                 found.push_back({at.path(), value});
                 return Search::all_levels;

@@ -5,6 +5,7 @@
 #include "platform/log.h"
 #include "vnos_platform.h"
 #include "walk/explain.h"
+#include "when.h"
 
 #include <algorithm>
 #include <cstring>
@@ -42,7 +43,7 @@ Node *first_of(const Node *parent, const SchemaNode &schema) {
 }
 
 Node *next_of(const Node *node) {
-    return node->schema().repeats() ? node->next_entry : nullptr;
+    return node->schema().repeats() ? next_entry(node) : nullptr;
 }
 
 // Whether a path of names, ".." for a parent, leads from the node to one that is not to be deleted.
@@ -58,8 +59,8 @@ bool reaches_node(const Node *node, std::string_view path) {
 
 class Walker {
   public:
-    Walker(Request &request, const Mapping &mapping, const ExistingEntries &existing)
-        : request_(request), mapping_(mapping), existing_(existing) {}
+    Walker(Request &request, const Mapping &mapping, const ExistingEntries &existing, const StoredNative &stored)
+        : request_(request), mapping_(mapping), existing_(existing), stored_(stored) {}
 
     void visit_children(Node *node) {
         for (const SchemaNode *below : node->schema().children) {
@@ -82,7 +83,10 @@ class Walker {
     cerrno call(Node *node, const Binding &binding);
     cerrno dispatch(Node *node, const Binding &binding);
     bool in_vrf();
+    bool condition_holds(const Node *node, WhenHandler handler);
+    void hold_conditions_below(const Node *node);
     cerrno call_toplevel(Node *node, const Binding &binding);
+    cerrno call_companion(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
     cerrno call_copy(const Node *node, const SchemaNode &target, const char *value);
     cerrno call_convert(const Node *node, const Binding &binding);
@@ -94,15 +98,22 @@ class Walker {
     Request &request_;
     const Mapping &mapping_;
     const ExistingEntries &existing_;
+    const StoredNative &stored_;
     WalkResult result_;
+    std::string note_;     // of the companion's service called last
+    bool handled_ = false; // it says that nothing is lost
 };
 
 void Walker::visit(Node *node) {
     const SchemaNode &schema = node->schema();
+    if (const WhenHandler when = mapping_.when(schema); when != nullptr && !condition_holds(node, when)) {
+        return;
+    }
     if (!mapping_.reaches(schema)) {
         // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
         if (!schema.is_key) {
             report(node, {});
+            hold_conditions_below(node);
         }
         return;
     }
@@ -128,6 +139,33 @@ void Walker::visit(Node *node) {
     request_.leave();
 }
 
+// Whether the node may be there. The client of an edit is refused one that may not; what an outer delete or replace
+// added is none.
+bool Walker::condition_holds(const Node *node, WhenHandler handler) {
+    const bool holds = when_holds(*node->schema().when, node, request_.is_read());
+    if (handler(&request_, holds ? node : nullptr) == 0) {
+        return true;
+    }
+    if (!request_.is_read() && !is_expanded(node)) {
+        throw Refused(Reason::unknown_element, instance_path(node),
+                      "the when condition \"" + node->schema().when->text + "\" is not satisfied");
+    }
+    return false;
+}
+
+// What is not mapped is held to the conditions as well.
+void Walker::hold_conditions_below(const Node *node) {
+    if (!mapping_.has_when_below(node->schema())) {
+        return;
+    }
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        const WhenHandler when = mapping_.when(below->schema());
+        if (when == nullptr || condition_holds(below, when)) {
+            hold_conditions_below(below);
+        }
+    }
+}
+
 // Tells the client of a node of an edit that came to nothing.
 void Walker::report(const Node *node, const std::string &note) {
     if (request_.is_read() || is_expanded(node)) {
@@ -151,13 +189,17 @@ Outcome Walker::serve(Node *node) {
         report(node, {});
         return Outcome::skipped;
     }
-    if (!request_.is_read() && !node->schema().config && binding->entry->served == Service::callback) {
+    const Service served = binding->entry->served;
+    if (!request_.is_read() && !node->schema().config &&
+        (served == Service::callback || served == Service::companion)) {
         report(node, "state cannot be edited");
         return Outcome::skipped;
     }
     const Request::Counts before = request_.counts;
     request_.error_path.clear();
     vnos_named_free(std::exchange(request_.fields().error_text, nullptr));
+    note_.clear();
+    handled_ = false;
     Explanation explanation(request_);
     const cerrno code = call(node, *binding);
     if (!request_.conflict.empty()) {
@@ -177,8 +219,8 @@ Outcome Walker::serve(Node *node) {
     }
     const Outcome outcome = outcome_of(node, *binding, code, before);
     if (!request_.is_read() && left_alone(node, *binding, outcome, before)) {
-        const std::string &hint = binding->entry->hint;
-        report(node, hint.empty() || node->is_delete() ? explanation.message([&] { call(node, *binding); }) : hint);
+        const std::string &hint = note_.empty() && !node->is_delete() ? binding->entry->hint : note_;
+        report(node, hint.empty() ? explanation.message([&] { call(node, *binding); }) : hint);
     }
     return outcome;
 }
@@ -189,7 +231,7 @@ bool Walker::left_alone(const Node *node, const Binding &binding, Outcome outcom
     const std::string &other = binding.entry->taken_with;
     const bool taken = !other.empty() && reaches_node(node->up(), other);
     const bool expected = binding.entry->may_write_nothing && !in_vrf(); // what only the default VRF has it keeps
-    if (request_.counts.adds != before.adds || expected || taken || whole_delete) {
+    if (request_.counts.adds != before.adds || expected || taken || whole_delete || handled_) {
         return false;
     }
     return outcome == Outcome::skipped || !node->schema().is_inner();
@@ -238,7 +280,7 @@ cerrno Walker::dispatch(Node *node, const Binding &binding) {
     case Service::convert_to:
         return call_convert(node, binding);
     case Service::companion:
-        return binding.companion(request_, *node);
+        return call_companion(node, binding);
     case Service::key:
         break;
     }
@@ -282,6 +324,14 @@ bool Walker::exists(const Node *entry) {
     }
     const std::vector<EntryKeys> existing = existing_(entry->up(), entry->schema());
     return std::find(existing.begin(), existing.end(), keys) != existing.end();
+}
+
+cerrno Walker::call_companion(Node *node, const Binding &binding) {
+    CompanionCall call{request_, *node, binding.function, stored_, {}};
+    const cerrno code = binding.companion(call);
+    note_ = std::move(call.note);
+    handled_ = call.handled;
+    return code;
 }
 
 cerrno Walker::call_select(Node *node, const Binding &binding) {
@@ -418,8 +468,8 @@ void expand_leaves(Request &request, const Mapping &mapping, Node *node, bool st
 
 } // namespace
 
-WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing) {
-    Walker walker(request, mapping, existing);
+WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing, const StoredNative &stored) {
+    Walker walker(request, mapping, existing, stored);
     walker.visit_children(request.source());
     return walker.take_result();
 }

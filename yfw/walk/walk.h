@@ -26,8 +26,9 @@ using ExistingEntries = std::function<std::vector<EntryKeys>(const Node *parent,
 // Maps the request's source into its destination: an edit, or, for the kinds of a read, the declaration of the native
 // paths that answer it. When a callback refuses, an edit throws Refused with the path, the reason in words and the
 // code; a read goes on without that node.
-// existing is for edits, which delete or replace by it what the request does not name.
-WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing);
+// existing is for edits, which delete or replace by it what the request does not name. stored is for both, and not
+// for the walk that renders.
+WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing, const StoredNative &stored);
 
 // Completes the tree of a read: below its innermost nodes come all nodes that are served; list entries without keys
 // stand for all. state: nodes of state are wanted too.

@@ -1,0 +1,349 @@
+#include "mapping/table_connections.h"
+
+#include "error.h"
+#include "mapping/companion.h"
+#include "request/instance.h"
+#include "request/request.h"
+#include "vnos_platform.h"
+#include "ymap_ocni_openconfig_network_instance_common_man_util.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+namespace yfw {
+
+namespace {
+
+constexpr std::string_view native_instance = "default"; // the one that the BGP mapping keeps redistributions in
+constexpr const char *native_as = "/bgp/instance/instance-as/four-byte-as";
+constexpr const char *native_family = "/bgp/instance/instance-as/four-byte-as/default-vrf/global/global-afs/global-af";
+
+// What the BGP mapping takes, and the native nodes that it writes below a family.
+struct Source {
+    std::string_view protocol;
+    std::string_view container;
+    std::string_view leaves; // below the container
+};
+constexpr auto sources = std::to_array<Source>({
+    {"DIRECTLY_CONNECTED", "/connected-routes", ""},
+    {"STATIC", "/static-routes", ""},
+    {"OSPF", "/ospf-routes", "/ospf-route"},
+    {"ISIS", "/isis-routes", "/isis-route"},
+});
+constexpr auto families = std::to_array<std::pair<std::string_view, std::string_view>>({
+    {"IPV4", "ipv4-unicast"},
+    {"IPV6", "ipv6-unicast"},
+});
+
+using RedistributionCall = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, const char *,
+                                      const char *);
+
+std::string_view text_of(const Node *leaf) {
+    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
+}
+
+// An identity's name without a prefix.
+std::string_view identity(const Node &entry, std::string_view key) {
+    const std::string_view text = text_of(child(&entry, key));
+    const auto colon = text.find(':');
+    return colon == std::string_view::npos ? text : text.substr(colon + 1);
+}
+
+// A table connection that the BGP mapping takes: its native place.
+struct Redistribution {
+    const Source *source = nullptr;
+    std::string_view family;
+
+    [[nodiscard]] std::string path(std::string_view leaf) const {
+        return std::string(native_family) + std::string(source->container) +
+               (leaf.empty() ? std::string() : std::string(source->leaves) + '/' + std::string(leaf));
+    }
+};
+
+// Why the BGP mapping does not take an entry; empty when it does.
+std::string place(const Node &entry, Redistribution &found) {
+    const Node *network_instance = entry.up()->up();
+    if (!is_default_network_instance(key_value(network_instance, 0))) {
+        return "only the default network instance's table connections are mapped";
+    }
+    if (identity(entry, "dst-protocol") != "BGP") {
+        return "only table connections into BGP are mapped";
+    }
+    const auto *source = std::find_if(sources.begin(), sources.end(), [&](const Source &row) {
+        return row.protocol == identity(entry, "src-protocol");
+    });
+    if (source == sources.end()) {
+        return "BGP takes routes of DIRECTLY_CONNECTED, STATIC, OSPF and ISIS";
+    }
+    const auto *family = std::find_if(families.begin(), families.end(),
+                                      [&](const auto &row) { return row.first == identity(entry, "address-family"); });
+    if (family == families.end()) {
+        return "BGP takes routes of IPV4 and IPV6";
+    }
+    found = {source, family->second};
+    return {};
+}
+
+// What the store holds of a path of native nodes, as a tree in an arena.
+Node *fetch(const CompanionCall &call, Arena &arena, const std::string &path) {
+    Node *wanted = new_root(arena, call.request.schema());
+    Node *found = new_root(arena, call.request.schema());
+    if (ensure_instance(arena, wanted, path) != nullptr && call.stored) {
+        call.stored(arena, wanted, found);
+    }
+    return found;
+}
+
+struct Instances {
+    std::string upper = "0"; // halves of its AS number
+    std::string lower;
+    std::string other; // the name of another one
+};
+
+Instances stored_instances(const CompanionCall &call) {
+    Instances instances;
+    Arena arena;
+    const Node *root = fetch(call, arena, std::string(native_as) + "/bgp-running");
+    const SchemaNode &list = *call.request.schema().find("/bgp/instance");
+    const Node *top = child(root, *list.parent);
+    const Entries *all = top == nullptr ? nullptr : entries(top, list);
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+        const Node *upper = child(entry, "instance-as");
+        const Node *lower = upper == nullptr ? nullptr : child(upper, "four-byte-as");
+        if (key_value(entry, 0) != native_instance) {
+            instances.other = key_value(entry, 0);
+        } else if (lower != nullptr) {
+            instances.upper = key_value(upper, 0);
+            instances.lower = key_value(lower, 0);
+        }
+    }
+    return instances;
+}
+
+// The same of the request, for an instance that it makes.
+void add_requested_instances(const Node &network_instance, Instances &instances) {
+    const Node *protocols = child(&network_instance, "protocols");
+    const Entries *all = protocols == nullptr ? nullptr : entries(protocols, *protocols->schema().child("protocol"));
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+        if (!is_bgp_entry(*entry)) {
+            continue;
+        }
+        const Node *node = entry;
+        bool is_deleted = entry->is_delete();
+        for (const char *name : {"bgp", "global", "config", "as"}) {
+            node = node == nullptr ? nullptr : child(node, name);
+            is_deleted = is_deleted || (node != nullptr && node->is_delete());
+        }
+        const std::string_view name = text_of(child(entry, "name"));
+        if (name != native_instance && !is_deleted) {
+            instances.other = name;
+        } else if (name == native_instance && (is_deleted || instances.lower.empty())) {
+            instances.lower = is_deleted ? std::string_view() : text_of(node);
+        }
+    }
+}
+
+// The context that the BGP mapping finds in the request; it goes with the request, or with the next one that is made.
+bool prepare(Request &request, const Instances &instances) {
+    vnos_named_free(std::exchange(request.fields().common_data_ptr, nullptr));
+    void *memory = vnos_named_calloc_(1, sizeof(oc_table_conn_ctx_t), "YFW MAP", 0);
+    if (memory == nullptr) {
+        return false;
+    }
+    auto *context = static_cast<oc_table_conn_ctx_t *>(memory);
+    std::strncpy(context->bgp_as, instances.upper.c_str(), sizeof(context->bgp_as) - 1);
+    std::strncpy(context->four_byte_as, instances.lower.c_str(), sizeof(context->four_byte_as) - 1);
+    request.fields().common_data_ptr = context;
+    return true;
+}
+
+cerrno hand_on(const CompanionCall &call) {
+    const std::string protocol(identity(call.node, "src-protocol"));
+    const std::string family(identity(call.node, "address-family"));
+    return reinterpret_cast<RedistributionCall>(call.function)(&call.request, &call.node, call.request.destination(),
+                                                               protocol.empty() ? nullptr : protocol.c_str(),
+                                                               family.c_str());
+}
+
+cerrno read(const CompanionCall &call) {
+    if (!is_default_network_instance(key_value(call.node.up()->up(), 0))) {
+        return OCBGP_SKIP_SUBTREE;
+    }
+    return prepare(call.request, stored_instances(call)) ? hand_on(call) : cerrno{YFW_ERR_NO_MEMORY};
+}
+
+// The native path with the keys that are known.
+std::string instance_of(const Redistribution &native, std::string path) {
+    path.insert(std::strlen(native_family), "[af-name=" + std::string(native.family) + ']');
+    path.insert(std::strlen("/bgp/instance"), "[instance-name=" + std::string(native_instance) + ']');
+    return path;
+}
+
+// What the store holds of the redistribution, or of a leaf of it.
+const Node *find_stored(const CompanionCall &call, Arena &arena, const Redistribution &native, std::string_view leaf) {
+    const std::string path = native.path(leaf);
+    return existing_node(fetch(call, arena, instance_of(native, path)), *call.request.schema().find(path));
+}
+
+// Runs the mapping of an entry while its deleted leaves are not there to be seen.
+cerrno without_deleted_leaves(CompanionCall &call) {
+    std::vector<Node *> hidden;
+    const Node *config = child(&call.node, "config");
+    for (Node *leaf = config == nullptr ? nullptr : config->first(); leaf != nullptr; leaf = leaf->next()) {
+        if (leaf->is_delete() && (leaf->flags & YFW_NODE_PRESENT) != 0) {
+            leaf->flags &= ~std::uint32_t{YFW_NODE_PRESENT};
+            hidden.push_back(leaf);
+        }
+    }
+    const cerrno code = hand_on(call);
+    for (Node *leaf : hidden) {
+        leaf->flags |= YFW_NODE_PRESENT;
+    }
+    return code;
+}
+
+// The instance and the family around a redistribution are shared: a create or replace is the redistribution's alone.
+cerrno set(CompanionCall &call, const Redistribution &native) {
+    const std::uint32_t operation = call.node.operation;
+    call.node.operation = YFW_OP_NONE;
+    const cerrno code = without_deleted_leaves(call);
+    call.node.operation = operation;
+    const SchemaNode *container = call.request.schema().find(native.path({}));
+    const Node *written = existing_node(call.request.destination(), *container);
+    if (code == 0 && operation != YFW_OP_NONE && written != nullptr) {
+        const_cast<Node *>(written)->set_operation(operation);
+    }
+    return code;
+}
+
+// The BGP mapping writes the family around what it deletes, so it is asked only when there is something.
+cerrno remove(CompanionCall &call, const Redistribution &native) {
+    Arena arena;
+    if (find_stored(call, arena, native, {}) == nullptr) {
+        call.handled = true;
+        return OCBGP_SKIP_SUBTREE;
+    }
+    const std::string enable = instance_of(native, std::string(native_family) + "/enable");
+    const bool had_enable = find_instance(call.request.destination(), enable) != nullptr;
+    const cerrno code = hand_on(call);
+    // A family that an outer replace does away with must not come back by what is written around the delete.
+    const bool is_asked_for = (call.node.flags & YFW_NODE_PRESENT) != 0;
+    Node *added = is_asked_for || had_enable ? nullptr : find_instance(call.request.destination(), enable);
+    if (added != nullptr) {
+        unlink(added);
+    }
+    return code == 0 ? cerrno{OCBGP_SKIP_SUBTREE} : code;
+}
+
+cerrno leave_alone(CompanionCall &call, std::string why) {
+    call.note = std::move(why);
+    return OCBGP_SKIP_SUBTREE;
+}
+
+} // namespace
+
+cerrno map_table_connection(CompanionCall &call) {
+    if (call.request.is_read()) {
+        return read(call);
+    }
+    Redistribution native;
+    if (std::string why = place(call.node, native); !why.empty()) {
+        return leave_alone(call, std::move(why));
+    }
+    Instances instances = stored_instances(call);
+    if (!call.node.is_delete()) {
+        add_requested_instances(*call.node.up()->up(), instances);
+    }
+    if (instances.lower.empty() && !instances.other.empty()) {
+        return leave_alone(call, "redistribution goes into the BGP instance named default, and this one is named " +
+                                     instances.other);
+    }
+    if (instances.lower.empty() && !call.node.is_delete()) {
+        throw Refused(Reason::constraint, instance_path(&call.node),
+                      "the AS number of the BGP instance default is not known: configure it before, or in the same "
+                      "edit");
+    }
+    if (!prepare(call.request, instances)) {
+        return YFW_ERR_NO_MEMORY;
+    }
+    return call.node.is_delete() ? remove(call, native) : set(call, native);
+}
+
+namespace {
+
+// Another value of a leaf-list that is to be set, and that stands behind the node when later is set.
+bool has_sibling_value(const Node &value, bool later) {
+    const Node *first = later ? next_entry(&value) : entries(value.up(), value.schema())->first;
+    for (const Node *other = first; other != nullptr; other = next_entry(other)) {
+        if (!other->is_delete()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+cerrno write_leaf(CompanionCall &call, const Redistribution &native, std::string_view leaf, const char *value) {
+    return yfw_map_datatree_add_path_flagged(&call.request, call.request.destination(), native.path(leaf).c_str(),
+                                             nullptr, value, &call.node, nullptr, 0, 0);
+}
+
+// The end of a native leaf. What an outer node's operation brings about is written only where there is something.
+cerrno end_leaf(CompanionCall &call, const Redistribution &native, std::string_view leaf) {
+    Arena arena;
+    const Node *stored = find_stored(call, arena, native, leaf);
+    const bool is_policy = call.node.schema().kind == NodeKind::leaf_list && call.node.value != nullptr;
+    const bool is_other = stored != nullptr && is_policy && text_of(stored) != call.node.value;
+    if (stored != nullptr && !is_other) {
+        return write_leaf(call, native, leaf, nullptr);
+    }
+    if (call.node.operation == YFW_OP_DELETE && (call.node.flags & YFW_NODE_PRESENT) != 0) {
+        throw Refused(Reason::data_missing, instance_path(&call.node), "there is nothing to delete");
+    }
+    return 0;
+}
+
+cerrno map_policy(CompanionCall &call, const Redistribution &native) {
+    constexpr std::string_view leaf = "route-policy-name";
+    if (call.node.is_delete()) {
+        return has_sibling_value(call.node, false) ? 0 : end_leaf(call, native, leaf); // else another takes its place
+    }
+    if (has_sibling_value(call.node, true)) {
+        call.handled = false;
+        return leave_alone(call, "a redistribution takes one policy: the last one given");
+    }
+    return call.node.op_is_set() ? write_leaf(call, native, leaf, call.node.value) : 0;
+}
+
+cerrno map_metric(CompanionCall &call, const Redistribution &native) {
+    constexpr std::string_view leaf = "default-metric";
+    if (!call.node.is_delete() && text_of(&call.node) == "true") {
+        return call.node.op_is_set() ? write_leaf(call, native, leaf, "0") : 0;
+    }
+    // The mapping of the entry adds nothing for false: what is stored has to go.
+    const std::uint32_t operation = call.node.operation;
+    const bool was_set = call.node.op_is_set();
+    if (!call.node.is_delete()) {
+        call.node.set_operation(YFW_OP_REMOVE);
+    }
+    const cerrno code = end_leaf(call, native, leaf);
+    call.node.operation = operation;
+    if (!was_set) {
+        call.node.flags &= ~std::uint32_t{YFW_NODE_OP_SET};
+    }
+    return code;
+}
+
+} // namespace
+
+cerrno map_table_connection_leaf(CompanionCall &call) {
+    Redistribution native;
+    if (call.request.is_read() || !place(*call.node.up()->up(), native).empty()) {
+        return 0;
+    }
+    call.handled = true;
+    return call.node.schema().kind == NodeKind::leaf_list ? map_policy(call, native) : map_metric(call, native);
+}
+
+} // namespace yfw
