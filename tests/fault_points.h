@@ -84,12 +84,17 @@ void *operator new(std::size_t size) {
 void *operator new[](std::size_t size) {
     return operator new(size);
 }
-#ifndef NDEBUG
-// simdjson is all that asks this way, and in a debug build it does not look whether it got the memory for its checks.
-void *operator new[](std::size_t size, const std::nothrow_t &) noexcept {
-    return std::malloc(size == 0 ? 1 : size);
+// simdjson is all that asks this way.
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept {
+    return Fault::strikes(FaultPoint::allocation) ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
+void *operator new[](std::size_t size, const std::nothrow_t &) noexcept {
+#ifndef NDEBUG // in a debug build it does not look whether it got the memory for its checks
+    return std::malloc(size == 0 ? 1 : size);
+#else
+    return operator new(size, std::nothrow);
 #endif
+}
 void operator delete(void *memory) noexcept {
     std::free(memory);
 }
