@@ -34,7 +34,7 @@ inline std::string replaced(const std::string &text, const std::string &form, co
 }
 
 // N for a neighbour of the default VRF, W for one of another VRF, G for a group, NA, WA and GA for their families, O
-// for OpenConfig's neighbour.
+// for OpenConfig's neighbour, P for its group.
 inline std::string brief(std::string lines) {
     for (const auto &[form, letter] :
          {std::pair("F/default-vrf/bgp-entity/neighbors/neighbor", "N"),
@@ -44,6 +44,7 @@ inline std::string brief(std::string lines) {
           {"W/vrf-neighbor-afs/vrf-neighbor-af", "WA"},
           {"G/neighbor-group-afs/neighbor-group-af", "GA"},
           {"/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor", "O"},
+          {"/network-instances/network-instance/protocols/protocol/bgp/peer-groups/peer-group", "P"},
           {" @network-instance", ""}}) {
         lines = replaced(lines, form, letter);
     }
@@ -71,6 +72,14 @@ struct Case {
     std::uint32_t kind = YFW_KIND_EDIT;
 };
 
+// The request names all that is there.
+inline void mark_present(Node *node) {
+    node->flags |= YFW_NODE_PRESENT;
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        mark_present(below);
+    }
+}
+
 inline void check(const std::string &name, const std::vector<Case> &cases) {
     for (const auto &[request, expected, kind] : cases) {
         Scene scene(kind);
@@ -79,7 +88,7 @@ inline void check(const std::string &name, const std::vector<Case> &cases) {
         for (std::string line; std::getline(lines, line);) {
             node = scene.map(line);
         }
-        node->flags |= YFW_NODE_PRESENT;
+        mark_present(scene.request.source());
         EXPECT_EQ(call(scene, name, node), expected) << name << ": " << request << ", kind " << kind;
     }
 }
@@ -89,6 +98,12 @@ inline const std::string families[] = {"/neighbor-afs/neighbor-af[af-name=ipv4-u
 
 inline std::string nbr(const std::string &vrf, const std::string &leaf, int number = 1) {
     return protocol(vrf) + oc_list + "[neighbor-address=10.0.0." + std::to_string(number) + "]" + leaf;
+}
+
+inline const std::string group_entry = oc_group + "[peer-group-name=edge]", oc_family = "/afi-safis/afi-safi";
+
+inline std::string grp(const std::string &leaf, const std::string &vrf = "DEFAULT") {
+    return protocol(vrf) + group_entry + leaf;
 }
 
 // Lines of the entries of some families.

@@ -183,6 +183,25 @@ class Scene {
     std::string take() { return journal_.take(); }
 };
 
+// Lines of cells between "|", the first line left out; a line that ends in "\\" goes on. In a cell "; " stands for a
+// new line.
+inline std::vector<std::vector<std::string>> table(const std::string &text) {
+    static const std::regex edges("^ +| +$"), semicolon("; "), goes_on("\\\\\n *");
+    std::vector<std::vector<std::string>> rows;
+    std::istringstream lines(std::regex_replace(text, goes_on, " "));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream cells(line);
+        std::vector<std::string> row;
+        for (std::string cell; std::getline(cells, cell, '|');) {
+            row.push_back(std::regex_replace(std::regex_replace(cell, edges, ""), semicolon, "\n"));
+        }
+        if (!row.empty()) {
+            rows.push_back(row);
+        }
+    }
+    return rows;
+}
+
 // A request of some lines, of which the last is mapped, on a stored configuration, and what comes of it.
 struct Row {
     std::vector<std::string> request;

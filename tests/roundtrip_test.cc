@@ -300,6 +300,20 @@ void RoundTrip::check_all(const std::string &vrf, bool named_vrf) {
     EXPECT_GT(leaves, 10);
 }
 
+TEST_F(RoundTrip, EveryExceptionIsTold) {
+    const MappingDescription &description = engine().mapping().description();
+    for (const Exception &row : exceptions) {
+        for (const MappingEntry &entry : description.entries) {
+            const bool is_told = std::any_of(description.notes.begin(), description.notes.end(), [&](const auto &note) {
+                return std::find(note.paths.begin(), note.paths.end(), entry.path) != note.paths.end();
+            });
+            if (entry.path.starts_with("/network-instances") && entry.path.ends_with(row.leaf)) {
+                EXPECT_TRUE(is_told) << "mapping/bgp.json has no note about " << entry.path;
+            }
+        }
+    }
+}
+
 TEST_F(RoundTrip, EveryMappedLeafInTheDefaultVrf) {
     check_all("DEFAULT", false);
 }

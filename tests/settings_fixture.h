@@ -5,24 +5,6 @@
 
 namespace yfw::test {
 
-// Lines of cells between "|", the first line left out; in a cell "; " stands for a new line.
-inline std::vector<std::vector<std::string>> table(const std::string &text) {
-    static const std::regex edges("^ +| +$"), semicolon("; ");
-    std::vector<std::vector<std::string>> rows;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream cells(line);
-        std::vector<std::string> row;
-        for (std::string cell; std::getline(cells, cell, '|');) {
-            row.push_back(std::regex_replace(std::regex_replace(cell, edges, ""), semicolon, "\n"));
-        }
-        if (!row.empty()) {
-            rows.push_back(row);
-        }
-    }
-    return rows;
-}
-
 // Paths of OpenConfig's network-instance module: "N" the network instance, "P" the protocol entry, "G" its global
 // container. What is added under another namespace stays as it is.
 inline std::string openconfig_lines(std::string lines) {

@@ -6,8 +6,10 @@
 #include <libyang/libyang.h>
 #include <libyang/plugins_types.h>
 
+#include <array>
 #include <bit>
 #include <map>
+#include <set>
 #include <unordered_map>
 
 namespace yfw {
@@ -339,6 +341,76 @@ const Module *Schema::identity_module(const SchemaNode &leaf, std::string_view i
         }
     }
     return found == nullptr ? nullptr : module(found->name);
+}
+
+namespace {
+
+const char *identity_base(const lysc_type *type) {
+    return reinterpret_cast<const lysc_type_identityref *>(type)->bases[0]->name;
+}
+
+void collect_names(const lysc_type *type, std::set<std::string> &identities, std::vector<std::string> &into) {
+    LY_ARRAY_COUNT_TYPE i = 0;
+    if (type->basetype == LY_TYPE_BOOL) {
+        into.insert(into.end(), {"true", "false"});
+    } else if (type->basetype == LY_TYPE_ENUM) {
+        const lysc_type_bitenum_item *items = reinterpret_cast<const lysc_type_enum *>(type)->enums;
+        LY_ARRAY_FOR(items, i) {
+            into.emplace_back(items[i].name);
+        }
+    } else if (type->basetype == LY_TYPE_IDENT) {
+        const auto *reference = reinterpret_cast<const lysc_type_identityref *>(type);
+        std::unordered_map<std::string, const lys_module *> found;
+        LY_ARRAY_FOR(reference->bases, i) {
+            collect_identities(reference->bases[i], found);
+        }
+        for (const auto &[name, module] : found) {
+            identities.insert(name);
+        }
+    } else if (type->basetype == LY_TYPE_UNION) {
+        const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
+        LY_ARRAY_FOR(members, i) {
+            collect_names(members[i], identities, into);
+        }
+    }
+}
+
+std::string type_text(const lysc_type *type) {
+    if (type->basetype == LY_TYPE_IDENT) {
+        return std::string("identity of ") + identity_base(type);
+    }
+    if (type->basetype == LY_TYPE_UNION) {
+        std::string text;
+        const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
+        LY_ARRAY_COUNT_TYPE i = 0;
+        LY_ARRAY_FOR(members, i) {
+            const std::string member = type_text(members[i]);
+            if (text != member && !text.ends_with(" or " + member)) {
+                text += (text.empty() ? "" : " or ") + member;
+            }
+        }
+        return text;
+    }
+    constexpr std::array names{
+        "unknown", "binary",  "uint8",     "uint16", "uint32",      "uint64",      "string",
+        "bits",    "boolean", "decimal64", "empty",  "enumeration", "identityref", "instance-identifier",
+        "leafref", "union",   "int8",      "int16",  "int32",       "int64"};
+    static_assert(names.size() == LY_DATA_TYPE_COUNT);
+    return names.at(type->basetype);
+}
+
+} // namespace
+
+std::string Schema::type_name(const SchemaNode &leaf) {
+    return type_text(type_of(leaf.compiled));
+}
+
+std::vector<std::string> Schema::named_values(const SchemaNode &leaf) {
+    std::vector<std::string> values;
+    std::set<std::string> identities;
+    collect_names(type_of(leaf.compiled), identities, values);
+    values.insert(values.end(), identities.begin(), identities.end());
+    return values;
 }
 
 bool Schema::is_number(const SchemaNode &leaf, std::string_view value) const {

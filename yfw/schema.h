@@ -91,6 +91,12 @@ class Schema {
     // Whether a union leaf's value is a number for JSON.
     [[nodiscard]] bool is_number(const SchemaNode &leaf, std::string_view value) const;
 
+    // The leaf's type in YANG's words: "uint32", "identity of AFI_SAFI_TYPE", "uint32 or string".
+    [[nodiscard]] static std::string type_name(const SchemaNode &leaf);
+    // The values that the leaf's type spells out: true and false, enumerated names, identities. A union's are those of
+    // all its members; other types have none.
+    [[nodiscard]] static std::vector<std::string> named_values(const SchemaNode &leaf);
+
     [[nodiscard]] ly_ctx *context() const { return context_.get(); }
 
   private:

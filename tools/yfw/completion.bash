@@ -1,18 +1,17 @@
-#Completion of yfw for bash.Installed where bash - completion looks for it; can be sourced as well.
+# Completion of yfw for bash. Installed where bash-completion looks for it; can be sourced as well.
 
-#The subcommand among the words before the one being completed; the values of options are none.
-_yfw_subcommand() {
-    local i word for ((i = 1; i < COMP_CWORD; i++));
-    do
-        word = $ {
-            COMP_WORDS[i]
-        }
+# The subcommand among the words before the one being completed; the values of options are none.
+_yfw_subcommand()
+{
+    local i word
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        word=${COMP_WORDS[i]}
         case $word in
             --db | --models | --mapping | --plugin | --log-level | --default-operation | -o | --output)
                 [[ ${COMP_WORDS[i + 1]} == "=" ]] && ((i++))
                 ((i++))
                 ;;
-            edit | get | sysdb | map)
+            edit | get | load | sysdb | map)
                 printf '%s' "$word"
                 return
                 ;;
@@ -23,7 +22,7 @@ _yfw_subcommand() {
 _yfw()
 {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command options
-#"--db=DIR" comes as three words.
+    # "--db=DIR" comes as three words.
     if [[ $cur == "=" ]]; then
         cur=
     elif [[ $prev == "=" ]]; then
@@ -60,14 +59,15 @@ _yfw()
     case $command in
         edit) options+=" --dry-run --default-operation --skip-unknown --strict --output" ;;
         get) options+=" --native --paths --state --output" ;;
+        map) options+=" --deviations --markdown" ;;
         "") options+=" --version" ;;
     esac
 
     if [[ $cur == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
     elif [[ -z $command ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "edit get sysdb map" -- "$cur")
-    elif [[ $command == edit ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "edit get load sysdb map" -- "$cur")
+    elif [[ $command == edit || $command == load ]]; then
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
     fi

@@ -1,7 +1,10 @@
 // yfw edit: translates OpenConfig edits, shows and commits the native ones.
 #include "command.h"
 
+#include "platform/temporary_directory.h"
+
 #include <map>
+#include <optional>
 
 namespace yfw::tool {
 
@@ -18,31 +21,16 @@ struct Arguments {
 // its own where there is none.
 class DryRunDirectory {
   public:
-    explicit DryRunDirectory(const std::filesystem::path &db) {
-        if (std::filesystem::exists(db / "data.mdb")) {
-            directory_ = db;
-            return;
-        }
-        std::string pattern = (std::filesystem::temp_directory_path() / "yfw-dry-run-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw Unusable("cannot make a directory in " + std::filesystem::temp_directory_path().string());
-        }
-        directory_ = pattern;
-        own_ = true;
-    }
-    ~DryRunDirectory() {
-        std::error_code ignored;
-        if (own_) {
-            std::filesystem::remove_all(directory_, ignored);
+    explicit DryRunDirectory(const std::filesystem::path &db) : db_(db) {
+        if (!std::filesystem::exists(db / "data.mdb")) {
+            own_.emplace();
         }
     }
-    DryRunDirectory(const DryRunDirectory &) = delete;
-    DryRunDirectory &operator=(const DryRunDirectory &) = delete;
-    [[nodiscard]] const std::filesystem::path &path() const { return directory_; }
+    [[nodiscard]] const std::filesystem::path &path() const { return own_ ? own_->path() : db_; }
 
   private:
-    std::filesystem::path directory_;
-    bool own_ = false;
+    const std::filesystem::path &db_;
+    std::optional<TemporaryDirectory> own_;
 };
 
 void report(const Messages &messages, const EditResult &result) {

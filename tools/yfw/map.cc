@@ -1,56 +1,15 @@
 // yfw map: which node is served by what, and which is not.
 #include "command.h"
 
-#include <set>
+#include "describe/deviations.h"
+#include "describe/samples.h"
+#include "describe/table.h"
+
+#include <algorithm>
 
 namespace yfw::tool {
 
 namespace {
-
-// The leaves, and the containers that stand for all that they hold.
-void collect(const Node *node, std::set<std::string> &into) {
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        const SchemaNode &schema = below->schema();
-        if (!schema.is_inner() || (schema.kind == NodeKind::container && below->first() == nullptr)) {
-            into.insert(schema.path);
-        } else {
-            collect(below, into);
-        }
-    }
-}
-
-// The native nodes that a read of a served leaf fetches, but for those that its ancestors ask for.
-std::set<std::string> native_nodes(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction,
-                                   std::string_view network_instance) {
-    constexpr std::string_view list = "/network-instances/network-instance";
-    const auto named = [&](std::string path) {
-        return path.starts_with(list) ? path.insert(list.size(), network_instance) : path;
-    };
-    std::set<std::string> found;
-    collect(engine.declare({named(leaf.path)}, false, transaction)->destination(), found);
-    const SchemaNode *parent = leaf.parent;
-    while (parent->depth > 0 && engine.mapping().find(*parent) == nullptr) {
-        parent = parent->parent;
-    }
-    std::set<std::string> above;
-    if (parent->depth > 0) {
-        const auto asked = engine.declare({named(parent->path)}, false, transaction, Engine::Below::left_out);
-        collect(asked->destination(), above);
-    }
-    for (const std::string &path : above) {
-        found.erase(path);
-    }
-    return found;
-}
-
-std::set<std::string> native_nodes(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction) {
-    try {
-        return native_nodes(engine, leaf, transaction, "");
-    } catch (const Refused &) {
-        // Without a name the network instance is the default one, which not every node is there for.
-        return native_nodes(engine, leaf, transaction, "[name=VRF]");
-    }
-}
 
 void print_node(const Engine &engine, const SchemaNode &node, const Transaction &transaction) {
     const Binding *binding = engine.mapping().find(node);
@@ -63,12 +22,28 @@ void print_node(const Engine &engine, const SchemaNode &node, const Transaction 
     const MappingEntry &entry = *binding->entry;
     std::printf("%s\n    %s%s%s\n", node.path.c_str(), service_name(entry.served), entry.name.empty() ? "" : " ",
                 entry.name.c_str());
-    if (node.is_inner() || entry.served == Service::key) {
-        return;
+    if (!node.is_inner() && entry.served != Service::key) {
+        for (const std::string &path : Sampler::fetched(engine, node, transaction)) {
+            std::printf("    -> %s\n", path.c_str());
+        }
     }
-    for (const std::string &path : native_nodes(engine, node, transaction)) {
-        std::printf("    -> %s\n", path.c_str());
+    for (const MappingNote &note : engine.mapping().description().notes) {
+        if (std::find(note.paths.begin(), note.paths.end(), node.path) != note.paths.end()) {
+            std::printf("    note: %s\n", note.text.c_str());
+        }
     }
+}
+
+void print_deviations(const Globals &globals) {
+    Session session(globals);
+    Sink sink(stdout);
+    write_deviations(sink, session.engine().mapping());
+}
+
+void print_table(const Globals &globals) {
+    Session session(globals);
+    Sink sink(stdout);
+    write_table(sink, session.engine());
 }
 
 void run(const Globals &globals, const std::string &path) {
@@ -95,10 +70,32 @@ void run(const Globals &globals, const std::string &path) {
 
 void add_map(CLI::App &app, const Globals &globals, int *) {
     auto path = std::make_shared<std::string>();
+    auto deviations = std::make_shared<bool>(false);
+    auto markdown = std::make_shared<bool>(false);
     CLI::App *command =
         app.add_subcommand("map", "Show the mapping: what serves a node, and the native leaves it becomes");
-    command->add_option("PATH", *path, "Only this node and what lies below; without keys and prefixes");
-    command->callback([&globals, path] { run(globals, *path); });
+    CLI::Option *below =
+        command->add_option("PATH", *path, "Only this node and what lies below; without keys and prefixes");
+    command
+        ->add_flag(
+            "--deviations", *deviations,
+            "Print a YANG module that marks the BGP and table-connection nodes that are not mapped as not supported")
+        ->excludes(below);
+    command
+        ->add_flag("--markdown", *markdown,
+                   "Print the whole mapping as a document: what each node becomes, found by "
+                   "translating sample values")
+        ->excludes(below)
+        ->excludes("--deviations");
+    command->callback([&globals, path, deviations, markdown] {
+        if (*deviations) {
+            print_deviations(globals);
+        } else if (*markdown) {
+            print_table(globals);
+        } else {
+            run(globals, *path);
+        }
+    });
 }
 
 } // namespace yfw::tool

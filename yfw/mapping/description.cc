@@ -89,6 +89,19 @@ MappingHelper read_helper(const lyd_node *node) {
     return helper;
 }
 
+MappingNote read_note(const lyd_node *node) {
+    MappingNote note;
+    const lyd_node *leaf = nullptr;
+    LY_LIST_FOR(lyd_child(node), leaf) {
+        if (std::string_view(leaf->schema->name) == "text") {
+            note.text = lyd_get_value(leaf);
+        } else {
+            note.paths.emplace_back(lyd_get_value(leaf));
+        }
+    }
+    return note;
+}
+
 } // namespace
 
 const char *service_name(Service service) {
@@ -117,12 +130,17 @@ MappingDescription read_mapping(const std::filesystem::path &file) {
     MappingDescription description;
     const lyd_node *node = nullptr;
     LY_LIST_FOR(lyd_child(parsed), node) {
-        if (std::string_view(node->schema->name) == "entry") {
+        const std::string_view name = node->schema->name;
+        if (name == "entry") {
             description.entries.push_back(read_entry(node));
-        } else if (std::string_view(node->schema->name) == "when") {
+        } else if (name == "when") {
             description.conditions.push_back(read_when(node));
-        } else {
+        } else if (name == "helper") {
             description.helpers.push_back(read_helper(node));
+        } else if (name == "note") {
+            description.notes.push_back(read_note(node));
+        } else {
+            description.revision = lyd_get_value(node);
         }
     }
     return description;

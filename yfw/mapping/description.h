@@ -33,10 +33,18 @@ struct MappingHelper {
     std::string reason;
 };
 
+// What a reader should know of some nodes.
+struct MappingNote {
+    std::string text;
+    std::vector<std::string> paths;
+};
+
 struct MappingDescription {
+    std::string revision; // a date, or empty
     std::vector<MappingEntry> entries;
     std::vector<MappingWhen> conditions;
     std::vector<MappingHelper> helpers;
+    std::vector<MappingNote> notes;
 };
 
 // The word of the description's "served" leaf.

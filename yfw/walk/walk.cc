@@ -46,15 +46,23 @@ Node *next_of(const Node *node) {
     return node->schema().repeats() ? next_entry(node) : nullptr;
 }
 
-// Whether a path of names, ".." for a parent, leads from the node to one that is not to be deleted.
+// Whether a path of names, ".." for a parent, leads from the node to one that is not to be deleted: of a list any
+// entry.
 bool reaches_node(const Node *node, std::string_view path) {
-    while (node != nullptr && !path.empty()) {
-        const std::string_view name = path.substr(0, path.find('/'));
-        path.remove_prefix(std::min(path.size(), name.size() + 1));
-        const SchemaNode *below = name == ".." ? nullptr : node->schema().child(name);
-        node = name == ".." ? node->up() : below == nullptr ? nullptr : first_of(node, *below);
+    if (path.empty()) {
+        return !node->is_delete();
     }
-    return node != nullptr && !node->is_delete();
+    const std::string_view name = path.substr(0, path.find('/'));
+    path.remove_prefix(std::min(path.size(), name.size() + 1));
+    if (name == "..") {
+        return reaches_node(node->up(), path);
+    }
+    const SchemaNode *below = node->schema().child(name);
+    const Node *next = below == nullptr ? nullptr : first_of(node, *below);
+    while (next != nullptr && !reaches_node(next, path)) {
+        next = next_of(next);
+    }
+    return next != nullptr;
 }
 
 class Walker {
@@ -203,7 +211,8 @@ Outcome Walker::serve(Node *node) {
     Explanation explanation(request_);
     const cerrno code = call(node, *binding);
     if (!request_.conflict.empty()) {
-        throw Refused(Reason::invalid_value, request_.conflict, "its native leaf holds one value, and has another");
+        throw Refused(Reason::invalid_value, request_.conflict,
+                      "its native leaf takes one value, and the edit names two");
     }
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
         if (is_expanded(node)) {

@@ -1,0 +1,13 @@
+// The whole mapping as a document for a reader.
+#pragma once
+
+#include "documents/sink.h"
+#include "engine.h"
+
+namespace yfw {
+
+// Writes the mapping as Markdown: what each served OpenConfig node becomes in the native model, which function maps it,
+// and what is read as what. What a node becomes is found by translating edits of sample values.
+void write_table(Sink &sink, const Engine &engine);
+
+} // namespace yfw
