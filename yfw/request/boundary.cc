@@ -29,9 +29,9 @@ Node *root_of(Node *node) {
 }
 
 // The schema node of a path that starts at the root ("/a/b") or at a node ("b/c").
-const SchemaNode *resolve(const Schema &schema, const Node *base, const char *path) {
+const SchemaNode *resolve(Request &request, const Node *base, const char *path) {
     if (path[0] == '/') {
-        return schema.find(path);
+        return request.find(path);
     }
     const SchemaNode *found = &base->schema();
     std::string_view rest = path;
@@ -164,7 +164,7 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
         value = nullptr; // a read names what it wants to know
     }
     auto *base = static_cast<Node *>(tree);
-    const SchemaNode *target = resolve(request.schema(), base, path);
+    const SchemaNode *target = resolve(request, base, path);
     if (target == nullptr || target->depth == 0 || !in_name_space(*target, name_space)) {
         return YFW_ERR_UNKNOWN_PATH;
     }
@@ -202,9 +202,8 @@ cerrno search(yfw_map_ctx ctx, cidl_yfw_datatree *tree, cidl_yfw_datatree **entr
     if (ctx == nullptr || tree == nullptr || path == nullptr || entry == nullptr) {
         return YFW_ERR_INVALID;
     }
-    const Schema &schema = request_of(ctx).schema();
     auto *base = static_cast<Node *>(tree);
-    const SchemaNode *list = resolve(schema, base, path);
+    const SchemaNode *list = resolve(request_of(ctx), base, path);
     if (list == nullptr || list->kind != NodeKind::list) {
         return YFW_ERR_UNKNOWN_PATH;
     }
@@ -245,7 +244,7 @@ void yfw_oc_error_path(yfw_map_ctx ctx) {
 cerrno yfw_map_get_node_info(yfw_map_ctx ctx, const char *path, const char *leaf, char **value) {
     *value = nullptr;
     Request &request = request_of(ctx);
-    const yfw::SchemaNode *schema = request.schema().find(path);
+    const yfw::SchemaNode *schema = request.find(path);
     const Node *node = schema == nullptr ? nullptr : request.current_node(*schema);
     if (node == nullptr) {
         return YFW_ERR_NO_ENTRY;
@@ -257,7 +256,7 @@ cerrno yfw_map_get_node_info(yfw_map_ctx ctx, const char *path, const char *leaf
 
 struct cidl_yfw_datatree *yfw_map_get_node(yfw_map_ctx ctx, const char *parent_path, const char *child) {
     Request &request = request_of(ctx);
-    const yfw::SchemaNode *schema = request.schema().find(parent_path);
+    const yfw::SchemaNode *schema = request.find(parent_path);
     const Node *node = schema == nullptr ? nullptr : request.current_node(*schema);
     if (node == nullptr || !schema->is_inner()) {
         return nullptr;

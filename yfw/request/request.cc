@@ -3,6 +3,9 @@
 #include "error.h"
 #include "vnos_platform.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace yfw {
 
 Request::Request(const Schema &schema, std::uint32_t kind, Log *log)
@@ -29,6 +32,19 @@ Request::~Request() {
     vnos_named_free(fields_.common_data_ptr);
     vnos_named_free(fields_.trim_path);
     arena_.wipe();
+}
+
+const SchemaNode *Request::find(const char *path) {
+    const auto address = reinterpret_cast<std::uintptr_t>(path);
+    Found &found = found_[(address ^ address >> 9U) % found_.size()];
+    if (found.path != path || std::strcmp(found.node->path.c_str(), path) != 0) {
+        const SchemaNode *node = schema_.find(path);
+        if (node == nullptr) {
+            return nullptr;
+        }
+        found = {path, node};
+    }
+    return found.node;
 }
 
 void Request::enter(Node *node) {

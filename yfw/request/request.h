@@ -26,6 +26,9 @@ class Request : public yfw_map_context {
     [[nodiscard]] const Schema &schema() const { return schema_; }
     [[nodiscard]] bool is_read() const { return kind_.kind == YFW_KIND_READ || kind_.kind == YFW_KIND_READ_STATE; }
     Arena &arena() { return arena_; }
+    // The schema node of an absolute path, or null. A plug-in names the same few hundred paths again and again, by the
+    // same constants: where one was found before, a look at the text is enough.
+    const SchemaNode *find(const char *path);
     [[nodiscard]] Node *source() const { return source_; } // the tree that is being mapped
     void set_source(Node *root) { source_ = root; }
     [[nodiscard]] Node *destination() const { return destination_; }
@@ -60,7 +63,13 @@ class Request : public yfw_map_context {
     Log *log() { return log_; }
 
   private:
+    struct Found {
+        const char *path = nullptr;
+        const SchemaNode *node = nullptr;
+    };
+
     const Schema &schema_;
+    std::array<Found, 512> found_; // by the address of the text
     Log *log_;
     Arena arena_;
     yfw_request_kind kind_{};
