@@ -301,6 +301,14 @@ TEST(Documents, NetconfElementsArePeeledOff) {
               "unknown-element /url: the element is not known in this place");
 }
 
+TEST(Documents, NumbersAreWrittenAsJsonHasThem) {
+    for (const auto &[given, number] : {std::pair("007", "7"), {"+5", "5"}, {"000", "0"}, {"70", "70"}}) {
+        const std::string_view tail = "</as></config></global>";
+        EXPECT_EQ(result_of(in_bgp("<global><config><as>" + std::string(given) + std::string(tail))),
+                  in_bgp(R"("global":{"config":{"as":)" + std::string(number) + "}}"));
+    }
+}
+
 TEST(Documents, SecretsAreNeverShown) {
     std::string text = in_bgp(R"("peer-groups":{"peer-group":[{"peer-group-name":"g","config":{"auth-password":P}}]})");
     for (const std::string value : {"true", R"(["hunter2"])", R"("hunter2\u0001")", R"("hunter2","auth-password":1)"}) {

@@ -4,6 +4,8 @@
 namespace yfw::test {
 namespace {
 
+std::optional<std::string> any_item; // the bytes of whatever item is asked for
+
 const std::string rm = "/remove-private-as-entire-as-path", rp = "/replace-private-as";
 
 std::string af(const std::string &family) {
@@ -76,5 +78,42 @@ TEST(FamilySettings, AreThereAndAgreeOrDoNot) {
     no_tuple_unpacks = false;
 }
 
+// The clients' common setting and the first private-AS setting, from items as long as no number and texts without end.
+TEST(FamilySettings, AreNotTakenFromItemsOfAnotherShape) {
+    using namespace std::string_literals;
+    using Have = cerrno(yfw_map_ctx, const char *, int, char *, int, const char *);
+    using Show = cerrno(yfw_map_ctx, const char *, int, char *, int, const char *, char *);
+    const Stored stored("@1" + af("ipv4-unicast") + "\n");
+    for (const auto &[item, expected] : {std::pair(""s, "0 40818800"),
+                                         {"\1"s, "0 40818800"},
+                                         {"\1\0\0"s, "0 40818800"},
+                                         {"\1\0\0\0"s, "1 40818800"},
+                                         {"\2\0\0\0"s, "0 40818800"},
+                                         {"1,1,0"s, "0 40818800"},
+                                         {"1,1,0\0"s, "0 1"}}) {
+        Scene scene;
+        scene.map(protocol("DEFAULT"));
+        any_item = item;
+        const std::string result = scene.run<Show>("vn_bgp_show_nbr_cfg", "10.0.0.1", 0, nullptr, 1, "OC", nullptr) +
+                                   ' ' + scene.run<Have>("vn_bgp_ordg_have_cfg", "10.0.0.1", 0, nullptr, 2, "OC");
+        any_item.reset();
+        EXPECT_EQ(replaced(result, "-> ", ""), expected) << item.size() << " bytes";
+    }
+}
+
 } // namespace
 } // namespace yfw::test
+
+extern "C" cerrno sysdb_item_get(sysdb_connid_t connection, const char *path, void **value, size_t *size) {
+    static const auto next = reinterpret_cast<decltype(&sysdb_item_get)>(dlsym(RTLD_NEXT, "sysdb_item_get"));
+    const auto &item = yfw::test::any_item;
+    if (!item) {
+        return next(connection, path, value, size);
+    }
+    *value = vnos_named_calloc_(1, item->size(), "YFW SYSDB", 0);
+    std::memcpy(*value, item->data(), item->size());
+    if (size != nullptr) {
+        *size = item->size();
+    }
+    return 0;
+}

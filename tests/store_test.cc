@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <fcntl.h>
 #include <functional>
 
@@ -321,42 +320,6 @@ TEST(Store, IsReadWhereNothingMayBeWritten) {
               }),
               0);
     fs::permissions(scratch / "db", fs::perms::owner_all);
-}
-
-TEST(Store, KilledInMidCommitHoldsTheOldOrTheNew) {
-    const ScratchDirectory scratch;
-    const Schema &schema = project_schema();
-    const auto generation = [](int number) { return neighbors(200, "/description=" + std::to_string(number)); };
-    edit(Store(scratch / "db", schema, Access::write), schema, generation(0));
-    for (int round = 0; round < 20; ++round) {
-        int ready[2];
-        ASSERT_EQ(::pipe(ready), 0);
-        const FileHandle from(ready[0]);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const Store store(scratch / "db", schema, Access::write);
-            for (int number = 1;; ++number) {
-                edit(store, schema, generation(number));
-                (void)!::write(ready[1], "x", 1);
-            }
-        }
-        const FileHandle to(ready[1]);
-        char byte = 0;
-        for (int i = 0; i <= round % 3; ++i) {
-            ASSERT_EQ(::read(from.get(), &byte, 1), 1);
-        }
-        const auto moment = std::chrono::steady_clock::now() + std::chrono::microseconds(100 * round);
-        while (std::chrono::steady_clock::now() < moment) {}
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        const std::string lines = fetch(Store(scratch / "db", schema, Access::write), schema, all);
-        const std::string number =
-            lines.substr(lines.find("description=") + 12, lines.find('\n') - lines.find("description=") - 12);
-        Arena arena; // to write the lines alike
-        std::string expected;
-        print_tree(make_tree(arena, schema, generation(std::stoi(number))), expected);
-        EXPECT_EQ(sorted(lines), sorted(expected)) << round;
-    }
 }
 
 } // namespace

@@ -46,6 +46,7 @@ std::vector<std::string> tell_unanswered(const WalkResult &walked) {
         }
     }
     std::vector<std::string> notes;
+    notes.reserve(lines.size());
     for (const auto &[line, more] : lines) {
         notes.push_back(more == 0 ? line : line + " (and " + std::to_string(more) + " more like it)");
     }

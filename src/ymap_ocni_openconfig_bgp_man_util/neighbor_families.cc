@@ -6,20 +6,23 @@
 
 namespace {
 
-// One family's item below the neighbour's families, or null. The caller releases it with oc_bgp_free_ptr.
-void *read_item(const char *families, const char *family, const char *leaf) {
+// One family's item below the neighbour's families, or null; size is its length in bytes, which need not be that of a
+// number, nor need it end a text. The caller releases it with oc_bgp_free_ptr.
+void *read_item(const char *families, const char *family, const char *leaf, std::size_t *size) {
     char path[NBR_PATH_SIZE + sizeof("0x19/ord_g/rm-private-as")];
     void *item = nullptr;
+    *size = 0;
     std::snprintf(path, sizeof(path), "%s%s%s", families, family, leaf);
-    yfw_oc_bgp_sysdb_get_data(path, &item, nullptr);
+    yfw_oc_bgp_sysdb_get_data(path, &item, size);
     return item;
 }
 
 } // namespace
 
 bool ymap_has_rr_client(const char *families, const char *family, uint32_t *value) {
-    void *item = read_item(families, family, "ord_g/rr-client");
-    const bool configured = item != nullptr && ymap_item_number(item) < 2;
+    std::size_t size = 0;
+    void *item = read_item(families, family, "ord_g/rr-client", &size);
+    const bool configured = item != nullptr && size >= sizeof(*value) && ymap_item_number(item) < 2;
     if (configured) {
         *value = ymap_item_number(item);
     }
@@ -30,16 +33,19 @@ bool ymap_has_rr_client(const char *families, const char *family, uint32_t *valu
 ymap_private_as ymap_read_private_as(const char *families, const char *family, int setting) {
     ymap_private_as result{};
     const bool remove = setting == NBR_REMOVE_PRIVATE_AS;
-    void *item = read_item(families, family, remove ? "ord_g/rm-private-as" : "ord_g/rp-private-as");
+    std::size_t size = 0;
+    void *item = read_item(families, family, remove ? "ord_g/rm-private-as" : "ord_g/rp-private-as", &size);
     if (item == nullptr) {
         return result;
     }
     result.exists = true;
     const auto *text = static_cast<const char *>(item);
     int32_t *number = result.number;
-    const uint32_t read = remove ? tuple_unpack(text, "%d%d%d", &number[0], &number[1], &number[2])
-                                 : tuple_unpack(text, "%d%d", &number[0], &number[1]);
-    result.unpacks = read != UINT32_MAX;
+    if (std::memchr(text, '\0', size) != nullptr) {
+        const uint32_t read = remove ? tuple_unpack(text, "%d%d%d", &number[0], &number[1], &number[2])
+                                     : tuple_unpack(text, "%d%d", &number[0], &number[1]);
+        result.unpacks = read != UINT32_MAX;
+    }
     result.configured = result.unpacks && number[0] != 0 && (!remove || number[1] != 0);
     oc_bgp_free_ptr(item);
     return result;

@@ -59,6 +59,7 @@ class Builder {
     [[nodiscard]] bool at_top() const { return levels_.size() == 1; }
     [[nodiscard]] std::size_t depth() const { return levels_.size() - 1; }
     [[nodiscard]] const Schema &schema() const { return schema_; }
+    [[nodiscard]] Arena &arena() { return arena_; }
     [[nodiscard]] const ReadOptions &options() const { return options_; }
 
     // For a child of the current level, or with null for the level itself.

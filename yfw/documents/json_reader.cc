@@ -114,7 +114,11 @@ class JsonReader {
         const auto *end = static_cast<const char *>(std::memchr(begin, '"', room));
         std::string_view name(begin, end == nullptr ? 0 : static_cast<std::size_t>(end - begin));
         if (name.find('\\') != std::string_view::npos) {
-            take(member.unescaped_key(), name);
+            std::size_t length = 0;
+            while (length < room && begin[length] != '"') {
+                length += begin[length] == '\\' ? 2 : 1;
+            }
+            name = unescaped(member.key(), length);
         }
         return name;
     }
@@ -252,16 +256,30 @@ class JsonReader {
         }
     }
 
-    std::string_view string(const SchemaNode &schema, ondemand::value &value, std::string_view token) {
+    // simdjson's own buffer for these is not used: it does not look whether it got the memory.
+    std::string_view unescaped(ondemand::raw_json_string raw, std::size_t longest) {
+        auto *place = static_cast<std::uint8_t *>(builder_.arena().allocate(longest + simdjson::SIMDJSON_PADDING));
+        std::string_view text;
+        take(parser_.unescape(raw, place), text);
+        return text;
+    }
+
+    std::string_view string_in(ondemand::value &value, std::string_view token) {
         if (token.size() < 2 || token.back() != '"') {
             malformed(simdjson::STRING_ERROR);
         }
-        std::string_view text = token.substr(1, token.size() - 2);
-        if (std::memchr(text.data(), '\\', text.size()) == nullptr) {
-            read_over_string(value);
+        ondemand::raw_json_string raw;
+        take(value.get_raw_json_string(), raw);
+        const std::string_view text = token.substr(1, token.size() - 2);
+        const bool has_escapes = std::memchr(text.data(), '\\', text.size()) != nullptr;
+        return has_escapes ? unescaped(raw, token.size()) : text;
+    }
+
+    std::string_view string(const SchemaNode &schema, ondemand::value &value, std::string_view token) {
+        const std::string_view text = string_in(value, token);
+        if (std::memchr(token.data(), '\\', token.size()) == nullptr) {
             return text;
         }
-        take(value.get_string(), text);
         const auto is_forbidden = [](char c) {
             return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
         };
@@ -375,7 +393,7 @@ class JsonReader {
     std::uint32_t operation_named(const SchemaNode *of, ondemand::value value) {
         std::string_view name;
         if (type_of(value) == ondemand::json_type::string) {
-            take(value.get_string(), name);
+            name = string_in(value, without_trailing_blanks(value.raw_json_token()));
         }
         return builder_.operation(of, name);
     }

@@ -1,6 +1,8 @@
 #include "json_check.h"
 #include "write_common.h"
 
+#include <algorithm>
+
 namespace yfw {
 
 namespace {
@@ -148,6 +150,8 @@ class JsonWriter {
             quoted(hidden_value);
         } else if (is_bare(leaf, text)) {
             sink_.put(text);
+        } else if (leaf.type == BaseType::integer) {
+            integer(text);
         } else if (const Module *module = identity_of(schema_, leaf, text)) {
             sink_.put('"');
             sink_.put(module->name);
@@ -159,7 +163,21 @@ class JsonWriter {
         }
     }
 
-    // A number as YANG takes it ("007", "+5") may be none for JSON; then a string is.
+    // A number as YANG takes it ("007", "+5") may be none for JSON, which then gets the same one as it writes it.
+    void integer(std::string_view text) {
+        std::string_view digits = text.substr(text.starts_with('-') || text.starts_with('+') ? 1 : 0);
+        digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size()));
+        const std::string_view number = digits.empty() ? "0" : digits;
+        if (!is_json_number(number)) { // in an edit that is to be refused
+            quoted(text);
+            return;
+        }
+        if (text.starts_with('-') && !digits.empty()) {
+            sink_.put('-');
+        }
+        sink_.put(number);
+    }
+
     [[nodiscard]] bool is_bare(const SchemaNode &leaf, std::string_view text) const {
         switch (leaf.type) {
         case BaseType::boolean:

@@ -1,5 +1,6 @@
 #include "platform/memory.h"
 
+#include "platform/failure.h"
 #include "vnos_platform.h"
 #include "yfw_map.h"
 
@@ -52,15 +53,13 @@ void fail_after(std::uint64_t count) {
 extern "C" {
 
 void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *tag, int) {
-    if (failing != 0 && --failing == 0) {
-        return nullptr;
-    }
+    const bool fails = failing != 0 && --failing == 0;
     std::uint64_t total = 0;
-    if (__builtin_mul_overflow(count, size, &total) || total > std::numeric_limits<std::uint64_t>::max() / 2) {
-        return nullptr;
-    }
-    auto *header = static_cast<Header *>(std::calloc(1, sizeof(Header) + total));
+    const bool too_big =
+        __builtin_mul_overflow(count, size, &total) || total > std::numeric_limits<std::uint64_t>::max() / 2;
+    auto *header = fails || too_big ? nullptr : static_cast<Header *>(std::calloc(1, sizeof(Header) + total));
     if (header == nullptr) {
+        yfw::failure::note_short_memory();
         return nullptr;
     }
     header->size = total;

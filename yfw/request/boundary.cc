@@ -1,4 +1,5 @@
 // The framework's operations on trees, as a plug-in calls them.
+#include "platform/failure.h"
 #include "request/instance.h"
 #include "request/request.h"
 #include "vnos_platform.h"
@@ -17,6 +18,7 @@ cerrno guarded(Body body) {
     try {
         return body();
     } catch (const std::bad_alloc &) {
+        failure::note_short_memory();
         return YFW_ERR_NO_MEMORY;
     }
 }

@@ -2,6 +2,7 @@
 #include "sysdb.h"
 
 #include "error.h"
+#include "platform/failure.h"
 #include "view.h"
 #include "vnos_platform.h"
 
@@ -68,8 +69,10 @@ cerrno guarded(Work work) noexcept {
     try {
         return work();
     } catch (const std::bad_alloc &) {
+        yfw::failure::note_short_memory();
         return YFW_ERR_NO_MEMORY;
     } catch (...) {
+        yfw::failure::note(std::current_exception());
         return SYSDB_ERR_STORE;
     }
 }

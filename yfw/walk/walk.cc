@@ -1,6 +1,7 @@
 #include "walk/walk.h"
 
 #include "mapping/companion.h"
+#include "platform/failure.h"
 #include "platform/log.h"
 #include "vnos_platform.h"
 #include "walk/explain.h"
@@ -101,6 +102,7 @@ class Walker {
     bool left_alone(const Node *node, const Binding &binding, Outcome outcome, const Request::Counts &before);
     void ask_for_state(const Node &node, const Binding &binding);
     cerrno call(Node *node, const Binding &binding);
+    cerrno dispatch(Node *node, const Binding &binding);
     bool in_vrf();
     bool condition_holds(const Node *node, WhenHandler handler);
     void hold_conditions_below(const Node *node);
@@ -291,7 +293,15 @@ Outcome Walker::outcome_of(const Node *node, const Binding &binding, cerrno code
     return own_list || !acted ? Outcome::structure : Outcome::written;
 }
 
+// Throws what failed meanwhile below the boundary, whatever the callback made of it.
 cerrno Walker::call(Node *node, const Binding &binding) {
+    failure::clear();
+    const cerrno code = dispatch(node, binding);
+    failure::rethrow();
+    return code;
+}
+
+cerrno Walker::dispatch(Node *node, const Binding &binding) {
     cidl_yfw_datatree *destination = request_.destination();
     switch (binding.entry->served) {
     case Service::callback:

@@ -1,0 +1,45 @@
+// The reader of documents: any text is read or refused, and what was read is written so that it reads the same again.
+#pragma once
+
+#include "bytes.h"
+#include "documents/reader.h"
+#include "documents/writer.h"
+#include "error.h"
+
+namespace yfw::fuzz {
+
+inline std::string written(const Schema &schema, const Node *root, Syntax syntax) {
+    std::string text;
+    Sink sink(text);
+    WriteOptions writing;
+    writing.syntax = syntax;
+    writing.operations = true;
+    writing.explicit_merge = true;
+    write_document(sink, schema, root, writing);
+    return text;
+}
+
+inline void read_any(const std::uint8_t *data, std::size_t size, Syntax syntax) {
+    static const Schema schema({YFW_MODELS_DIR});
+    for (const bool skip_unknown : {false, true}) {
+        ReadOptions options;
+        options.skip_unknown = skip_unknown;
+        try {
+            Arena arena;
+            std::string text(reinterpret_cast<const char *>(data), size);
+            const std::string first = written(schema, read_document(arena, schema, text, syntax, options).root, syntax);
+            std::string again = first;
+            try {
+                const Document document = read_document(arena, schema, again, syntax, {});
+                const std::string second = written(schema, document.root, syntax);
+                require(second == first, "what was written reads the same", first + second);
+            } catch (const Refused &refused) {
+                require(false, "what was written can be read", first + refused.path() + ": " + refused.what());
+            }
+        } catch (const Refused &refused) {
+            require(*refused.what() != '\0', "a refusal has a reason");
+        }
+    }
+}
+
+} // namespace yfw::fuzz
