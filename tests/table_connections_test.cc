@@ -223,8 +223,12 @@ class Whole {
     // notes.
     std::string edit(const std::string &lines, std::string protocol = "") {
         protocol = protocol.empty() ? "" : R"(,"protocols":{"protocol":[{"identifier":"BGP",)" + protocol + "}]}";
-        std::string text = R"({"network-instances":{"network-instance":[{"name":"DEFAULT","table-connections":)" +
-                           lines + protocol + "}]}}";
+        return edit_instance("\"table-connections\":" + lines + protocol);
+    }
+
+    // The same of other members of the default network instance.
+    std::string edit_instance(const std::string &members) {
+        std::string text = R"({"network-instances":{"network-instance":[{"name":"DEFAULT",)" + members + "}]}}";
         Transaction transaction = store_.begin(Access::write);
         std::string notes;
         try {
@@ -348,6 +352,35 @@ TEST(TableConnections, OperationsAreTheRedistributionsAlone) {
         Whole whole;
         whole.edit(item(source, ""), as);
         EXPECT_EQ(whole.edit(R"({"@":{"ietf-netconf:operation":"delete"}})"), running + enabled) << source;
+    }
+}
+
+// What an outer replace, or the family's own delete, does to the family must not take along what the edit sets in it.
+TEST(TableConnections, AnEditKeepsWhatItSets) {
+    const std::string replace = R"("@":{"ietf-netconf:operation":"replace"},)";
+    const std::string unknown = "operation-failed: the AS number of the BGP instance default is not known: configure "
+                                "it before, or in the same edit";
+    const std::string bgp = R"({"protocol":[{"identifier":"BGP",)" + as + "}]}";
+    const std::string no_family = R"({"protocol":[{"identifier":"BGP","name":"default","bgp":{"global":{"afi-safis":)"
+                                  R"({"afi-safi":[{"afi-safi-name":"IPV4_UNICAST",)"
+                                  R"("@":{"ietf-netconf:operation":"delete"}}]}}}}]})";
+    const struct {
+        std::string operation, protocols, expected; // of the network instance
+    } rows[] = {
+        {replace, bgp, running + enabled + connected + "/route-policy-name=P\n"},
+        {replace, "", unknown},
+        {"", R"({"@":{"ietf-netconf:operation":"delete"}})", unknown},
+        {"", R"({"@":{"ietf-netconf:operation":"replace"}})", unknown},
+        {"", no_family, running + enabled + connected + "/route-policy-name=P\n"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.operation + row.protocols);
+        Whole whole;
+        whole.edit(item("STATIC", metric), as);
+        const std::string protocols = row.protocols.empty() ? "" : ",\"protocols\":" + row.protocols;
+        EXPECT_EQ(whole.edit_instance(row.operation + R"("table-connections":)" + item("DIRECTLY_CONNECTED", policy) +
+                                      protocols),
+                  row.expected);
     }
 }
 

@@ -125,23 +125,29 @@ Instances stored_instances(const CompanionCall &call) {
 // The same of the request, for an instance that it makes.
 void add_requested_instances(const Node &network_instance, Instances &instances) {
     const Node *protocols = child(&network_instance, "protocols");
+    // A delete or replace of them all takes away what it does not name.
+    bool goes = protocols != nullptr && (protocols->is_delete() || protocols->operation == YFW_OP_REPLACE);
     const Entries *all = protocols == nullptr ? nullptr : entries(protocols, *protocols->schema().child("protocol"));
     for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         if (!is_bgp_entry(*entry)) {
             continue;
         }
         const Node *node = entry;
-        bool is_deleted = entry->is_delete();
+        bool is_deleted = protocols->is_delete() || entry->is_delete();
         for (const char *name : {"bgp", "global", "config", "as"}) {
             node = node == nullptr ? nullptr : child(node, name);
             is_deleted = is_deleted || (node != nullptr && node->is_delete());
         }
         const std::string_view name = text_of(child(entry, "name"));
+        goes = goes && name != native_instance;
         if (name != native_instance && !is_deleted) {
             instances.other = name;
         } else if (name == native_instance && (is_deleted || instances.lower.empty())) {
             instances.lower = is_deleted ? std::string_view() : text_of(node);
         }
+    }
+    if (goes) {
+        instances.lower.clear();
     }
 }
 
@@ -221,11 +227,15 @@ cerrno set(CompanionCall &call, const Redistribution &native) {
     const cerrno code = without_deleted_leaves(call);
     call.node.operation = operation;
     const SchemaNode *container = call.request.schema().find(native.path({}));
-    const Node *written = existing_node(call.request.destination(), *container);
-    if (code == 0 && operation != YFW_OP_NONE && written != nullptr) {
-        const_cast<Node *>(written)->set_operation(operation);
+    auto *written = const_cast<Node *>(existing_node(call.request.destination(), *container));
+    if (code != 0 || written == nullptr) {
+        return code;
     }
-    return code == 0 ? add_settings(call, native) : code;
+    call.request.kept.push_back(written->up()); // the family may be deleted for itself
+    if (operation != YFW_OP_NONE) {
+        written->set_operation(operation);
+    }
+    return add_settings(call, native);
 }
 
 // The BGP mapping writes the family around what it deletes, so it is asked only when there is something.

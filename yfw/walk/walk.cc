@@ -520,6 +520,13 @@ void expand_leaves(Request &request, const Mapping &mapping, Node *node, bool st
 WalkResult walk(Request &request, const Mapping &mapping, const ExistingEntries &existing, const StoredNative &stored) {
     Walker walker(request, mapping, existing, stored);
     walker.visit_top(request.source());
+    for (Node *entry : request.kept) {
+        for (Node *node : {entry, entry->up()}) { // the list may be deleted whole
+            if (node->is_delete()) {
+                node->set_operation(YFW_OP_REPLACE);
+            }
+        }
+    }
     return walker.take_result();
 }
 
