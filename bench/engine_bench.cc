@@ -5,9 +5,13 @@
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -206,5 +210,30 @@ void edit_one_leaf(benchmark::State &state) {
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(edit_one_leaf)->Arg(10)->Arg(15000);
+
+// The translation alone of the document that the environment names, without reading, checking or applying it.
+void map_document(benchmark::State &state) {
+    const char *file = std::getenv("YFW_BENCH_DOCUMENT");
+    if (file == nullptr) {
+        state.SkipWithError("YFW_BENCH_DOCUMENT names no document");
+        return;
+    }
+    std::ifstream stream(file);
+    const std::string document((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point begin;
+    Clock::time_point end;
+    yfw::Engine own({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+    own.on_stage = [&](const std::string_view stage) { (stage == "translating" ? begin : end) = Clock::now(); };
+    Stored stored;
+    for (auto _ : state) {
+        std::string text = document;
+        yfw::Transaction transaction = stored.store.begin(yfw::Access::write);
+        transaction.keep_nothing();
+        benchmark::DoNotOptimize(own.edit(text, yfw::Syntax::json, {}, transaction).native());
+        state.SetIterationTime(std::chrono::duration<double>(end - begin).count());
+    }
+}
+BENCHMARK(map_document)->UseManualTime();
 
 } // namespace

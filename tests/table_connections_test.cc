@@ -8,6 +8,7 @@
 namespace yfw::test {
 namespace {
 
+using NumberedCallback = cerrno(yfw_map_ctx, const Tree *, unsigned, Tree *);
 using Connect = cerrno(yfw_map_ctx, const Tree *, Tree *, const char *, const char *);
 
 const std::string connections = "/network-instances/network-instance[name=DEFAULT]/table-connections";
@@ -134,7 +135,7 @@ TEST(TableConnections, AReadDeclaresWhatTheDatabaseHas) {
 }
 
 // What the lists of redistributions of a family become: the leaves of one connection, without its path.
-std::string rendered(Scene &scene, const std::string &native) {
+std::string rendered(Scene &scene, const std::string &native, bool with_number = false) {
     scene.add_native("/network-instances/network-instance[name=DEFAULT]");
     Node *node = nullptr;
     std::istringstream lines(native);
@@ -143,7 +144,9 @@ std::string rendered(Scene &scene, const std::string &native) {
         leaf->flags |= YFW_NODE_PRESENT;
         node = leaf->schema().is_inner() ? scene.map("~/default-vrf/global/global-afs/global-af" + line) : node;
     }
-    const std::string code = scene.run<Callback>("vn_oc_bgp_table_conn_list", node, scene.destination);
+    const std::string code =
+        with_number ? scene.run<NumberedCallback>("vn_oc_bgp_table_conn_list_1", node, 7U, scene.destination)
+                    : scene.run<Callback>("vn_oc_bgp_table_conn_list", node, scene.destination);
     EXPECT_TRUE(code.ends_with("-> 0")) << code;
     EXPECT_EQ(scene.fields.trim_path, nullptr);
     std::string result;
@@ -192,8 +195,9 @@ TEST(TableConnections, ARedistributionIsShown) {
         EXPECT_EQ(order(rendered(both, row.native)), order(row.source.empty() ? "\n" : text("config") + text("state")));
         Scene state(YFW_KIND_READ_STATE);
         state.fields.selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
-        EXPECT_EQ(order(rendered(state, row.native)), order(text("state")));
+        EXPECT_EQ(order(rendered(state, row.native, true)), order(text("state")));
     }
+    EXPECT_EQ(exported<cerrno()>("vn_oc_bgp_table_conn_list_2")(), 0U);
 }
 
 TEST(TableConnections, IdentitiesAreShownWithTheirNamespaces) {
