@@ -127,7 +127,7 @@ void index_insert(Entries &entries, Node *entry) {
 
 void rebuild_index(Arena &arena, Entries &entries) {
     entries.index_size = std::max<std::uint32_t>(32, entries.index_size * 4);
-    const std::size_t size = entries.index_size * sizeof(Node *);
+    const std::size_t size = entries.index_size * sizeof(void *);
     entries.index = static_cast<Node **>(arena.allocate(size));
     std::memset(entries.index, 0, size);
     for (Node *entry = entries.first; entry != nullptr; entry = next_entry(entry)) {
