@@ -58,6 +58,8 @@ struct vn_boolean_record {
     { leaf, "accept-route", "reject-route", missing, true, "ACCEPT_ROUTE", "REJECT_ROUTE" }
 // "1" as "true", "2" as "false", anything else as nothing.
 const char *vn_switch_to_oc(const cidl_yfw_datatree *node);
+// The same for "enable" and "disable".
+const char *vn_ability_to_oc(const cidl_yfw_datatree *node);
 cerrno vn_map_boolean(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const vn_boolean_record &record);
 

@@ -32,10 +32,7 @@ cerrno map_ability(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_y
     if (src == nullptr || dst == nullptr) {
         return ymap_refuse_arguments(frame);
     }
-    const char *value = yfw_map_do_these_match(src->value, "enable") != 0    ? "true"
-                        : yfw_map_do_these_match(src->value, "disable") != 0 ? "false"
-                                                                             : nullptr;
-    return vn_write(frame.ctx, dst, leaf, value, 0);
+    return vn_write(frame.ctx, dst, leaf, vn_ability_to_oc(src), 0);
 }
 
 } // namespace

@@ -202,9 +202,7 @@ const char *ability_to_oc(const ymap_frame &frame, const cidl_yfw_datatree *src,
         YMAP_ERROR(frame, "%s", missing);
         return nullptr;
     }
-    return yfw_map_do_these_match(src->value, "enable") != 0    ? "true"
-           : yfw_map_do_these_match(src->value, "disable") != 0 ? "false"
-                                                                : nullptr;
+    return vn_ability_to_oc(src);
 }
 
 } // namespace

@@ -24,6 +24,12 @@ const char *vn_switch_to_oc(const cidl_yfw_datatree *node) {
                                                            : nullptr;
 }
 
+const char *vn_ability_to_oc(const cidl_yfw_datatree *node) {
+    return yfw_map_do_these_match(node->value, "enable") != 0    ? "true"
+           : yfw_map_do_these_match(node->value, "disable") != 0 ? "false"
+                                                                 : nullptr;
+}
+
 cerrno vn_map_boolean(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                       const vn_boolean_record &record) {
     if (src == nullptr || dst == nullptr) {
