@@ -87,6 +87,7 @@ Engine::Engine(const EngineFiles &files, Log *log)
     if (initialise != nullptr && initialise() != 0) {
         throw Unusable("the plug-in " + files.plugin.string() + " cannot be bound to the system database");
     }
+    rules_ = item_rules(schema_);
 }
 
 namespace {
@@ -114,7 +115,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
 
     stage("translating");
     {
-        const SystemDatabase database(transaction, schema_);
+        const SystemDatabase database(transaction, rules_);
         const BoundSystemDatabase bound(database);
         result.walk = walk(
             request, mapping_,
@@ -157,7 +158,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     if (below == Below::covered) {
         expand_read(*request, mapping_, state);
     }
-    const SystemDatabase database(transaction, schema_);
+    const SystemDatabase database(transaction, rules_);
     const BoundSystemDatabase bound(database);
     const WalkResult result = walk(*request, mapping_, nullptr, stored_in(transaction));
     for (const auto &[node, refusal] : result.unanswered) {
@@ -203,7 +204,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     transaction.fetch(request.arena(), declared->destination(), request.source());
     stage("rendering");
     {
-        const SystemDatabase database(transaction, schema_);
+        const SystemDatabase database(transaction, rules_);
         const BoundSystemDatabase bound(database);
         result.notes = tell_unanswered(walk(request, mapping_, nullptr, nullptr));
     }

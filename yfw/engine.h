@@ -100,6 +100,7 @@ class Engine {
     Schema schema_;
     Plugin plugin_;
     Mapping mapping_;
+    std::vector<ItemRule> rules_; // of the system database
 };
 
 } // namespace yfw

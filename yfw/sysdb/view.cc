@@ -192,7 +192,7 @@ std::optional<Value> Search::tuple(std::string_view bytes) const {
 } // namespace
 
 SystemDatabase::SystemDatabase(const Transaction &transaction, const Schema &schema)
-    : transaction_(transaction), rules_(item_rules(schema)) {}
+    : transaction_(transaction), own_rules_(item_rules(schema)), rules_(own_rules_) {}
 
 std::optional<Value> SystemDatabase::get(std::string_view path) const {
     std::optional<Value> value;

@@ -26,8 +26,13 @@ class SystemDatabase {
         Value value;
     };
 
-    // Both must outlive the view. Throws Unusable when the models lack what the database shows.
+    // Both must outlive the view.
+    SystemDatabase(const Transaction &transaction, const std::vector<ItemRule> &rules)
+        : transaction_(transaction), rules_(rules) {}
+    // With rules of its own. Throws Unusable when the models lack what the database shows.
     SystemDatabase(const Transaction &transaction, const Schema &schema);
+    SystemDatabase(const SystemDatabase &) = delete;
+    SystemDatabase &operator=(const SystemDatabase &) = delete;
 
     // In a path or pattern the component ".*" is any. All of these seek: what is not asked for is not read.
     [[nodiscard]] std::optional<Value> get(std::string_view path) const;
@@ -40,7 +45,8 @@ class SystemDatabase {
 
   private:
     const Transaction &transaction_;
-    std::vector<ItemRule> rules_;
+    std::vector<ItemRule> own_rules_;
+    const std::vector<ItemRule> &rules_;
 };
 
 // Puts a view in force for the functions of sysdb.h, for as long as the guard lives.
