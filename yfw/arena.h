@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -45,9 +46,15 @@ class Arena {
     }
 
     [[nodiscard]] std::size_t used() const { return used_; }
-    // From now on there may be a clear-text password in it.
-    void note_secret() { holds_secret_ = true; }
-    // Overwrites everything handed out so far, if there may be a password in it.
+    // A clear-text password that is to be wiped.
+    void note_secret(char *text, std::size_t size) { secrets_.emplace_back(text, size); }
+    char *copy_secret(std::string_view text) {
+        secrets_.emplace_back(); // before there is anything to be wiped
+        char *secret = copy(text);
+        secrets_.back() = {secret, text.size()};
+        return secret;
+    }
+    // Overwrites the passwords noted so far.
     void wipe();
 
   private:
@@ -61,7 +68,7 @@ class Arena {
     char *next_ = nullptr;
     char *end_ = nullptr;
     std::size_t used_ = 0;
-    bool holds_secret_ = false;
+    std::vector<std::span<char>> secrets_;
 };
 
 } // namespace yfw

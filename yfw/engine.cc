@@ -104,6 +104,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     EditResult result;
     result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_);
     Request &request = *result.request;
+    request.trust(plugin_.constants());
     stage("reading");
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
@@ -144,6 +145,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
                                          const Transaction &transaction, Below below) const {
     const std::uint32_t kind = content(paths, state) == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE;
     auto request = std::make_unique<Request>(schema_, kind, log_);
+    request->trust(plugin_.constants());
     std::vector<const Node *> asked;
     for (const std::string &path : paths) {
         const Node *node = add_instance_path(request->arena(), schema_, request->source(), path);
@@ -195,6 +197,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     result.request =
         std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE, log_);
     Request &request = *result.request;
+    request.trust(plugin_.constants());
     name_default_twice(*declared, operational_roots);
     write_addresses_alike(declared->arena(), schema_, declared->destination(), operational_roots);
     if (wanted == Content::state) {

@@ -54,6 +54,38 @@ const lysc_type *type_of(const lysc_node *node) {
     return type;
 }
 
+// Of an unsigned type with one range or none.
+void note_plain_numbers(SchemaNode &leaf, const lysc_type *type) {
+    static constexpr std::array<std::uint32_t, 3> greatest{UINT8_MAX, UINT16_MAX, UINT32_MAX};
+    static_assert(LY_TYPE_UINT16 == LY_TYPE_UINT8 + 1 && LY_TYPE_UINT32 == LY_TYPE_UINT8 + 2);
+    if (type->basetype < LY_TYPE_UINT8 || type->basetype > LY_TYPE_UINT32) {
+        return;
+    }
+    const lysc_range *range = reinterpret_cast<const lysc_type_num *>(type)->range;
+    if (range == nullptr) {
+        leaf.least = 0;
+        leaf.most = greatest.at(type->basetype - LY_TYPE_UINT8);
+    } else if (LY_ARRAY_COUNT(range->parts) == 1) {
+        leaf.least = static_cast<std::uint32_t>(range->parts[0].min_u64);
+        leaf.most = static_cast<std::uint32_t>(range->parts[0].max_u64);
+    }
+}
+
+bool is_plain_number_of(const SchemaNode &leaf, std::string_view text) {
+    constexpr std::size_t most_digits = 9; // no overflow
+    if (text.empty() || text.size() > most_digits || (text.front() == '0' && text.size() > 1)) {
+        return false;
+    }
+    std::uint32_t number = 0;
+    for (const char digit : text) {
+        if (digit < '0' || digit > '9') {
+            return false;
+        }
+        number = number * 10 + static_cast<std::uint32_t>(digit - '0');
+    }
+    return number >= leaf.least && number <= leaf.most;
+}
+
 std::uint32_t table_size(std::size_t entries) {
     return static_cast<std::uint32_t>(std::bit_ceil(std::max<std::size_t>(4, entries * 2)));
 }
@@ -201,6 +233,7 @@ void Schema::add_children(SchemaNode &parent, const lysc_node *first) {
         if ((compiled->nodetype & (LYS_LEAF | LYS_LEAFLIST)) != 0) {
             node.kind = compiled->nodetype == LYS_LEAF ? NodeKind::leaf : NodeKind::leaf_list;
             node.type = base_type(type_of(compiled));
+            note_plain_numbers(node, type_of(compiled));
             node.secret = node.name.find("password") != std::string::npos && node.type == BaseType::string;
             continue;
         }
@@ -283,10 +316,13 @@ bool store_takes(const ly_ctx *context, const lysc_node *node, const lysc_type *
 } // namespace
 
 bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string *reason) const {
-    const lysc_type *type = type_of(leaf.compiled);
+    if (leaf.type == BaseType::integer && is_plain_number_of(leaf, value)) {
+        return true;
+    }
     if (leaf.type == BaseType::boolean && (value == "true" || value == "false")) {
         return true;
     }
+    const lysc_type *type = type_of(leaf.compiled);
     if (is_plain_string(type)) {
         return true;
     }

@@ -50,6 +50,10 @@ struct SchemaNode {
     std::uint32_t max_elements = UINT32_MAX;
     std::uint16_t ordinal = 0;
     std::uint16_t depth = 0; // 0 for the root
+    // Plain decimal numbers from least to most are values of the leaf's type; they are no numbers' range when least is
+    // the greater one.
+    std::uint32_t least = 1;
+    std::uint32_t most = 0;
     NodeKind kind = NodeKind::root;
     BaseType type = BaseType::none;
     bool config = true;

@@ -18,9 +18,6 @@ constexpr std::uint32_t linear_limit = 8; // entries searched one by one before 
 InnerNode *inner(Node *node) {
     return static_cast<InnerNode *>(node);
 }
-const InnerNode *inner(const Node *node) {
-    return static_cast<const InnerNode *>(node);
-}
 
 // Null unless the node is a list entry.
 EntryNode *list_entry(Node *node) {
@@ -35,14 +32,25 @@ void set_next_entry(Node *node, Node *next) {
     }
 }
 
-void *&slot(Arena &arena, Node *parent, const SchemaNode &schema) {
-    InnerNode *owner = inner(parent);
+// Gives a node its slots, with the children that it has so far.
+void **ensure_slots(Arena &arena, InnerNode *owner) {
     if (owner->slots == nullptr) {
-        const std::size_t size = parent->schema().children.size() * sizeof(void *);
+        const std::size_t size = owner->schema().children.size() * sizeof(void *);
         owner->slots = static_cast<void **>(arena.allocate(size));
         std::memset(owner->slots, 0, size);
+        for (Node *node = owner->first(); node != nullptr; node = node->next()) {
+            owner->slots[node->schema().ordinal] = node;
+        }
     }
-    return owner->slots[schema.ordinal];
+    return owner->slots;
+}
+
+bool has_room_without_slots(const Node *parent) {
+    std::size_t count = 0;
+    for (const Node *node = parent->first(); node != nullptr; node = node->next()) {
+        ++count;
+    }
+    return count < few_children;
 }
 
 void append_child(Node *parent, Node *node) {
@@ -79,7 +87,7 @@ Node *new_node(Arena &arena, const SchemaNode &schema) {
 }
 
 Entries &ensure_entries(Arena &arena, Node *parent, const SchemaNode &schema) {
-    void *&place = slot(arena, parent, schema);
+    void *&place = ensure_slots(arena, inner(parent))[schema.ordinal];
     if (place == nullptr) {
         place = new (arena.allocate(sizeof(Entries))) Entries{};
     }
@@ -224,40 +232,19 @@ void fold_children(Arena &arena, Node *from, Node *into) {
 
 // An entry that is opened again starts afresh: the lists in it have no current entry until one is opened.
 void forget_current(Node *node) {
-    void *const *slots = inner(node)->slots;
-    if (slots == nullptr) {
-        return;
-    }
-    for (const SchemaNode *below : node->schema().children) {
-        if (slots[below->ordinal] == nullptr) {
-            continue;
+    for_each_member(node, [](Node *first) {
+        if (first->schema().kind == NodeKind::list) {
+            entries(first->up(), first->schema())->current = nullptr;
+        } else if (first->schema().kind == NodeKind::container) {
+            forget_current(first);
         }
-        if (below->kind == NodeKind::list) {
-            static_cast<Entries *>(slots[below->ordinal])->current = nullptr;
-        } else if (below->kind == NodeKind::container) {
-            forget_current(static_cast<Node *>(slots[below->ordinal]));
-        }
-    }
+    });
 }
 
 } // namespace
 
 Node *new_root(Arena &arena, const Schema &schema) {
     return new_node(arena, schema.root());
-}
-
-Entries *entries(const Node *parent, const SchemaNode &schema) {
-    void *const *slots = inner(parent)->slots;
-    return slots == nullptr ? nullptr : static_cast<Entries *>(slots[schema.ordinal]);
-}
-
-Node *child(const Node *parent, const SchemaNode &schema) {
-    if (schema.repeats()) {
-        const Entries *found = entries(parent, schema);
-        return found == nullptr ? nullptr : found->current;
-    }
-    void *const *slots = inner(parent)->slots;
-    return slots == nullptr ? nullptr : static_cast<Node *>(slots[schema.ordinal]);
 }
 
 Node *child(const Node *parent, std::string_view name) {
@@ -268,18 +255,16 @@ Node *child(const Node *parent, std::string_view name) {
     return schema == nullptr ? nullptr : child(parent, *schema);
 }
 
-Node *ensure_child(Arena &arena, Node *parent, const SchemaNode &schema) {
+Node *add_child(Arena &arena, Node *parent, const SchemaNode &schema) {
     if (schema.repeats()) {
-        const Entries *found = entries(parent, schema);
-        return found != nullptr && found->current != nullptr ? found->current : open_entry(arena, parent, schema);
+        return open_entry(arena, parent, schema);
     }
-    void *&place = slot(arena, parent, schema);
-    if (place == nullptr) {
-        Node *node = new_node(arena, schema);
-        append_child(parent, node);
-        place = node;
+    Node *node = new_node(arena, schema);
+    if (inner(parent)->slots != nullptr || !has_room_without_slots(parent)) {
+        ensure_slots(arena, inner(parent))[schema.ordinal] = node;
     }
-    return static_cast<Node *>(place);
+    append_child(parent, node);
+    return node;
 }
 
 Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list) {
@@ -305,18 +290,11 @@ Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std:
 }
 
 void set_value(Arena &arena, Node *leaf, std::string_view value) {
-    if (leaf->schema().secret) {
-        arena.note_secret();
-    }
-    leaf->value = arena.copy(value);
+    leaf->value = leaf->schema().secret ? arena.copy_secret(value) : arena.copy(value);
 }
 
 const char *key_value(const Node *entry, std::size_t key) {
-    void *const *slots = inner(entry)->slots;
-    if (slots == nullptr) {
-        return nullptr;
-    }
-    const auto *leaf = static_cast<const Node *>(slots[entry->schema().keys[key]->ordinal]);
+    const Node *leaf = child(entry, *entry->schema().keys[key]);
     return leaf == nullptr ? nullptr : leaf->value;
 }
 
@@ -449,7 +427,7 @@ void unlink(Node *node) {
     InnerNode *parent = inner(node->up());
     if (node->schema().repeats()) {
         unlink_entry(node);
-    } else {
+    } else if (parent->slots != nullptr) {
         parent->slots[node->schema().ordinal] = nullptr;
     }
     Node *previous = nullptr;

@@ -5,6 +5,7 @@
 #include "schema.h"
 #include "yfw_map.h"
 
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
@@ -49,8 +50,12 @@ struct ValueNode : Node {
 // A root or container, and the greater part of a list entry.
 struct InnerNode : Node {
     Node *last_child;
-    void **slots; // one per schema child: a Node, or Entries for a list or leaf-list; null until the first child comes
+    // One per schema child: a Node, or Entries for a list or leaf-list. Null while there are only a few children, and no
+    // lists or leaf-lists: those are searched one by one.
+    void **slots;
 };
+
+inline constexpr std::size_t few_children = 6;
 
 // A list entry. That it knows what goes before it keeps taking it out independent of the number of siblings.
 struct EntryNode : InnerNode {
@@ -68,15 +73,71 @@ inline Node *next_entry(const Node *node) {
 // A tree's root: the parent of the top-level nodes of all models.
 Node *new_root(Arena &arena, const Schema &schema);
 
+// The entries of a list or leaf-list, or null.
+inline Entries *entries(const Node *parent, const SchemaNode &schema) {
+    void *const *slots = static_cast<const InnerNode *>(parent)->slots;
+    return slots == nullptr ? nullptr : static_cast<Entries *>(slots[schema.ordinal]);
+}
+
 // The child of a leaf or container; of a list or leaf-list the current entry; null when there is none.
-Node *child(const Node *parent, const SchemaNode &schema);
+inline Node *child(const Node *parent, const SchemaNode &schema) {
+    if (schema.repeats()) {
+        const Entries *found = entries(parent, schema);
+        return found == nullptr ? nullptr : found->current;
+    }
+    if (void *const *slots = static_cast<const InnerNode *>(parent)->slots; slots != nullptr) {
+        return static_cast<Node *>(slots[schema.ordinal]);
+    }
+    Node *found = parent->first();
+    while (found != nullptr && found->framework != static_cast<const void *>(&schema)) {
+        found = found->next();
+    }
+    return found;
+}
 // By name, among the schema's children.
 Node *child(const Node *parent, std::string_view name);
-// The entries of a list or leaf-list, or null.
-Entries *entries(const Node *parent, const SchemaNode &schema);
 
+// The child of a leaf or container, or the first entry; null when there is none.
+inline Node *first_of(const Node *parent, const SchemaNode &schema) {
+    if (schema.repeats()) {
+        const Entries *found = entries(parent, schema);
+        return found == nullptr ? nullptr : found->first;
+    }
+    return child(parent, schema);
+}
+
+// Calls visit(child) for the children in the schema's order; of a list or leaf-list for the first entry only.
+template <typename Visit>
+void for_each_member(const Node *parent, Visit visit) {
+    if (static_cast<const InnerNode *>(parent)->slots != nullptr) {
+        for (const SchemaNode *schema : parent->schema().children) {
+            if (Node *first = first_of(parent, *schema); first != nullptr) {
+                visit(first);
+            }
+        }
+        return;
+    }
+    std::array<Node *, few_children> members;
+    std::size_t count = 0;
+    for (Node *node = parent->first(); node != nullptr; node = node->next()) {
+        std::size_t place = count++;
+        for (; place > 0 && members[place - 1]->schema().ordinal > node->schema().ordinal; --place) {
+            members[place] = members[place - 1];
+        }
+        members[place] = node;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        visit(members[i]);
+    }
+}
+
+// Adds the child that is missing: of a list an entry without keys, current from now on.
+Node *add_child(Arena &arena, Node *parent, const SchemaNode &schema);
 // The child of a leaf or container, added when it is missing; of a list the current entry, opened when there is none.
-Node *ensure_child(Arena &arena, Node *parent, const SchemaNode &schema);
+inline Node *ensure_child(Arena &arena, Node *parent, const SchemaNode &schema) {
+    Node *present = child(parent, schema);
+    return present != nullptr ? present : add_child(arena, parent, schema);
+}
 // A new entry without keys, current from now on.
 Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list);
 // The leaf-list's entry of that value, added when it is missing.

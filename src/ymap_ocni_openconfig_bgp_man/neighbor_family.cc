@@ -2,7 +2,6 @@
 // model for each family: from the request, or from the families that are there.
 #include "workers.h"
 
-#include <cstdio>
 
 #define OC_NEIGHBOR_AF OC_NEIGHBOR "/afi-safis/afi-safi"
 #define OPER_NEIGHBOR_AFS                                                                                              \
@@ -35,7 +34,7 @@ void vn_bgp_nbr_asafi_cfg_prep_replica(const ymap_frame &frame, const char *fami
     uint32_t client = 0;
     if (ymap_has_rr_client(families, family, &client)) {
         replica.rr_client = 1;
-        std::snprintf(replica.rr_value, sizeof(replica.rr_value), "%s", client == 1 ? "true" : "false");
+        ymap_join(replica.rr_value, sizeof(replica.rr_value), {client == 1 ? "true" : "false"});
     }
     replica.remove |= ymap_read_private_as(families, family, NBR_REMOVE_PRIVATE_AS).configured ? 1 : 0;
     replica.replace |= ymap_read_private_as(families, family, NBR_REPLACE_PRIVATE_AS).configured ? 1 : 0;
@@ -74,7 +73,7 @@ bool read_stored_families(const ymap_frame &frame, const char *name, const char 
     if (vn_bgp_get_nbr_asafi_list(ctx, name, not_a_group, MODE_OC, &list) == 0) {
         for (const char *family = sysdb_list_next(list); family != nullptr && is_new; family = sysdb_list_next(list)) {
             char stored[AF_TEXT_SIZE];
-            std::snprintf(stored, sizeof(stored), "%s", family);
+            ymap_join(stored, sizeof(stored), {family});
             ymap_convert_af_sysdb_2_VN(stored);
             is_new = yfw_map_do_these_match(stored, native) == 0;
             if (is_new && families[0] == '\0') {
@@ -132,7 +131,7 @@ cerrno write_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl_
     family_settings stored{};
     family_settings present{};
     char family[AF_TEXT_SIZE];
-    std::snprintf(family, sizeof(family), "%s", native);
+    ymap_join(family, sizeof(family), {native});
     ymap_convert_af_VN_2_sysdb(family);
     cerrno status = 0;
     bool written = false;

@@ -1,7 +1,6 @@
 // The protocol list entry, as the network-instance mapping hands it on, and the instance's node.
 #include "openconfig.h"
 
-#include <cstdio>
 
 namespace {
 
@@ -39,7 +38,7 @@ bool new_request_block(yfw_map_ctx ctx, const char *instance) {
         return false;
     }
     oc_bgp_ctx_t *block = oc_bgp_get_bgp_ctx(ctx);
-    std::snprintf(block->instance_name, sizeof(block->instance_name), "%s", instance == nullptr ? "" : instance);
+    ymap_join(block->instance_name, sizeof(block->instance_name), {instance});
     return true;
 }
 
@@ -119,7 +118,7 @@ YMAP_EXPORT cerrno oc_bgp_get_instance_node(yfw_map_ctx ctx, cidl_yfw_datatree *
         status = yfw_map_tree_xpath_operations(ctx, &query);
     } else if (kind == YFW_NODE_LIST) {
         query.form = YFW_XPATH_FORMAT;
-        std::snprintf(query.expression, sizeof(query.expression), "/bgp/instance[instance-name=%s]/", instance);
+        ymap_join(query.expression, sizeof(query.expression), {"/bgp/instance[instance-name=", instance, "]/"});
         status = yfw_map_tree_xpath_operations(ctx, &query);
     }
     *found = query.found;

@@ -1,7 +1,6 @@
 // Workers of the session settings that neighbours and groups share.
 #include "workers.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -214,10 +213,11 @@ YMAP_EXPORT cerrno oc_bgp_find_and_delete_local_addr(yfw_map_ctx ctx, const cidl
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, TEXT_NO_AS_RUN_TOGETHER);
     }
     char path[NBR_PATH_SIZE];
-    std::snprintf(path, sizeof(path), "%s/%s/%s/%s/%s/nbr/________/edm/%s/%s/________/%sord_n/%s",
-                  instance == nullptr ? "" : instance, as.upper, as.lower, is_default ? "ord_a" : "ord_b", vrf,
-                  neighbor != 0 ? "ord_u/0x3" : "ord_q/0x2/________", name == nullptr ? "" : name,
-                  neighbor != 0 ? "________/" : "", to_address ? "update-source" : "local_address");
+    ymap_join(path, sizeof(path),
+              {instance, "/", as.upper, "/", as.lower, "/", is_default ? "ord_a" : "ord_b", "/", vrf,
+               "/nbr/________/edm/", neighbor != 0 ? "ord_u/0x3/" : "ord_q/0x2/________/", name,
+               neighbor != 0 ? "/________/________/ord_n/" : "/________/ord_n/",
+               to_address ? "update-source" : "local_address"});
     void *item = nullptr;
     const cerrno found = yfw_oc_bgp_sysdb_get_data(path, &item, nullptr);
     oc_bgp_free_ptr(item);

@@ -74,7 +74,7 @@ YMAP_EXPORT cerrno oc_bgp_tc_prepare_xpath_level1(yfw_map_ctx ctx, const cidl_yf
 YMAP_EXPORT cerrno oc_bgp_tc_prepare_xpath_level2(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                                                   int afi, int safi) {
     char name[NAME_SIZE];
-    std::snprintf(name, sizeof(name), "%s-%s", oc_bgp_afi_name[afi], oc_bgp_safi_name[safi]);
+    ymap_join(name, sizeof(name), {oc_bgp_afi_name[afi], "-", oc_bgp_safi_name[safi]});
     oc_add(ctx, dst, VN_DEFAULT_GLOBAL_AF, nullptr, src, 1);
     oc_add(ctx, dst, VN_DEFAULT_GLOBAL_AF "/af-name", name, src, 0);
     return oc_add(ctx, dst, VN_DEFAULT_GLOBAL_AF "/enable", nullptr, src, 0);
@@ -134,13 +134,13 @@ YMAP_EXPORT cerrno oc_bgp_tc_get_cfg(yfw_map_ctx ctx, const cidl_yfw_datatree *,
         while (const char *entry = sysdb_list_next(protocols)) {
             char family[AF_TEXT_SIZE];
             char protocol[PROTO_TEXT_SIZE];
-            std::snprintf(family, sizeof(family), "%s", stored_families[afi]);
-            std::snprintf(protocol, sizeof(protocol), "%s", entry);
+            ymap_join(family, sizeof(family), {stored_families[afi]});
+            ymap_join(protocol, sizeof(protocol), {entry});
             ymap_convert_af_proto_sysdb_2_OC(family, protocol);
             char container[NAME_SIZE];
             if (native_container(protocol, container)) {
                 char path[sizeof(VN_DEFAULT_GLOBAL_AF) + NAME_SIZE];
-                std::snprintf(path, sizeof(path), "%s/%s", VN_DEFAULT_GLOBAL_AF, container);
+                ymap_join(path, sizeof(path), {VN_DEFAULT_GLOBAL_AF, "/", container});
                 oc_add(ctx, dst, path, nullptr, nullptr, 0);
             }
         }

@@ -1,6 +1,5 @@
 #include "workers.h"
 
-#include <cstdio>
 #include <cstring>
 
 cerrno oc_declare(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst, const oc_path &path,
@@ -34,8 +33,8 @@ oc_as_halves oc_find_as(yfw_map_ctx ctx, char *instance) {
         return oc_stored_as(ctx, instance);
     }
     oc_as_halves halves{};
-    std::snprintf(halves.upper, sizeof(halves.upper), "%s", "0");
-    std::snprintf(halves.lower, sizeof(halves.lower), "%s", as->value);
+    ymap_join(halves.upper, sizeof(halves.upper), {"0"});
+    ymap_join(halves.lower, sizeof(halves.lower), {as->value});
     return halves;
 }
 

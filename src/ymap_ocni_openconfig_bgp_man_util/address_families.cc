@@ -125,14 +125,14 @@ int ymap_convert_af_sysdb_2_VN(char *family) {
 
 int ymap_convert_af_proto_sysdb_2_OC(char *family, char *protocol) {
     if (const char *converted = right_of(sysdb_families, family); converted != nullptr) {
-        std::snprintf(family, AF_TEXT_SIZE, "%s", converted);
+        ymap_join(family, AF_TEXT_SIZE, {converted});
     }
     return rewrite(protocol, PROTO_TEXT_SIZE, right_of(sysdb_protocols, protocol), "0x3/");
 }
 
 int ymap_convert_af_proto_VN_2_OC(char *family, char *protocol) {
     if (const char *converted = right_of(native_families, family); converted != nullptr) {
-        std::snprintf(family, AF_TEXT_SIZE, "%s", converted);
+        ymap_join(family, AF_TEXT_SIZE, {converted});
     }
     return rewrite(protocol, PROTO_TEXT_SIZE, right_of(native_protocols, protocol), "isis-route");
 }

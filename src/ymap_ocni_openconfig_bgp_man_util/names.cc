@@ -1,6 +1,7 @@
 // Default-VRF names, short-lived texts, the address test.
 #include "ymap_ocni_openconfig_bgp_man_util.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -31,6 +32,18 @@ char *copy_in_case(const char *text, int (*convert)(int)) {
 }
 
 } // namespace
+
+void ymap_join(char *target, std::size_t size, std::initializer_list<const char *> texts) {
+    for (const char *text : texts) {
+        const std::size_t length = text == nullptr ? 0 : std::min(std::strlen(text), size - 1);
+        if (length != 0) {
+            std::memcpy(target, text, length);
+        }
+        target += length;
+        size -= length;
+    }
+    *target = '\0';
+}
 
 bool is_default_vrf(const char *name) {
     return name == nullptr || std::strcmp(name, "default") == 0 || std::strcmp(name, "DEFAULT") == 0;

@@ -1,7 +1,6 @@
 // The address families of a neighbour or group, as the system database has them.
 #include "ymap_ocni_openconfig_bgp_man_util.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -12,7 +11,7 @@ void *read_item(const char *families, const char *family, const char *leaf, std:
     char path[NBR_PATH_SIZE + sizeof("0x19/ord_g/rm-private-as")];
     void *item = nullptr;
     *size = 0;
-    std::snprintf(path, sizeof(path), "%s%s%s", families, family, leaf);
+    ymap_join(path, sizeof(path), {families, family, leaf});
     yfw_oc_bgp_sysdb_get_data(path, &item, size);
     return item;
 }
@@ -72,7 +71,7 @@ cerrno each_family(yfw_map_ctx ctx, const char *name, int group, const char *mod
 
 void keep_family(char *target, const char *family) {
     if (target != nullptr) {
-        std::snprintf(target, AF_TEXT_SIZE, "%s", family);
+        ymap_join(target, AF_TEXT_SIZE, {family});
     }
 }
 
@@ -100,13 +99,14 @@ cerrno vn_bgp_nbr_asafi_prepare_sysdb_path(yfw_map_ctx ctx, const char *name, in
     char found_instance[SYSDB_INSTANCE_SIZE] = "";
     char vrf_name[NBR_TEXT_SIZE];
     oc_as_halves as{};
-    std::snprintf(found_instance, sizeof(found_instance), "%s", instance == nullptr ? "" : instance);
-    std::snprintf(vrf_name, sizeof(vrf_name), "%s", is_default ? "default" : vrf);
+    ymap_join(found_instance, sizeof(found_instance), {instance});
+    ymap_join(vrf_name, sizeof(vrf_name), {is_default ? "default" : vrf});
     const cerrno status = yfw_oc_bgp_sysdb_vrf_and_as_lookup(ctx, vrf_name, found_instance, as.upper, as.lower);
     // The upper half in these paths is always 0.
-    std::snprintf(path, size, "%s/0/%s/%s/%s/nbr/________/edm/%s/%s/%s/ord_s/", instance == nullptr ? "" : instance,
-                  as.lower, is_default ? "ord_a" : "ord_b", vrf_name, group != 0 ? "ord_q/0x2/________" : "ord_u/0x3",
-                  name == nullptr ? "" : name, group != 0 ? "________" : "________/________");
+    ymap_join(path, size,
+              {instance, "/0/", as.lower, "/", is_default ? "ord_a" : "ord_b", "/", vrf_name, "/nbr/________/edm/",
+               group != 0 ? "ord_q/0x2/________/" : "ord_u/0x3/", name, group != 0 ? "/________" : "/________/________",
+               "/ord_s/"});
     return status;
 }
 
@@ -203,7 +203,7 @@ cerrno vn_bgp_show_nbr_cfg(yfw_map_ctx ctx, const char *name, int group, char *f
     if (text != nullptr) {
         const char *value =
             clients ? (all_first ? "true" : "false") : (all_first ? PRIVATE_AS_REMOVE_ALL : PRIVATE_AS_REPLACE_ALL);
-        std::snprintf(text, NBR_TEXT_SIZE, "%s", value);
+        ymap_join(text, NBR_TEXT_SIZE, {value});
     }
     return 1;
 }

@@ -1,7 +1,6 @@
 // The per-family settings of a neighbour or group: their native paths, and what a request says of them.
 #include "ymap_ocni_openconfig_bgp_man_util.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -84,7 +83,7 @@ cerrno oc_bgp_vn_prepare_xpath(yfw_map_ctx ctx, const cidl_yfw_datatree *src, ci
                                const char *family, int setting, const char *value) {
     YMAP_FRAME(ctx);
     char name[AF_TEXT_SIZE];
-    std::snprintf(name, sizeof(name), "%s", family);
+    ymap_join(name, sizeof(name), {family});
     ymap_convert_af_sysdb_2_VN(name);
     const bool is_default = yfw_map_oc_is_default_vrf_hierarchy(ctx);
     const family_paths &paths = !is_default ? vrf_neighbor_paths : group != 0 ? group_paths : neighbor_paths;
@@ -102,7 +101,7 @@ namespace {
 
 const cidl_yfw_datatree *child_named(const cidl_yfw_datatree *parent, const char *name) {
     const cidl_yfw_datatree *node = parent == nullptr ? nullptr : parent->first_child;
-    while (node != nullptr && yfw_map_do_these_match(node->name, name) == 0) {
+    while (node != nullptr && (node->name == nullptr || std::strcmp(node->name, name) != 0)) {
         node = node->next_sibling;
     }
     return node;
@@ -171,13 +170,13 @@ cerrno bgp_oc_chk_if_rpc_has_nbr_rrc_rpa(yfw_map_ctx ctx, const cidl_yfw_datatre
     const char *value = nullptr;
     bgp_prepare_xpath_for_nbr_asafi(ctx, src, dst, name, group, &value, is_delete, reflector);
     if (value != nullptr) {
-        std::snprintf(rr_value, value_size, "%s", value);
+        ymap_join(rr_value, value_size, {value});
         *rr_client = 1;
     }
     value = nullptr;
     bgp_prepare_xpath_for_nbr_asafi(ctx, nullptr, nullptr, name, group, &value, is_delete, private_as);
     if (value != nullptr) {
-        std::snprintf(private_as_value, value_size, "%s", value);
+        ymap_join(private_as_value, value_size, {value});
         *remove = yfw_map_do_these_match(value, PRIVATE_AS_REMOVE_ALL) != 0 ? 1 : *remove;
         *replace = yfw_map_do_these_match(value, PRIVATE_AS_REPLACE_ALL) != 0 ? 1 : *replace;
     }

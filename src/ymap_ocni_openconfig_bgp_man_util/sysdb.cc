@@ -57,9 +57,9 @@ cerrno yfw_oc_bgp_sysdb_vrf_and_as_lookup(yfw_map_ctx ctx, char *vrf, char *inst
     YMAP_FRAME(ctx);
     char pattern[pattern_size];
     if (is_default_vrf(vrf)) {
-        std::snprintf(pattern, sizeof(pattern), "%s/.*/.*/gbl/edm/ord_a/running", instance);
+        ymap_join(pattern, sizeof(pattern), {instance, "/.*/.*/gbl/edm/ord_a/running"});
     } else {
-        std::snprintf(pattern, sizeof(pattern), ".*/.*/.*/ord_b/%s/gbl/edm/ord_a/exists", vrf);
+        ymap_join(pattern, sizeof(pattern), {".*/.*/.*/ord_b/", vrf, "/gbl/edm/ord_a/exists"});
     }
     sysdb_datalist_t *list = nullptr;
     const cerrno searched = sysdb_find_data(bgp_cfg_sysdb_connid, pattern, "", search_mode, &list);

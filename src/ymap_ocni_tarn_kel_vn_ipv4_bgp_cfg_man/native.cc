@@ -62,7 +62,7 @@ cerrno vn_map_family(const ymap_frame &frame, const cidl_yfw_datatree *src, cidl
 cerrno vn_write_in_container(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst,
                              const char *container, const char *suffix) {
     char path[255];
-    std::snprintf(path, sizeof(path), "%s%s", container, suffix);
+    ymap_join(path, sizeof(path), {container, suffix});
     return vn_write(ctx, dst, path, src->value, 0);
 }
 

@@ -44,6 +44,6 @@ YMAP_EXPORT cerrno vn_bgp_vrf_gbl_rd(yfw_map_ctx ctx, const cidl_yfw_datatree *s
     const char *first = vn_leaf(ctx, VN_RD, type == RD_ADDRESS ? "address" : "as");
     const char *second = vn_leaf(ctx, VN_RD, type == RD_ADDRESS ? "address-index" : "as-index");
     char text[rd_text_size];
-    std::snprintf(text, sizeof(text), "%s:%s", first == nullptr ? "" : first, second == nullptr ? "" : second);
+    ymap_join(text, sizeof(text), {first, ":", second});
     return vn_write(ctx, dst, OC_NETWORK_INSTANCE "/config/route-distinguisher", text, 0);
 }

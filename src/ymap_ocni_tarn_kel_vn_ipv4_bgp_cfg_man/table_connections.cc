@@ -1,7 +1,6 @@
 // Native redistributions of the default VRF as OpenConfig table connections into BGP.
 #include "native.h"
 
-#include <cstdio>
 
 #define OC_TABLE_CONNECTION OC_NETWORK_INSTANCE "/table-connections/table-connection"
 
@@ -88,7 +87,7 @@ YMAP_EXPORT cerrno vn_oc_bgp_table_conn_list(yfw_map_ctx ctx, const cidl_yfw_dat
         return ymap_refuse_arguments(frame);
     }
     char protocol[PROTO_TEXT_SIZE];
-    std::snprintf(protocol, sizeof(protocol), "%s", src->name);
+    ymap_join(protocol, sizeof(protocol), {src->name});
     if (!is_source(protocol)) {
         return 0;
     }
@@ -96,7 +95,7 @@ YMAP_EXPORT cerrno vn_oc_bgp_table_conn_list(yfw_map_ctx ctx, const cidl_yfw_dat
     const char *metric = present_leaf(src, "default-metric");
     const char *native_family = vn_leaf(ctx, VN_DEFAULT_VRF "/global/global-afs/global-af", "af-name");
     char family[AF_TEXT_SIZE];
-    std::snprintf(family, sizeof(family), "%s", native_family == nullptr ? "" : native_family);
+    ymap_join(family, sizeof(family), {native_family});
     ymap_convert_af_proto_VN_2_OC(family, protocol);
     // What comes of it has been logged there and is not passed up: meant so.
     vn_bgp_search_or_add_list_oc_table_conn(ctx, dst, protocol, family, metric, policy);

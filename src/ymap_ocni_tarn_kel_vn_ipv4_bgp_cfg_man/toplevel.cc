@@ -23,7 +23,7 @@ cerrno enter_protocol(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_da
     if (path == nullptr) {
         return OCBGP_ERR_NO_RESOURCE;
     }
-    std::snprintf(path, size, "%s/%s", OC_NETWORK_INSTANCE, OC_PROTOCOL_LEVELS);
+    ymap_join(path, size, {OC_NETWORK_INSTANCE, "/", OC_PROTOCOL_LEVELS});
     yfw_map_copy_trim_path_list_ctx(ctx, path);
     vnos_named_free(path);
     yfw_add_to_output_list_ctx(ctx, ymap_writable(src), dst);

@@ -80,11 +80,12 @@ SecretText::~SecretText() {
     explicit_bzero(text_.data(), text_.size());
 }
 
-void add_output_option(CLI::App &command, Syntax &syntax) {
+void add_output_options(CLI::App &command, Output &output) {
     static const std::map<std::string, Syntax> syntaxes{{"json", Syntax::json}, {"xml", Syntax::xml}};
-    command.add_option("-o,--output", syntax, "The syntax of what is printed: json or xml")
+    command.add_option("-o,--output", output.syntax, "The syntax of what is printed: json or xml")
         ->transform(CLI::CheckedTransformer(syntaxes).description(""))
         ->type_name("json|xml");
+    command.add_flag("--compact", output.compact, "Print it in one line, without blanks");
 }
 
 } // namespace yfw::tool

@@ -1,6 +1,7 @@
 // What the subcommands share: the global options, messages, exit codes.
 #pragma once
 
+#include "documents/writer.h"
 #include "engine.h"
 #include "error.h"
 #include "platform/password.h"
@@ -83,7 +84,14 @@ void add_get(CLI::App &app, const Globals &globals, int *exit_code);
 void add_sysdb(CLI::App &app, const Globals &globals, int *exit_code);
 void add_map(CLI::App &app, const Globals &globals, int *exit_code);
 
-// The option -o json|xml.
-void add_output_option(CLI::App &command, Syntax &syntax);
+struct Output {
+    Syntax syntax = Syntax::json;
+    bool compact = false;
+
+    [[nodiscard]] WriteOptions options() const { return {.syntax = syntax, .pretty = !compact}; }
+};
+
+// The options -o json|xml and --compact.
+void add_output_options(CLI::App &command, Output &output);
 
 } // namespace yfw::tool

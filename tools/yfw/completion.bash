@@ -57,8 +57,8 @@ _yfw()
     command=$(_yfw_subcommand)
     options="--help --db --models --mapping --plugin --trace --log-level"
     case $command in
-        edit) options+=" --dry-run --default-operation --skip-unknown --strict --output" ;;
-        get) options+=" --native --paths --state --output" ;;
+        edit) options+=" --dry-run --default-operation --skip-unknown --strict --output --compact" ;;
+        get) options+=" --native --paths --state --output --compact" ;;
         map) options+=" --deviations --markdown" ;;
         "") options+=" --version" ;;
     esac

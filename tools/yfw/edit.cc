@@ -13,7 +13,7 @@ namespace {
 struct Arguments {
     EditOptions options;
     bool dry_run = false;
-    Syntax output = Syntax::json;
+    Output output;
     std::vector<std::string> files;
 };
 
@@ -46,11 +46,9 @@ void report(const Messages &messages, const EditResult &result) {
 }
 
 void print_edit(const Session &session, const Arguments &arguments, const EditResult &result) {
-    WriteOptions writing;
-    writing.syntax = arguments.output;
+    WriteOptions writing = arguments.output.options();
     writing.operations = true;
     writing.explicit_merge = result.default_operation == DefaultOperation::none;
-    writing.pretty = true;
     Sink sink(stdout);
     write_document(sink, session.schema(), result.native(), writing);
 }
@@ -109,7 +107,7 @@ void add_edit(CLI::App &app, const Globals &globals, int *) {
     command->add_flag("--skip-unknown", arguments->options.skip_unknown,
                       "List nodes outside the models instead of refusing the edit");
     command->add_flag("--strict", arguments->options.strict, "Refuse an edit with nodes that are not mapped");
-    add_output_option(*command, arguments->output);
+    add_output_options(*command, arguments->output);
     command
         ->add_option("FILE", arguments->files, "Documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();

@@ -11,7 +11,7 @@ struct Arguments {
     bool native = false;
     bool paths = false;
     bool state = false;
-    Syntax output = Syntax::json;
+    Output output;
     std::vector<std::string> wanted;
 };
 
@@ -30,11 +30,8 @@ void print_native(Session &session, const Arguments &arguments) {
     }
     Node *found = new_root(arena, session.schema());
     transaction.fetch(arena, wanted, found);
-    WriteOptions writing;
-    writing.syntax = arguments.output;
-    writing.pretty = true;
     Sink sink(stdout);
-    write_document(sink, session.schema(), found, writing);
+    write_document(sink, session.schema(), found, arguments.output.options());
 }
 
 void print_openconfig(Session &session, const Arguments &arguments, const Transaction &transaction) {
@@ -42,11 +39,8 @@ void print_openconfig(Session &session, const Arguments &arguments, const Transa
     for (const std::string &note : result.notes) {
         Messages().line("note", note);
     }
-    WriteOptions writing;
-    writing.syntax = arguments.output;
-    writing.pretty = true;
     Sink sink(stdout);
-    write_document(sink, session.schema(), result.openconfig(), writing);
+    write_document(sink, session.schema(), result.openconfig(), arguments.output.options());
 }
 
 // One line for each innermost node.
@@ -91,7 +85,7 @@ void add_get(CLI::App &app, const Globals &globals, int *) {
     command->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches")
         ->excludes(native);
     command->add_flag("--state", arguments->state, "State too")->excludes(native);
-    add_output_option(*command, arguments->output);
+    add_output_options(*command, arguments->output);
     command->add_option("PATH", arguments->wanted,
                         "Instance paths such as /network-instances/network-instance[name=DEFAULT]; keys and prefixes "
                         "may be left out");

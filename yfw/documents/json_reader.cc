@@ -277,6 +277,9 @@ class JsonReader {
 
     std::string_view string(const SchemaNode &schema, ondemand::value &value, std::string_view token) {
         const std::string_view text = string_in(value, token);
+        if (schema.secret && text.data() != token.data() + 1) {
+            builder_.arena().note_secret(const_cast<char *>(text.data()), text.size()); // it had escapes
+        }
         if (std::memchr(token.data(), '\\', token.size()) == nullptr) {
             return text;
         }

@@ -24,7 +24,7 @@ class JsonWriter {
             sink_.put(options_.pretty ? "\"@\": " : "\"@\":");
             annotation(operation);
         }
-        for_each_member(node, [&](const SchemaNode &schema, const Node *first) { member(schema, first, is_first); });
+        for_each_member(node, [&](const Node *first) { member(first->schema(), first, is_first); });
         --depth_;
         if (!is_first) {
             new_line();
@@ -35,10 +35,7 @@ class JsonWriter {
   private:
     void new_line() {
         if (options_.pretty) {
-            sink_.put('\n');
-            for (unsigned i = 0; i < depth_; ++i) {
-                sink_.put("  ");
-            }
+            sink_.put_line_break(depth_);
         }
     }
 

@@ -30,6 +30,14 @@ class Sink {
         used_ += piece.size();
     }
 
+    // A new line, indented by two blanks a level.
+    void put_line_break(std::size_t levels) {
+        char *place = reserve(1 + 2 * levels);
+        place[0] = '\n';
+        std::memset(place + 1, ' ', 2 * levels);
+        used_ += 1 + 2 * levels;
+    }
+
     // Throws Unusable when the stream does not take it.
     void flush();
 

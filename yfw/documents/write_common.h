@@ -16,27 +16,6 @@ inline constexpr std::string_view hidden_value = "********";
 // The name of the operation that is to be written with the node, empty for none.
 std::string_view written_operation(const Node *node, const WriteOptions &options);
 
-// Calls visit(child schema, child) for each node of a container, root or list entry in the schema's order; for a list
-// or leaf-list once, with its first entry.
-template <typename Visit>
-void for_each_member(const Node *parent, Visit visit) {
-    const auto *owner = static_cast<const InnerNode *>(parent);
-    if (owner->slots == nullptr) {
-        return;
-    }
-    for (const SchemaNode *schema : parent->schema().children) {
-        const void *slot = owner->slots[schema->ordinal];
-        if (slot == nullptr) {
-            continue;
-        }
-        const Node *first =
-            schema->repeats() ? static_cast<const Entries *>(slot)->first : static_cast<const Node *>(slot);
-        if (first != nullptr) {
-            visit(*schema, first);
-        }
-    }
-}
-
 // The characters that a syntax cannot take as they are.
 class EscapeSet {
   public:

@@ -38,15 +38,13 @@ class XmlWriter {
   private:
     void new_line() {
         if (options_.pretty && started_) {
-            sink_.put('\n');
-            for (unsigned i = 0; i < depth_; ++i) {
-                sink_.put("  ");
-            }
+            sink_.put_line_break(depth_);
         }
     }
 
     void members(const Node *parent) {
-        for_each_member(parent, [this](const SchemaNode &schema, const Node *first) {
+        for_each_member(parent, [this](const Node *first) {
+            const SchemaNode &schema = first->schema();
             for (const Node *node = first; node != nullptr; node = schema.repeats() ? next_entry(node) : nullptr) {
                 started_ = started_ || depth_ != 0;
                 new_line();

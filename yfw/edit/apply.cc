@@ -390,7 +390,7 @@ void Application::leave(const Node *node) {
     Level &level = *level_;
     if (level.changed && node->schema().kind == NodeKind::root && level.record.items().empty()) {
         transaction_.erase(key_);
-    } else if (level.changed) {
+    } else if (level.changed && (transaction_.keeps() || node->schema().max_elements != UINT32_MAX)) { // to be counted
         transaction_.put(key_, level.record.encode());
     }
     for (const Pending &pending : level.pending) {

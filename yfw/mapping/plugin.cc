@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <elf.h>
+#include <link.h>
 
 #include <algorithm>
 #include <cstring>
@@ -54,6 +55,45 @@ std::vector<std::string> exported_functions(const std::filesystem::path &file) {
     return names;
 }
 
+namespace {
+
+// What lies before the first segment that can be written.
+std::span<const char> read_only_part(void *handle) {
+    struct Search {
+        ElfW(Addr) base;
+        std::span<const char> found;
+    };
+    const link_map *map = nullptr;
+    if (dlinfo(handle, RTLD_DI_LINKMAP, &map) != 0) {
+        return {};
+    }
+    Search search{map->l_addr, {}};
+    dl_iterate_phdr(
+        [](dl_phdr_info *image, std::size_t, void *data) {
+            auto *wanted = static_cast<Search *>(data);
+            if (image->dlpi_addr != wanted->base) {
+                return 0;
+            }
+            std::size_t size = 0;
+            for (std::size_t i = 0; i < image->dlpi_phnum; ++i) {
+                const ElfW(Phdr) &segment = image->dlpi_phdr[i];
+                if (segment.p_type == PT_LOAD && (segment.p_flags & PF_W) != 0) {
+                    break;
+                }
+                if (segment.p_type == PT_LOAD) {
+                    size = segment.p_vaddr + segment.p_filesz;
+                }
+            }
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader tells the address as a number
+            wanted->found = {reinterpret_cast<const char *>(image->dlpi_addr), size};
+            return 1;
+        },
+        &search);
+    return search.found;
+}
+
+} // namespace
+
 void Plugin::Closer::operator()(void *handle) const {
     dlclose(handle);
 }
@@ -64,6 +104,7 @@ Plugin::Plugin(const std::filesystem::path &file) : file_(file), exports_(export
     if (handle_ == nullptr) {
         throw Unusable(std::string("the plug-in cannot be loaded: ") + dlerror());
     }
+    constants_ = read_only_part(handle_.get());
 }
 
 void *Plugin::find(const std::string &name) const {

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ class Plugin {
     // The functions that it exports, sorted.
     [[nodiscard]] const std::vector<std::string> &exports() const { return exports_; }
     [[nodiscard]] const std::filesystem::path &file() const { return file_; }
+    // The part of its image that cannot be written: texts in it stay what they are.
+    [[nodiscard]] std::span<const char> constants() const { return constants_; }
 
   private:
     struct Closer {
@@ -25,6 +28,7 @@ class Plugin {
     std::filesystem::path file_;
     std::unique_ptr<void, Closer> handle_;
     std::vector<std::string> exports_;
+    std::span<const char> constants_;
 };
 
 // The names of the functions that an ELF shared object exports, sorted. Throws Unusable when it is none.

@@ -72,21 +72,13 @@ Node *start_of(Request &request, Node *base, const char *path) {
     return root_of(base);
 }
 
-// The parent of the target's node, its missing levels added.
-Node *ensure_parent(Request &request, Node *start, const SchemaNode &target) {
-    std::array<const SchemaNode *, Request::deepest> levels{};
-    std::size_t count = 0;
-    for (const SchemaNode *schema = target.parent; schema != &start->schema(); schema = schema->parent) {
-        if (schema == nullptr || count == levels.size()) {
-            return nullptr; // the target does not lie below the start
-        }
-        levels[count++] = schema;
+// The node of a schema node at or below the start, its missing levels added; null when it does not lie there.
+Node *ensure_level(Request &request, Node *start, const SchemaNode &schema) {
+    if (&schema == &start->schema()) {
+        return start;
     }
-    Node *node = start;
-    while (count > 0) {
-        node = ensure_child(request.arena(), node, *levels[--count]);
-    }
-    return node;
+    Node *parent = schema.parent == nullptr ? nullptr : ensure_level(request, start, *schema.parent);
+    return parent == nullptr ? nullptr : ensure_child(request.arena(), parent, schema);
 }
 
 Node *add_leaf(Request &request, Node *parent, const SchemaNode &target, const char *value) {
@@ -170,7 +162,7 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
     if (target == nullptr || target->depth == 0 || !in_name_space(*target, name_space)) {
         return YFW_ERR_UNKNOWN_PATH;
     }
-    Node *parent = ensure_parent(request, start_of(request, base, path), *target);
+    Node *parent = ensure_level(request, start_of(request, base, path), *target->parent);
     if (parent == nullptr) {
         return YFW_ERR_UNKNOWN_PATH;
     }
@@ -251,7 +243,8 @@ cerrno yfw_map_get_node_info(yfw_map_ctx ctx, const char *path, const char *leaf
     if (node == nullptr) {
         return YFW_ERR_NO_ENTRY;
     }
-    const Node *found = yfw::child(node, std::string_view(leaf));
+    const yfw::SchemaNode *wanted = schema->is_inner() ? request.find_child(*schema, leaf) : nullptr;
+    const Node *found = wanted == nullptr ? nullptr : yfw::child(node, *wanted);
     *value = found == nullptr ? nullptr : found->value;
     return 0;
 }
@@ -263,7 +256,7 @@ struct cidl_yfw_datatree *yfw_map_get_node(yfw_map_ctx ctx, const char *parent_p
     if (node == nullptr || !schema->is_inner()) {
         return nullptr;
     }
-    const yfw::SchemaNode *wanted = schema->child(child);
+    const yfw::SchemaNode *wanted = request.find_child(*schema, child);
     if (wanted == nullptr) {
         return nullptr;
     }

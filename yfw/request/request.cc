@@ -37,12 +37,23 @@ Request::~Request() {
 const SchemaNode *Request::find(const char *path) {
     const auto address = reinterpret_cast<std::uintptr_t>(path);
     Found &found = found_[(address ^ address >> 9U) % found_.size()];
-    if (found.path != path || std::strcmp(found.node->path.c_str(), path) != 0) {
+    if (found.path != path || (!is_constant(path) && std::strcmp(found.node->path.c_str(), path) != 0)) {
         const SchemaNode *node = schema_.find(path);
         if (node == nullptr) {
             return nullptr;
         }
         found = {path, node};
+    }
+    return found.node;
+}
+
+const SchemaNode *Request::find_child(const SchemaNode &parent, const char *name) {
+    if (!is_constant(name)) {
+        return parent.child(name);
+    }
+    FoundChild &found = found_children_[(reinterpret_cast<std::uintptr_t>(name) ^ parent.id) % found_children_.size()];
+    if (found.name != name || found.parent != &parent) {
+        found = {&parent, name, parent.child(name)};
     }
     return found.node;
 }
@@ -61,23 +72,14 @@ Node *Request::current() const {
 
 Node *Request::current_node(const SchemaNode &wanted) const {
     // Level d of the path is a node of schema depth d + 1. Below the nearest ancestor on the path containers lead on.
-    std::array<const SchemaNode *, deepest> below{};
-    std::size_t count = 0;
-    for (const SchemaNode *schema = &wanted; schema->depth > 0 && count < deepest; schema = schema->parent) {
-        const bool on_path =
-            schema->depth <= depth_ && path_[schema->depth - 1U].node->framework == static_cast<const void *>(schema);
-        if (on_path || schema->parent->depth == 0) {
-            Node *node = on_path ? static_cast<Node *>(path_[schema->depth - 1U].node)
-                                 : (schema->repeats() ? nullptr : child(source_, *schema));
-            while (node != nullptr && count > 0) {
-                const SchemaNode *next = below[--count];
-                node = next->repeats() ? nullptr : child(node, *next);
-            }
-            return node;
-        }
-        below[count++] = schema;
+    if (wanted.depth == 0) {
+        return source_;
     }
-    return nullptr;
+    if (wanted.depth <= depth_ && path_[wanted.depth - 1U].node->framework == static_cast<const void *>(&wanted)) {
+        return static_cast<Node *>(path_[wanted.depth - 1U].node);
+    }
+    const Node *parent = wanted.repeats() ? nullptr : current_node(*wanted.parent);
+    return parent == nullptr ? nullptr : child(parent, wanted);
 }
 
 } // namespace yfw

@@ -8,6 +8,8 @@
 #include "yfw_map.h"
 
 #include <array>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,9 +28,13 @@ class Request : public yfw_map_context {
     [[nodiscard]] const Schema &schema() const { return schema_; }
     [[nodiscard]] bool is_read() const { return kind_.kind == YFW_KIND_READ || kind_.kind == YFW_KIND_READ_STATE; }
     Arena &arena() { return arena_; }
+    // Memory whose texts do not change while the request lasts: one found before is known by its address there.
+    void trust(std::span<const char> constants) { constants_ = constants; }
     // The schema node of an absolute path, or null. A plug-in names the same few hundred paths again and again, by the
-    // same constants: where one was found before, a look at the text is enough.
+    // same constants: where one was found before, at most a look at the text is needed.
     const SchemaNode *find(const char *path);
+    // A schema node's child of that name, or null; likewise.
+    const SchemaNode *find_child(const SchemaNode &parent, const char *name);
     [[nodiscard]] Node *source() const { return source_; } // the tree that is being mapped
     void set_source(Node *root) { source_ = root; }
     [[nodiscard]] Node *destination() const { return destination_; }
@@ -71,8 +77,20 @@ class Request : public yfw_map_context {
         const SchemaNode *node = nullptr;
     };
 
+    struct FoundChild {
+        const SchemaNode *parent = nullptr;
+        const char *name = nullptr;
+        const SchemaNode *node = nullptr;
+    };
+    [[nodiscard]] bool is_constant(const char *text) const {
+        return reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(constants_.data()) <
+               constants_.size();
+    }
+
     const Schema &schema_;
+    std::span<const char> constants_;
     std::array<Found, 512> found_; // by the address of the text
+    std::array<FoundChild, 128> found_children_;
     Log *log_;
     Arena arena_;
     yfw_request_kind kind_{};

@@ -264,9 +264,6 @@ std::optional<std::string_view> Transaction::record(std::string_view key) const 
 }
 
 void Transaction::put(std::string_view key, std::string_view bytes) {
-    if (!keeps_) {
-        return;
-    }
     MDB_val where = to_value(key);
     MDB_val what = to_value(bytes);
     check(mdb_put(txn_.get(), dbi_, &where, &what, 0), *directory_, Access::write);

@@ -81,8 +81,9 @@ class Transaction {
     // The record of a key, valid until the next change.
     [[nodiscard]] std::optional<std::string_view> record(std::string_view key) const;
     void put(std::string_view key, std::string_view bytes);
-    // From now on puts are not kept, not even until the end of the transaction: for the last edit of a dry run.
+    // From now on records need not be put, not even for the rest of the transaction: for the last edit of a dry run.
     void keep_nothing() { keeps_ = false; }
+    [[nodiscard]] bool keeps() const { return keeps_; }
     void erase(std::string_view key);
     // Erases every record whose key begins so.
     void erase_all(std::string_view prefix);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_map>
 #include <utility>
 
 namespace yfw {
@@ -35,12 +36,6 @@ enum class Outcome {
     written,   // served; a delete is in the destination whole
     skipped    // nothing is to be mapped below
 };
-
-// The child of a leaf or container, or the first entry.
-Node *first_of(const Node *parent, const SchemaNode &schema) {
-    const Entries *all = schema.repeats() ? entries(parent, schema) : nullptr;
-    return schema.repeats() ? (all == nullptr ? nullptr : all->first) : child(parent, schema);
-}
 
 Node *next_of(const Node *node) {
     return node->schema().repeats() ? next_entry(node) : nullptr;
@@ -71,11 +66,11 @@ class Walker {
         : request_(request), mapping_(mapping), existing_(existing), stored_(stored) {}
 
     void visit_children(Node *node) {
-        for (const SchemaNode *below : node->schema().children) {
-            for (Node *next = first_of(node, *below); next != nullptr; next = next_of(next)) {
+        for_each_member(node, [this](Node *first) {
+            for (Node *next = first; next != nullptr; next = next_of(next)) {
                 visit(next);
             }
-        }
+        });
     }
 
     // Configuration comes before state: what state there is of an entry joins the one that is configured.
@@ -121,6 +116,7 @@ class Walker {
     const ExistingEntries &existing_;
     const StoredNative &stored_;
     WalkResult result_;
+    std::unordered_map<const Binding *, std::vector<xpath_list_type_t>> candidates_;
     std::string note_;     // of the companion's service called last
     bool handled_ = false; // it says that nothing is lost
 };
@@ -384,8 +380,14 @@ cerrno Walker::call_companion(Node *node, const Binding &binding) {
 }
 
 cerrno Walker::call_select(Node *node, const Binding &binding) {
-    // The candidates are the mapping's, made once; the marks are this call's.
-    std::vector<xpath_list_type_t> candidates = binding.candidates;
+    // The candidates are the mapping's; the marks are this call's, on a copy that is made once.
+    std::vector<xpath_list_type_t> &candidates = candidates_[&binding];
+    if (candidates.empty()) {
+        candidates = binding.candidates;
+    }
+    for (xpath_list_type_t &candidate : candidates) {
+        candidate.selected = 0;
+    }
     const cerrno code = reinterpret_cast<SelectCallback>(binding.function)(
         &request_, static_cast<int>(candidates.size()), candidates.data());
     if (code != 0) {
