@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -45,7 +46,9 @@ class Arena {
         return memory;
     }
 
-    [[nodiscard]] std::size_t used() const { return used_; }
+    // Memory that somebody else is done with, for use before any new.
+    void adopt(std::string &&memory);
+
     // A clear-text password that is to be wiped.
     void note_secret(char *text, std::size_t size) { secrets_.emplace_back(text, size); }
     char *copy_secret(std::string_view text) {
@@ -67,7 +70,8 @@ class Arena {
     std::vector<Chunk> chunks_;
     char *next_ = nullptr;
     char *end_ = nullptr;
-    std::size_t used_ = 0;
+    std::vector<std::string> adopted_;
+    std::size_t adopted_used_ = 0; // of the strings
     std::vector<std::span<char>> secrets_;
 };
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <utility>
 
 namespace yfw {
 
@@ -92,10 +93,10 @@ Engine::Engine(const EngineFiles &files, Log *log)
 
 namespace {
 
-// A large document's text is as much again as what is made of it; and there may be a password in it.
-void give_up(std::string &text) {
+// A document's text, in which there may be a password, is not needed once it is read; its memory is.
+void give_up(std::string &text, Arena &arena) {
     explicit_bzero(text.data(), text.size());
-    std::string().swap(text);
+    arena.adopt(std::exchange(text, {}));
 }
 
 } // namespace
@@ -109,7 +110,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
-    give_up(text);
+    give_up(text, request.arena());
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
     result.default_operation = document.default_operation.value_or(options.default_operation);
@@ -231,7 +232,7 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     ReadOptions reading;
     reading.edit = false;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
-    give_up(text);
+    give_up(text, request.arena());
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
         if (!is_one_of(native_roots, top->schema().path) && !is_one_of(operational_roots, top->schema().path)) {
             throw Refused(Reason::unknown_element, instance_path(top),

@@ -101,26 +101,27 @@ void collect_identities(const lysc_ident *identity, std::unordered_map<std::stri
 } // namespace
 
 struct Schema::Accepted {
-    struct TextHash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return hash_text(text, 0); }
+    using Identities = std::unordered_map<std::string, const lys_module *>;
+    struct Value {
+        const lysc_type *type = nullptr;
+        std::string text;
     };
-    struct OfType {
-        std::unordered_set<std::string, TextHash, std::equal_to<>> values;
-        std::unordered_map<std::string, const lys_module *> identities;
-    };
-    static constexpr std::size_t most_values = 1U << 15U;
     static constexpr std::size_t longest_value = 128;
 
-    std::unordered_map<const lysc_type *, OfType> types;
+    std::unordered_map<const lysc_type *, Identities> identities; // that a type takes
+    std::array<Value, 1024> values;                               // by type and text; a newer one takes the place
 
-    OfType &of(const lysc_type *type) {
-        auto [place, is_new] = types.try_emplace(type);
-        if (is_new && type->basetype == LY_TYPE_IDENT) {
+    Value &place(const lysc_type *type, std::string_view text) {
+        return values[hash_text(text, reinterpret_cast<std::uintptr_t>(type)) % values.size()];
+    }
+
+    const Identities &identities_of(const lysc_type *type) {
+        auto [place, is_new] = identities.try_emplace(type);
+        if (is_new) {
             const auto *reference = reinterpret_cast<const lysc_type_identityref *>(type);
             LY_ARRAY_COUNT_TYPE i = 0;
             LY_ARRAY_FOR(reference->bases, i) {
-                collect_identities(reference->bases[i], place->second.identities);
+                collect_identities(reference->bases[i], place->second);
             }
         }
         return place->second;
@@ -132,9 +133,9 @@ struct Schema::Accepted {
             module = text.substr(0, colon);
             text.remove_prefix(colon + 1);
         }
-        const auto &identities = of(type).identities;
-        const auto found = identities.find(std::string(text));
-        if (found == identities.end() || (!module.empty() && module != found->second->name)) {
+        const Identities &known = identities_of(type);
+        const auto found = known.find(std::string(text));
+        if (found == known.end() || (!module.empty() && module != found->second->name)) {
             return nullptr;
         }
         return found->second;
@@ -297,8 +298,25 @@ bool is_plain_string(const lysc_type *type) {
     return text->length == nullptr && text->patterns == nullptr;
 }
 
+// As the type itself would say it, without a copy in libyang's dictionary.
+bool patterns_take(const lysc_type *type, std::string_view value) {
+    ly_err_item *error = nullptr;
+    const LY_ERR result = lyplg_type_validate_patterns(reinterpret_cast<const lysc_type_str *>(type)->patterns,
+                                                       value.data(), value.size(), &error);
+    ly_err_free(error);
+    return result == LY_SUCCESS;
+}
+
+bool has_only_patterns(const lysc_type *type) {
+    return type->basetype == LY_TYPE_STRING && type->plugin->store == lyplg_type_store_string &&
+           reinterpret_cast<const lysc_type_str *>(type)->length == nullptr;
+}
+
 bool store_takes(const ly_ctx *context, const lysc_node *node, const lysc_type *type, std::string_view value,
                  std::string *reason) {
+    if (has_only_patterns(type) && patterns_take(type, value)) {
+        return true; // what is not taken goes on, for the reason
+    }
     lyd_value storage{};
     ly_err_item *error = nullptr;
     const LY_ERR result = type->plugin->store(context, type, value.data(), value.size(), 0, LY_VALUE_JSON, nullptr,
@@ -326,7 +344,6 @@ bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string
     if (is_plain_string(type)) {
         return true;
     }
-    Accepted::OfType &known = accepted_->of(type);
     if (leaf.type == BaseType::identityref) {
         const bool taken = accepted_->identity(type, value) != nullptr;
         if (!taken && reason != nullptr) {
@@ -334,7 +351,8 @@ bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string
         }
         return taken;
     }
-    if (known.values.contains(value)) {
+    Accepted::Value &known = accepted_->place(type, value);
+    if (known.type == type && known.text == value) {
         return true;
     }
     bool taken = false;
@@ -354,10 +372,8 @@ bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string
         taken = store_takes(context_.get(), leaf.compiled, type, value, reason);
     }
     if (taken && value.size() <= Accepted::longest_value && !leaf.secret) {
-        if (known.values.size() >= Accepted::most_values) {
-            known.values.clear();
-        }
-        known.values.emplace(value);
+        known.text = value;
+        known.type = type;
     }
     return taken;
 }

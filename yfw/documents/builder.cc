@@ -128,7 +128,7 @@ void Builder::enter(const SchemaNode &schema) {
         if (child(current(), schema) != nullptr) {
             refuse(Reason::duplicate, &schema, "the document has this container twice");
         }
-        node = ensure_child(arena_, current(), schema);
+        node = add_child(arena_, current(), schema);
     }
     node->flags |= YFW_NODE_PRESENT;
     levels_.push_back({node, nullptr, notes_.size(), valueless_.size(), unknown_.size()});
@@ -144,8 +144,12 @@ void Builder::leave() {
             dropped_level_ = 0;
         }
     } else {
-        apply_notes(level);
-        check_values(level);
+        if (notes_.size() > level.notes) {
+            apply_notes(level);
+        }
+        if (valueless_.size() > level.valueless) {
+            check_values(level);
+        }
         if (level.node->schema().kind == NodeKind::list) {
             finish_entry(level.node);
         }
@@ -207,7 +211,7 @@ Node *Builder::place(const SchemaNode &schema, std::string_view value) {
             refuse(Reason::duplicate, &schema, "the document has " + shown(schema, value) + " twice");
         }
     } else {
-        node = ensure_child(arena_, current(), schema);
+        node = add_child(arena_, current(), schema); // that there is none yet was looked at
         set_value(arena_, node, value);
     }
     node->flags |= YFW_NODE_PRESENT;

@@ -96,6 +96,10 @@ class JsonReader {
         for (auto next : members) {
             ondemand::field member;
             take(next, member);
+            if (const SchemaNode *usual = usual_of(member); usual != nullptr) {
+                known(*usual, member.value());
+                continue;
+            }
             std::string_view name = name_of(member);
             if (builder_.dropping()) {
                 skip(member.value());
@@ -106,6 +110,19 @@ class JsonReader {
                 known_or_unknown(name, member.value());
             }
         }
+    }
+
+    // The node that came here in the last object of the kind, if the member is named so.
+    const SchemaNode *usual_of(ondemand::field &member) {
+        const SchemaNode *usual = builder_.dropping() ? nullptr : builder_.usual();
+        const char *begin = member.key().raw();
+        const auto room = static_cast<std::size_t>(text_.data() + text_.size() - begin);
+        if (usual == nullptr || usual->name.size() >= room || begin[usual->name.size()] != '"' ||
+            std::memcmp(begin, usual->name.data(), usual->name.size()) != 0) {
+            return nullptr;
+        }
+        builder_.follow(*usual);
+        return usual;
     }
 
     std::string_view name_of(ondemand::field &member) {
@@ -139,18 +156,22 @@ class JsonReader {
             builder_.unknown(copy);
             return;
         }
-        switch (schema->kind) {
+        known(*schema, value);
+    }
+
+    void known(const SchemaNode &schema, ondemand::value value) {
+        switch (schema.kind) {
         case NodeKind::list:
-            list(*schema, value);
+            list(schema, value);
             break;
         case NodeKind::leaf:
-            leaf(*schema, value);
+            leaf(schema, value);
             break;
         case NodeKind::leaf_list:
-            leaf_list(*schema, value);
+            leaf_list(schema, value);
             break;
         default:
-            enter(*schema, value);
+            enter(schema, value);
             break;
         }
     }
@@ -277,11 +298,11 @@ class JsonReader {
 
     std::string_view string(const SchemaNode &schema, ondemand::value &value, std::string_view token) {
         const std::string_view text = string_in(value, token);
-        if (schema.secret && text.data() != token.data() + 1) {
-            builder_.arena().note_secret(const_cast<char *>(text.data()), text.size()); // it had escapes
+        if (text.data() == token.data() + 1) {
+            return text; // without escapes
         }
-        if (std::memchr(token.data(), '\\', token.size()) == nullptr) {
-            return text;
+        if (schema.secret) {
+            builder_.arena().note_secret(const_cast<char *>(text.data()), text.size());
         }
         const auto is_forbidden = [](char c) {
             return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';

@@ -77,8 +77,16 @@ Node *ensure_level(Request &request, Node *start, const SchemaNode &schema) {
     if (&schema == &start->schema()) {
         return start;
     }
+    const bool is_list = schema.kind == NodeKind::list && start == request.destination();
+    if (Node *entry = is_list ? request.noted_entry(schema) : nullptr; entry != nullptr) {
+        return entry;
+    }
     Node *parent = schema.parent == nullptr ? nullptr : ensure_level(request, start, *schema.parent);
-    return parent == nullptr ? nullptr : ensure_child(request.arena(), parent, schema);
+    Node *node = parent == nullptr ? nullptr : ensure_child(request.arena(), parent, schema);
+    if (is_list && node != nullptr) {
+        request.note_entry(node);
+    }
+    return node;
 }
 
 Node *add_leaf(Request &request, Node *parent, const SchemaNode &target, const char *value) {

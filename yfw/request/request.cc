@@ -58,6 +58,35 @@ const SchemaNode *Request::find_child(const SchemaNode &parent, const char *name
     return found.node;
 }
 
+Node *Request::noted_entry(const SchemaNode &list) const {
+    const Chain &chain = chains_[list.id % chains_.size()];
+    if (chain.list != &list) {
+        return nullptr;
+    }
+    for (std::size_t i = 0; i < chain.size; ++i) {
+        if (chain.levels[i].entries->current != chain.levels[i].entry) {
+            return nullptr;
+        }
+    }
+    return const_cast<Node *>(chain.levels[0].entry);
+}
+
+void Request::note_entry(Node *entry) {
+    Chain &chain = chains_[entry->schema().id % chains_.size()];
+    chain.list = nullptr;
+    chain.size = 0;
+    for (Node *node = entry; node->up() != nullptr; node = node->up()) {
+        if (node->schema().kind != NodeKind::list) {
+            continue;
+        }
+        if (chain.size == Chain::longest) {
+            return;
+        }
+        chain.levels[chain.size++] = {entries(node->up(), node->schema()), node};
+    }
+    chain.list = &entry->schema();
+}
+
 void Request::enter(Node *node) {
     if (depth_ == deepest) {
         throw Refused(Reason::too_big, instance_path(node), "the node lies deeper than any model goes");

@@ -48,6 +48,11 @@ class Request : public yfw_map_context {
     // none.
     [[nodiscard]] Node *current_node(const SchemaNode &wanted) const;
 
+    // The destination's current entry of a list, in the current entries of those that the list lies in, where it was
+    // noted and all of them still are; null when it is to be looked up.
+    [[nodiscard]] Node *noted_entry(const SchemaNode &list) const;
+    void note_entry(Node *entry);
+
     [[nodiscard]] Node *current_list() const { return current_list_; }
     void set_current_list(Node *entry) { current_list_ = entry; }
 
@@ -77,6 +82,16 @@ class Request : public yfw_map_context {
         const SchemaNode *node = nullptr;
     };
 
+    struct Chain {
+        struct Level {
+            const Entries *entries;
+            const Node *entry;
+        };
+        static constexpr std::size_t longest = 8;
+        const SchemaNode *list = nullptr;
+        std::size_t size = 0;
+        std::array<Level, longest> levels;
+    };
     struct FoundChild {
         const SchemaNode *parent = nullptr;
         const char *name = nullptr;
@@ -105,6 +120,7 @@ class Request : public yfw_map_context {
     Node *source_;
     Node *destination_;
     Node *current_list_ = nullptr;
+    std::array<Chain, 8> chains_; // by the list's id
 };
 
 inline Request &request_of(yfw_map_ctx ctx) {
