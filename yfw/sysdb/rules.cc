@@ -133,7 +133,7 @@ ItemRule item_rule(const Schema &schema, const Row &row) {
             rule.members.push_back(rule.node->child(member));
         }
     }
-    if (level != rule.lists.size() || level > ItemRule::deepest ||
+    if (level == 0 || level != rule.lists.size() || level > ItemRule::deepest ||
         std::count(rule.members.begin(), rule.members.end(), nullptr) != 0 ||
         std::any_of(rule.lists.begin(), rule.lists.end(), [](const auto *list) { return list->keys.size() != 1; })) {
         throw Unusable("the models have another " + std::string(row.native) + " than the system database shows");

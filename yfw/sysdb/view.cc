@@ -36,9 +36,9 @@ class Search {
 
     Search(const Transaction &transaction, const ItemRule &rule) : transaction_(transaction), rule_(rule) {}
 
-    // Whether the rule has paths with these first components.
-    static bool fits(const ItemRule &rule, const PathComponents &components) {
-        return components.size() <= rule.path.size() &&
+    // Whether the rule has paths with these first components, and the store has ever held what they show.
+    static bool fits(const Transaction &transaction, const ItemRule &rule, const PathComponents &components) {
+        return components.size() <= rule.path.size() && transaction.number(*rule.lists.front()) != 0 &&
                std::equal(components.begin(), components.end(), rule.path.begin(),
                           [](auto given, const auto &own) { return is_any(given) || own.is_key || own.text == given; });
     }
@@ -206,7 +206,7 @@ std::optional<Value> SystemDatabase::get(std::string_view path) const {
 void SystemDatabase::find(std::string_view pattern, const std::function<bool(const Item &)> &visit) const {
     const PathComponents components(pattern);
     for (const ItemRule &rule : rules_) {
-        if (components.size() != rule.path.size() || !Search::fits(rule, components)) {
+        if (components.size() != rule.path.size() || !Search::fits(transaction_, rule, components)) {
             continue;
         }
         Search search(transaction_, rule);
@@ -226,7 +226,7 @@ std::vector<std::string> SystemDatabase::list(std::string_view path) const {
     const PathComponents components(path);
     std::set<std::string> names;
     for (const ItemRule &rule : rules_) {
-        if (components.size() >= rule.path.size() || !Search::fits(rule, components)) {
+        if (components.size() >= rule.path.size() || !Search::fits(transaction_, rule, components)) {
             continue;
         }
         Search search(transaction_, rule);
@@ -249,7 +249,7 @@ std::vector<SystemDatabase::Item> SystemDatabase::items(std::string_view pattern
     std::vector<Item> found;
     for (const ItemRule &rule : rules_) {
         Search search(transaction_, rule);
-        if (Search::fits(rule, components) && search.bind(components)) {
+        if (Search::fits(transaction_, rule, components) && search.bind(components)) {
             search.run([&found](const Search &at, const Value &value) {
                 found.push_back({at.path(), value});
                 return Search::all_levels;
