@@ -122,7 +122,8 @@ std::string vrfs(std::int64_t count) {
     return document(text);
 }
 
-// Other neighbours each time, as in one request after the other: addresses that were there before are not checked again.
+// Other neighbours each time, as in one request after the other: addresses that were there before are not checked
+// again.
 std::vector<std::string> neighbor_documents(std::int64_t count) {
     std::vector<std::string> documents;
     for (std::int64_t first = 0; first < 20000; first += count) {

@@ -195,8 +195,8 @@ YMAP_EXPORT cerrno oc_bgp_string_buffer_get(char **slot);
 YMAP_EXPORT char *ocni_vn2oc_str(const char *text);
 YMAP_EXPORT char *ocni_oc2vn_str(const char *text);
 
-// Writes the texts one after the other, cut to what fits; null counts as empty. What snprintf does with "%s", at a tenth
-// of its price: the paths of the system database are composed for each family of each neighbour.
+// Writes the texts one after the other, cut to what fits; null counts as empty. What snprintf does with "%s", at a
+// tenth of its price: the paths of the system database are composed for each family of each neighbour.
 void ymap_join(char *target, std::size_t size, std::initializer_list<const char *> texts);
 
 // A rough test that tells addresses from interface names; not a validation.

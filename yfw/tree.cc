@@ -124,33 +124,43 @@ bool has_identity(const Node *entry) {
     return entry->schema().kind == NodeKind::leaf_list ? entry->value != nullptr : has_all_keys(entry);
 }
 
-void index_insert(Entries &entries, Node *entry) {
+void index_insert(Entries &entries, const IndexPlace &entered) {
     const std::uint32_t mask = entries.index_size - 1;
-    auto place = static_cast<std::uint32_t>(identity_hash(entry)) & mask;
-    while (entries.index[place] != nullptr) {
+    auto place = static_cast<std::uint32_t>(entered.hash) & mask;
+    while (entries.index[place].entry != nullptr) {
         place = (place + 1) & mask;
     }
-    entries.index[place] = entry;
+    entries.index[place] = entered;
 }
 
-void rebuild_index(Arena &arena, Entries &entries) {
-    entries.index_size = std::max<std::uint32_t>(32, entries.index_size * 4);
-    const std::size_t size = entries.index_size * sizeof(void *);
-    entries.index = static_cast<Node **>(arena.allocate(size));
+void make_index(Arena &arena, Entries &entries, std::uint32_t places) {
+    const std::size_t size = places * sizeof(IndexPlace);
+    entries.index = static_cast<IndexPlace *>(arena.allocate(size));
+    entries.index_size = places;
     std::memset(entries.index, 0, size);
-    for (Node *entry = entries.first; entry != nullptr; entry = next_entry(entry)) {
-        if (has_identity(entry)) {
-            index_insert(entries, entry);
+}
+
+void enter_index(Arena &arena, Entries &entries, Node *entry, std::uint64_t hash) {
+    if (entries.index_size != 0 && entries.count * 2 > entries.index_size) {
+        const std::span<const IndexPlace> before(entries.index, entries.index_size);
+        make_index(arena, entries, entries.index_size * 4);
+        for (const IndexPlace &place : before) {
+            if (place.entry != nullptr) {
+                index_insert(entries, place);
+            }
+        }
+    } else if (entries.index_size == 0) {
+        if (entries.count <= linear_limit) {
+            return;
+        }
+        make_index(arena, entries, 32);
+        for (Node *other = entries.first; other != nullptr; other = next_entry(other)) {
+            if (other != entry && has_identity(other)) {
+                index_insert(entries, {other, identity_hash(other)});
+            }
         }
     }
-}
-
-void enter_index(Arena &arena, Entries &entries, Node *entry) {
-    if (entries.index_size != 0 && entries.count * 2 <= entries.index_size) {
-        index_insert(entries, entry);
-    } else if (entries.count > linear_limit) {
-        rebuild_index(arena, entries);
-    }
+    index_insert(entries, {entry, hash});
 }
 
 // An emptied place would cut the probing chains that run over it: the entries behind it are entered anew.
@@ -160,16 +170,16 @@ void leave_index(Entries &entries, Node *entry) {
     }
     const std::uint32_t mask = entries.index_size - 1;
     auto place = static_cast<std::uint32_t>(identity_hash(entry)) & mask;
-    while (entries.index[place] != entry) {
-        if (entries.index[place] == nullptr) {
+    while (entries.index[place].entry != entry) {
+        if (entries.index[place].entry == nullptr) {
             return;
         }
         place = (place + 1) & mask;
     }
-    entries.index[place] = nullptr;
-    for (place = (place + 1) & mask; entries.index[place] != nullptr; place = (place + 1) & mask) {
-        Node *moved = entries.index[place];
-        entries.index[place] = nullptr;
+    entries.index[place].entry = nullptr;
+    for (place = (place + 1) & mask; entries.index[place].entry != nullptr; place = (place + 1) & mask) {
+        const IndexPlace moved = entries.index[place];
+        entries.index[place].entry = nullptr;
         index_insert(entries, moved);
     }
 }
@@ -185,10 +195,10 @@ Node *search(const Entries &entries, std::uint64_t hash, Matches matches) {
         return nullptr;
     }
     const std::uint32_t mask = entries.index_size - 1;
-    for (auto place = static_cast<std::uint32_t>(hash) & mask; entries.index[place] != nullptr;
+    for (auto place = static_cast<std::uint32_t>(hash) & mask; entries.index[place].entry != nullptr;
          place = (place + 1) & mask) {
-        if (matches(entries.index[place])) {
-            return entries.index[place];
+        if (entries.index[place].hash == hash && matches(entries.index[place].entry)) {
+            return entries.index[place].entry;
         }
     }
     return nullptr;
@@ -278,12 +288,13 @@ Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list) {
 
 Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std::string_view value) {
     Entries &all = ensure_entries(arena, parent, leaf_list);
-    Node *entry = search(all, hash_text(value, 0),
-                         [value](const Node *node) { return node->value != nullptr && value == node->value; });
+    const std::uint64_t hash = hash_text(value, 0);
+    Node *entry =
+        search(all, hash, [value](const Node *node) { return node->value != nullptr && value == node->value; });
     if (entry == nullptr) {
         entry = open_entry(arena, parent, leaf_list);
         set_value(arena, entry, value);
-        enter_index(arena, all, entry);
+        enter_index(arena, all, entry, hash);
     }
     all.current = entry;
     return entry;
@@ -344,7 +355,7 @@ Node *complete_entry(Arena &arena, Node *entry, bool fold) {
         return true;
     });
     if (sibling == nullptr) {
-        enter_index(arena, all, entry);
+        enter_index(arena, all, entry, hash);
         return entry;
     }
     if (!fold) {
@@ -365,7 +376,7 @@ void rekey_entry(Arena &arena, Node *entry, std::span<const std::string_view> ke
     for (std::size_t key = 0; key < keys.size(); ++key) {
         set_value(arena, ensure_child(arena, entry, *list.keys[key]), keys[key]);
     }
-    enter_index(arena, all, entry);
+    enter_index(arena, all, entry, identity_hash(entry));
 }
 
 void make_current(Node *entry) {

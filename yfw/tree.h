@@ -32,6 +32,12 @@ struct Node : cidl_yfw_datatree {
     }
 };
 
+// A place of an index. With the hash beside it, other entries need not be looked at.
+struct IndexPlace {
+    Node *entry; // null for an empty place
+    std::uint64_t hash;
+};
+
 // The entries of one list (or the values of one leaf-list) below one parent.
 struct Entries {
     Node *first;
@@ -39,7 +45,7 @@ struct Entries {
     Node *current;
     std::uint32_t count;
     std::uint32_t index_size; // a power of two, or 0: few entries are searched one by one
-    Node **index;             // open addressing by key values; entries without complete keys are not in it
+    IndexPlace *index;        // open addressing by key values; entries without complete keys are not in it
 };
 
 // A value of a leaf-list.
@@ -50,8 +56,8 @@ struct ValueNode : Node {
 // A root or container, and the greater part of a list entry.
 struct InnerNode : Node {
     Node *last_child;
-    // One per schema child: a Node, or Entries for a list or leaf-list. Null while there are only a few children, and no
-    // lists or leaf-lists: those are searched one by one.
+    // One per schema child: a Node, or Entries for a list or leaf-list. Null while there are only a few children, and
+    // no lists or leaf-lists: those are searched one by one.
     void **slots;
 };
 

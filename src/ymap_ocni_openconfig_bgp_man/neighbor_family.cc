@@ -2,7 +2,6 @@
 // model for each family: from the request, or from the families that are there.
 #include "workers.h"
 
-
 #define OC_NEIGHBOR_AF OC_NEIGHBOR "/afi-safis/afi-safi"
 #define OPER_NEIGHBOR_AFS                                                                                              \
     "/ocni-bgp/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbors-afi-safis"

@@ -1,7 +1,6 @@
 // The protocol list entry, as the network-instance mapping hands it on, and the instance's node.
 #include "openconfig.h"
 
-
 namespace {
 
 // Adds the keys of an operational model's network instance and protocol entry.

@@ -1,7 +1,6 @@
 // Native redistributions of the default VRF as OpenConfig table connections into BGP.
 #include "native.h"
 
-
 #define OC_TABLE_CONNECTION OC_NETWORK_INSTANCE "/table-connections/table-connection"
 
 namespace {

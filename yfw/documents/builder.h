@@ -36,7 +36,8 @@ class Builder {
 
     // The child of the current level, or null when the models have none of that name.
     [[nodiscard]] const SchemaNode *find(const QualifiedName &name);
-    // The child that came at this place the last time, or null; where it is the next one too, follow takes find's place.
+    // The child that came at this place the last time, or null; where it is the next one too, follow takes find's
+    // place.
     [[nodiscard]] const SchemaNode *usual() const {
         const Level &level = levels_.back();
         return level.last == nullptr ? habits_[level.node->schema().id].first : habits_[level.last->id].next;
