@@ -47,13 +47,7 @@ class Faults : public testing::Test {
     }
 
     static std::string printed(const Node *root) {
-        std::string text;
-        Sink sink(text);
-        WriteOptions writing;
-        writing.operations = true;
-        writing.hide_secrets = true; // enciphered in another way each time
-        write_document(sink, schema(), root, writing);
-        return text;
+        return document_of(schema(), root, {.hide_secrets = true}); // enciphered in another way each time
     }
 
     std::string stored() const {
@@ -103,12 +97,7 @@ class Faults : public testing::Test {
                 node->set_operation(operation);
             }
         }
-        std::string text;
-        Sink sink(text);
-        WriteOptions writing;
-        writing.operations = true;
-        write_document(sink, schema(), root, writing);
-        return text;
+        return document_of(schema(), root);
     }
     static std::string document(const std::string &path, const std::string &network_instance,
                                 std::uint32_t operation = YFW_OP_NONE) {

@@ -30,11 +30,7 @@ class MappingRules : public testing::Test {
     // Commits an edit of these lines; what its client is told.
     std::string edited(const std::string &lines) {
         Arena arena;
-        std::string text;
-        Sink sink(text);
-        WriteOptions writing;
-        writing.operations = true;
-        write_document(sink, engine().schema(), make_tree(arena, engine().schema(), lines), writing);
+        std::string text = document_of(engine().schema(), make_tree(arena, engine().schema(), lines));
         try {
             Transaction transaction = store_.begin(Access::write);
             const EditResult result = engine().edit(text, Syntax::json, {}, transaction);

@@ -1,7 +1,7 @@
 // What the tests of neighbours share: stored neighbours, and short forms of their paths.
 #pragma once
 
-#include "plugin_fixture.h"
+#include "settings_fixture.h"
 #include "sysdb.h"
 
 #include <cstdarg>
@@ -9,19 +9,9 @@
 namespace yfw::test {
 
 // A system database in force that shows native lines of the instance core.
-class Stored {
+class Stored : public Database {
   public:
-    explicit Stored(const std::string &lines) {
-        edit(store_, project_schema(), "~/bgp-running=\n" + lines);
-        guard_.emplace(view_.emplace(transaction_.emplace(store_.begin(Access::read)), project_schema()));
-    }
-
-  private:
-    ScratchDirectory scratch_;
-    Store store_{scratch_ / "db", project_schema(), Access::write};
-    std::optional<Transaction> transaction_;
-    std::optional<SystemDatabase> view_;
-    std::optional<BoundSystemDatabase> guard_;
+    explicit Stored(const std::string &lines) : Database(Lines{"~/bgp-running=\n" + lines}) {}
 };
 
 inline const std::string blue = "~/vrfs/vrf[vrf-name=blue]";
@@ -116,22 +106,6 @@ inline std::string in_families(const std::string &names, const std::string &leav
 inline bool no_tuple_unpacks = false;
 
 } // namespace yfw::test
-
-// The adds of native requests, in the journal too.
-extern "C" __attribute__((used)) inline cerrno
-yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const char *path, const char *name_space,
-                          const char *value, struct cidl_yfw_datatree **added, uint32_t reserved, uint32_t flag) {
-    static const auto next =
-        reinterpret_cast<decltype(&yfw_map_datatree_add_path)>(dlsym(RTLD_NEXT, "yfw_map_datatree_add_path"));
-    const cerrno status = next(ctx, tree, path, name_space, value, added, reserved, flag);
-    if (yfw::test::journal != nullptr) {
-        const bool usual = std::strcmp(name_space, "http://openconfig.net/yang/network-instance") == 0;
-        yfw::test::journal->note(std::string(path) + (value == nullptr ? "" : std::string("=") + value) +
-                                 (flag == 0 ? "" : " f" + std::to_string(flag)) + (usual ? "" : " @other") +
-                                 (status == 0 ? "" : " !" + yfw::test::hex(status)) + '\n');
-    }
-    return status;
-}
 
 extern "C" __attribute__((used)) inline uint32_t tuple_unpack(const char *encoded, const char *format, ...) {
     static const auto next = reinterpret_cast<decltype(&tuple_unpack)>(dlsym(RTLD_NEXT, "tuple_unpack"));

@@ -111,12 +111,21 @@ class Database {
             lines +=
                 (*word)[4].matched ? word->format("/vrfs/vrf[vrf-name=$4]/vrf-global/exists=\n") : "/bgp-running=\n";
         }
-        edit(store_, project_schema(), lines);
-        transaction_.emplace(store_.begin(Access::read));
-        guard_.emplace(view_.emplace(*transaction_, project_schema()));
+        show(lines);
     }
 
+  protected:
+    struct Lines {
+        std::string text;
+    };
+    explicit Database(const Lines &lines) { show(lines.text); }
+
   private:
+    void show(const std::string &lines) {
+        edit(store_, project_schema(), lines);
+        guard_.emplace(view_.emplace(transaction_.emplace(store_.begin(Access::read)), project_schema()));
+    }
+
     ScratchDirectory scratch_;
     Store store_{scratch_ / "db", project_schema(), Access::write};
     std::optional<Transaction> transaction_;

@@ -4,17 +4,11 @@
 #include "engine.h"
 #include "error.h"
 #include "platform/password.h"
+#include "store_fixture.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <map>
 #include <set>
-#include <string>
 
-namespace yfw {
+namespace yfw::test {
 namespace {
 
 // What a leaf reads back as when it is not what was set; an empty text: it is not there.
@@ -118,18 +112,6 @@ constexpr const char *samples[] = {"true",
 
 class RoundTrip : public testing::Test {
   protected:
-    RoundTrip() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "yfw-roundtrip-XXXXXX").string();
-        directory_ = mkdtemp(pattern.data());
-        store_ = std::make_unique<Store>(directory_ / "db", engine().schema(), Access::write);
-        key_ = std::make_unique<PasswordKey>(directory_ / "db/key", true);
-    }
-    ~RoundTrip() override {
-        key_.reset();
-        store_.reset();
-        std::filesystem::remove_all(directory_);
-    }
-
     static Engine &engine() {
         static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
         return shared;
@@ -163,19 +145,15 @@ class RoundTrip : public testing::Test {
         if (operation != YFW_OP_NONE) {
             node->set_operation(operation);
         }
-        std::string text;
-        Sink sink(text);
-        WriteOptions writing;
-        writing.operations = true;
-        write_document(sink, engine().schema(), root, writing);
-        Transaction transaction = store_->begin(Access::write);
+        std::string text = document_of(engine().schema(), root);
+        Transaction transaction = store_.begin(Access::write);
         engine().edit(text, Syntax::json, {}, transaction);
         transaction.commit();
     }
 
     // The values of a leaf or leaf-list as read.
     std::set<std::string> read(const std::string &path) {
-        const Transaction transaction = store_->begin(Access::read);
+        const Transaction transaction = store_.begin(Access::read);
         const auto result = engine().read({path}, false, transaction);
         std::set<std::string> values;
         collect(result.openconfig(), path.substr(path.rfind('/') + 1), values);
@@ -192,17 +170,14 @@ class RoundTrip : public testing::Test {
     }
 
     std::string stored() {
-        const Transaction transaction = store_->begin(Access::read);
+        const Transaction transaction = store_.begin(Access::read);
         Arena arena;
         Node *wanted = new_root(arena, engine().schema());
         add_instance_path(arena, engine().schema(), wanted, "/bgp");
         add_instance_path(arena, engine().schema(), wanted, "/vrfs");
         Node *found = new_root(arena, engine().schema());
         transaction.fetch(arena, wanted, found);
-        std::string text;
-        Sink sink(text);
-        write_document(sink, engine().schema(), found, {});
-        return text;
+        return document_of(engine().schema(), found);
     }
 
     static const Exception *exception_of(const std::string &path, const std::string &value, bool named_vrf) {
@@ -263,9 +238,9 @@ class RoundTrip : public testing::Test {
 
     void check_all(const std::string &vrf, bool named_vrf);
 
-    std::filesystem::path directory_;
-    std::unique_ptr<Store> store_;
-    std::unique_ptr<PasswordKey> key_;
+    ScratchDirectory directory_;
+    Store store_{directory_ / "db", engine().schema(), Access::write};
+    PasswordKey key_{directory_ / "db/key", true};
 };
 
 void RoundTrip::check_all(const std::string &vrf, bool named_vrf) {
@@ -324,4 +299,4 @@ TEST_F(RoundTrip, EveryMappedLeafInAVrf) {
 }
 
 } // namespace
-} // namespace yfw
+} // namespace yfw::test

@@ -1,6 +1,7 @@
 // Edits and stored data as text, a node a line: "PATH[KEY=VALUE]{OPERATION}/LEAF=VALUE".
 #pragma once
 
+#include "documents/writer.h"
 #include "edit/apply.h"
 #include "edit/check.h"
 #include "store/store.h"
@@ -115,6 +116,15 @@ inline void print_tree(const Node *parent, std::string &lines) {
     if (empty && parent->up() != nullptr) {
         lines += shorten(instance_path(parent)) + '\n';
     }
+}
+
+// As JSON, with its operations.
+inline std::string document_of(const Schema &schema, const Node *root, WriteOptions writing = {}) {
+    std::string text;
+    Sink sink(text);
+    writing.operations = true;
+    write_document(sink, schema, root, writing);
+    return text;
 }
 
 inline const Schema &project_schema() {
