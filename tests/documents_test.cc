@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -130,6 +132,13 @@ TEST(Documents, AreReadAsPeopleWriteThem) {
          "</peer-group></peer-groups>",
          group},
         {R"("neighbors":{"neighbor":[]},"global":{"config":{}})", R"(BGP{"global":{"config":{}},"neighbors":{}})"},
+        // Entries need not be alike.
+        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1","config":{"local-as":1,"peer-as":2}},)"
+         R"({"config":{"local-as":3,"description":"x","peer-as":4},"neighbor-address":"::2"},)"
+         R"({"neighbor-address":"::3","config":{"peer-as":5},"timers":{}}]})",
+         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"::1","config":{"peer-as":2,"local-as":1}},)"
+         R"({"neighbor-address":"::2","config":{"peer-as":4,"local-as":3,"description":"x"}},)"
+         R"({"neighbor-address":"::3","config":{"peer-as":5},"timers":{}}]}})"},
     });
     // Native: unions that are numbers or not, empty leaves, text that both syntaxes escape.
     constexpr std::string_view native =
@@ -328,6 +337,42 @@ TEST(Documents, SecretsAreNeverShown) {
     for (const Syntax syntax : {Syntax::json, Syntax::xml}) {
         const std::string shown = written(document.root, {.syntax = syntax, .hide_secrets = true});
         EXPECT_TRUE(shown.find("********") != std::string::npos && shown.find("hunter2") == std::string::npos) << shown;
+    }
+}
+
+TEST(Documents, PasswordsAreWipedAndNothingElse) {
+    Arena arena;
+    std::string text = in_bgp(R"("peer-groups":{"peer-group":[{"peer-group-name":"group","config":{"auth-password":)"
+                              R"("hunter2\u0041","description":"text"}}]})");
+    const Document document = read_document(arena, schema(), text, Syntax::json, {});
+    const auto leaf = [&](const char *name) {
+        const Node *config =
+            add_instance_path(arena, schema(), document.root,
+                              std::string(path_head) + "/peer-groups/peer-group[peer-group-name=group]/config");
+        return std::string(child(config, name)->value);
+    };
+    EXPECT_EQ(leaf("auth-password"), "hunter2A");
+    arena.wipe();
+    EXPECT_EQ(leaf("auth-password") + leaf("description"), "text");
+}
+
+TEST(Documents, MemoryOfOthersIsUsedFirst) {
+    Arena arena;
+    std::string text(1U << 20U, 'x');
+    const char *begin = text.data(), *end = begin + text.size();
+    arena.adopt(std::move(text));
+    std::set<std::uint64_t *> outside;
+    std::vector<std::uint64_t *> words;
+    for (std::uint64_t i = 0; i < 200000; ++i) {
+        auto *word = words.emplace_back(static_cast<std::uint64_t *>(arena.allocate(sizeof(std::uint64_t))));
+        *word = i;
+        if (reinterpret_cast<char *>(word) < begin || reinterpret_cast<char *>(word) >= end) {
+            outside.insert(word);
+        }
+    }
+    EXPECT_LT(outside.size(), 200000 - (1U << 17U) + 16); // a word of the text may be lost to alignment
+    for (std::uint64_t i = 0; i < words.size(); ++i) {
+        ASSERT_EQ(*words[i], i);
     }
 }
 

@@ -198,29 +198,30 @@ class JsonReader {
         builder_.leave();
     }
 
-    void list(const SchemaNode &schema, ondemand::value value) {
-        expect(schema, value, ondemand::json_type::array, "the array of a list's entries");
-        builder_.refuse_second(schema);
-        ondemand::array elements;
-        take(value.get_array(), elements);
-        for (auto next : elements) {
-            ondemand::value entry;
-            take(next, entry);
-            enter(schema, entry);
-        }
-    }
-
-    void leaf_list(const SchemaNode &schema, ondemand::value value) {
-        expect(schema, value, ondemand::json_type::array, "the array of a leaf-list's values");
-        builder_.refuse_second(schema);
+    template <typename Visit>
+    void for_each_element(const SchemaNode &schema, ondemand::value value, const char *what, Visit visit) {
+        expect(schema, value, ondemand::json_type::array, what);
         ondemand::array elements;
         take(value.get_array(), elements);
         for (auto next : elements) {
             ondemand::value element;
             take(next, element);
+            visit(element);
+        }
+    }
+
+    void list(const SchemaNode &schema, ondemand::value value) {
+        builder_.refuse_second(schema);
+        for_each_element(schema, value, "the array of a list's entries",
+                         [&](ondemand::value &entry) { enter(schema, entry); });
+    }
+
+    void leaf_list(const SchemaNode &schema, ondemand::value value) {
+        builder_.refuse_second(schema);
+        for_each_element(schema, value, "the array of a leaf-list's values", [&](ondemand::value &element) {
             const Scalar one = scalar(schema, element);
             builder_.leaf(schema, one.text, one.form);
-        }
+        });
     }
 
     void leaf(const SchemaNode &schema, ondemand::value value) {
@@ -373,20 +374,15 @@ class JsonReader {
     }
 
     void annotations(const SchemaNode &leaf_list, ondemand::value value) {
-        expect(leaf_list, value, ondemand::json_type::array, "the array of a leaf-list's annotations");
-        ondemand::array elements;
-        take(value.get_array(), elements);
         std::uint32_t position = 0;
-        for (auto next : elements) {
-            ondemand::value element;
-            take(next, element);
+        for_each_element(leaf_list, value, "the array of a leaf-list's annotations", [&](ondemand::value &element) {
             if (type_of(element) == ondemand::json_type::null) {
                 scalar(leaf_list, element);
             } else if (const auto operation = operation_in(&leaf_list, element)) {
                 builder_.note_operation(leaf_list, position, *operation);
             }
             ++position;
-        }
+        });
     }
 
     std::optional<std::uint32_t> operation_in(const SchemaNode *of, ondemand::value value) {
