@@ -192,6 +192,8 @@ TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
         {R"("global":{"graceful-restart":{"config":{"enabled":"yes"}}})",
          "invalid-value BGP/global/graceful-restart/config/enabled: 'yes' is not of this leaf's type: Invalid boolean "
          "value \"yes\"."},
+        {R"("global":{"config":{"as":" 65000"}})",
+         "invalid-value BGP/global/config/as: ' 65000' is not of this leaf's type: there are blanks around the number"},
         {R"("global":{"afi-safis":{"afi-safi":[{"afi-safi-name":"wrong:IPV4_UNICAST"}]}})",
          "invalid-value BGP/global/afi-safis/afi-safi/afi-safi-name: 'wrong:IPV4_UNICAST' is not of this leaf's type: "
          "no identity of that name is known here"},

@@ -312,10 +312,27 @@ bool has_only_patterns(const lysc_type *type) {
            reinterpret_cast<const lysc_type_str *>(type)->length == nullptr;
 }
 
+// libyang overlooks blanks around a number.
+bool is_number_in_blanks(const lysc_type *type, std::string_view value) {
+    constexpr std::string_view blanks = " \t\r\n\f\v";
+    const bool is_number = (type->basetype >= LY_TYPE_UINT8 && type->basetype <= LY_TYPE_UINT64) ||
+                           (type->basetype >= LY_TYPE_INT8 && type->basetype <= LY_TYPE_INT64) ||
+                           type->basetype == LY_TYPE_DEC64;
+    return is_number && !value.empty() &&
+           (blanks.find(value.front()) != std::string_view::npos ||
+            blanks.find(value.back()) != std::string_view::npos);
+}
+
 bool store_takes(const ly_ctx *context, const lysc_node *node, const lysc_type *type, std::string_view value,
                  std::string *reason) {
     if (has_only_patterns(type) && patterns_take(type, value)) {
         return true; // what is not taken goes on, for the reason
+    }
+    if (is_number_in_blanks(type, value)) {
+        if (reason != nullptr) {
+            *reason = "there are blanks around the number";
+        }
+        return false;
     }
     lyd_value storage{};
     ly_err_item *error = nullptr;
