@@ -68,7 +68,7 @@ Node *Request::noted_entry(const SchemaNode &list) const {
             return nullptr;
         }
     }
-    return const_cast<Node *>(chain.levels[0].entry);
+    return chain.levels[0].entry;
 }
 
 void Request::note_entry(Node *entry) {

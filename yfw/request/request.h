@@ -85,7 +85,7 @@ class Request : public yfw_map_context {
     struct Chain {
         struct Level {
             const Entries *entries;
-            const Node *entry;
+            Node *entry;
         };
         static constexpr std::size_t longest = 8;
         const SchemaNode *list = nullptr;
