@@ -62,6 +62,7 @@ class Arena {
 
   private:
     void grow(std::size_t size);
+    void open(std::size_t size);
 
     struct Chunk {
         std::unique_ptr<char, decltype(&std::free)> memory;
@@ -69,7 +70,8 @@ class Arena {
     };
     std::vector<Chunk> chunks_;
     char *next_ = nullptr;
-    char *end_ = nullptr;
+    char *end_ = nullptr;       // of what can be handed out
+    char *chunk_end_ = nullptr; // of the last chunk
     std::vector<std::string> adopted_;
     std::size_t adopted_used_ = 0; // of the strings
     std::vector<std::span<char>> secrets_;
