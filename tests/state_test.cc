@@ -51,6 +51,21 @@ std::string run(const std::string &name, const std::string &line, std::uint32_t 
     return std::regex_replace(result, std::regex("[^\n]* @network-instance\n-> "), "-> ");
 }
 
+// What the lists do for their own entries, for other mappings' to use.
+TEST(StateEntries, AreNamedByAnIdentity) {
+    const std::string list = "/global/afi-safis/afi-safi", named = list + "[afi-safi-name=IPV4_UNICAST]";
+    for (const auto &[entry, expected] :
+         {std::pair(named, "-> 0: [name=blue]+/bgp" + named + "/afi-safi-name=IPV4_UNICAST @bgp-types"),
+          {list, "-> 79661400: [name=blue]+/bgp" + list}}) {
+        Scene scene(YFW_KIND_READ_STATE);
+        Tree *node = scene.add_native(network_instance("blue") + bgp + entry);
+        const std::string code = scene.run<cerrno(yfw_map_ctx, Tree *)>("vn_bgp_ocni_add_aflist_identity_ref", node);
+        std::string lines;
+        print_openconfig(scene.request.destination(), lines);
+        EXPECT_EQ(code + ": " + lines.substr(0, lines.find('\n')), expected);
+    }
+}
+
 TEST(StateEntries, JoinUnderTheOpenConfigName) {
     const std::string neighbor = "/neighbors/neighbor[neighbor-address=2001:db8::1]";
     const std::string group = "/peer-groups/peer-group[peer-group-name=edge [west]";
