@@ -6,6 +6,7 @@
 #include <libyang/libyang.h>
 #include <libyang/plugins_types.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <map>
@@ -244,6 +245,9 @@ void Schema::add_children(SchemaNode &parent, const lysc_node *first) {
             node.max_elements = reinterpret_cast<const lysc_node_list *>(compiled)->max;
         }
         add_children(node, lysc_node_child(compiled));
+        node.holds_list = std::any_of(node.children.begin(), node.children.end(), [](const SchemaNode *below) {
+            return below->kind == NodeKind::list || below->holds_list;
+        });
     }
 }
 

@@ -58,8 +58,9 @@ struct SchemaNode {
     bool config = true;
     bool is_key = false;
     bool mandatory = false;
-    bool presence = false; // a container that means something by being there
-    bool secret = false;   // a password: its value is never shown
+    bool holds_list = false; // some way below
+    bool presence = false;   // a container that means something by being there
+    bool secret = false;     // a password: its value is never shown
 
     [[nodiscard]] bool is_inner() const { return kind <= NodeKind::list; }
     [[nodiscard]] bool repeats() const { return kind == NodeKind::list || kind == NodeKind::leaf_list; }

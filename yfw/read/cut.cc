@@ -126,7 +126,7 @@ void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool stat
         }
     }
     for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (below->schema().is_inner()) {
+        if (below->schema().kind == NodeKind::list || below->schema().holds_list) {
             repeat_keys(request, mapping, below, state);
         }
     }
