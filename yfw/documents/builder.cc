@@ -59,7 +59,7 @@ std::string Builder::path_of(const SchemaNode *child) const {
 const SchemaNode *Builder::find(const QualifiedName &name) {
     Level &level = levels_.back();
     const SchemaNode &parent = level.node->schema();
-    const SchemaNode *&usual = level.last == nullptr ? habits_[parent.id].first : habits_[level.last->id].next;
+    const SchemaNode *&usual = habitual();
     if (usual != nullptr && usual->name == name.local && (name.qualifier.empty() || in_module(*usual, name))) {
         level.last = usual;
         return usual;

@@ -38,10 +38,7 @@ class Builder {
     [[nodiscard]] const SchemaNode *find(const QualifiedName &name);
     // The child that came at this place the last time, or null; where it is the next one too, follow takes find's
     // place.
-    [[nodiscard]] const SchemaNode *usual() const {
-        const Level &level = levels_.back();
-        return level.last == nullptr ? habits_[level.node->schema().id].first : habits_[level.last->id].next;
-    }
+    [[nodiscard]] const SchemaNode *usual() { return habitual(); }
     void follow(const SchemaNode &child) { levels_.back().last = &child; }
     // A child that find does not know: noted when unknown nodes are skipped, else refused.
     void unknown(std::string_view name);
@@ -101,6 +98,11 @@ class Builder {
         std::string name;
     };
 
+    // What usually comes at this place.
+    const SchemaNode *&habitual() {
+        const Level &level = levels_.back();
+        return level.last == nullptr ? habits_[level.node->schema().id].first : habits_[level.last->id].next;
+    }
     [[nodiscard]] const SchemaNode *resolve(const SchemaNode &parent, const QualifiedName &name) const;
     std::optional<TakenValue> take(const SchemaNode &leaf, std::string_view value);
     [[nodiscard]] Node *current() const { return levels_.back().node; }
