@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <set>
 #include <string>
@@ -376,6 +378,36 @@ TEST(Documents, MemoryOfOthersIsUsedFirst) {
     for (std::uint64_t i = 0; i < words.size(); ++i) {
         ASSERT_EQ(*words[i], i);
     }
+}
+
+// What a large request took is there for the next one, and does not stay for ever.
+TEST(Documents, MemoryOfEndedRequestsIsUsedAgain) {
+    ChunkPool pool;
+    std::set<const void *> before;
+    const auto fill = [&pool](auto &&each) {
+        Arena arena(&pool);
+        for (std::size_t i = 0; i < 20000; ++i) { // of 1 kB: some 20 MB, in several chunks
+            void *memory = arena.allocate(1024);
+            std::memset(memory, 0xa5, 1024);
+            each(memory);
+        }
+    };
+    fill([&before](const void *memory) { before.insert(memory); });
+    std::size_t again = 0;
+    fill([&](const void *memory) { again += before.contains(memory) ? 1 : 0; });
+    EXPECT_GT(again, 10000U);
+    std::vector<Chunk> held;
+    for (Chunk chunk = pool.take(); chunk.memory != nullptr; chunk = pool.take()) {
+        EXPECT_LE(chunk.opened, chunk.size);
+        held.push_back(std::move(chunk));
+    }
+    EXPECT_GT(held.size(), 2U);
+    const auto now = ChunkPool::Clock::now();
+    pool.give_back(std::move(held), now);
+    pool.give_back({}, now + ChunkPool::longest);
+    EXPECT_NE(pool.take().memory, nullptr);
+    pool.give_back({}, now + ChunkPool::longest + std::chrono::seconds(1));
+    EXPECT_EQ(pool.take().memory, nullptr);
 }
 
 TEST(Documents, TheSinkTakesLongPiecesAndReportsFaults) {

@@ -134,13 +134,13 @@ TEST(Edit, ARequestsDeleteFailsOnlyWhenAllItsNativeDeletesFindNothing) {
         const Store store(scratch / "db", project_schema(), Access::write);
         edit(store, project_schema(), found ? start : "@1");
         Arena arena;
-        Node *request = new_root(arena, project_schema());
+        Node *request = new_root(arena, project_schema(), traced);
         Node *asked = add_line(arena, request, "/network-instances{delete}");
         Node *expanded = add_line(arena, request, "/network-instances/network-instance[name=DEFAULT]");
-        expanded->origin = asked;
-        Node *native = new_root(arena, project_schema());
-        add_line(arena, native, "@1/description{delete}")->origin = asked;
-        add_line(arena, native, "@1/timers/hold-time{delete}")->origin = expanded;
+        expanded->set_origin(asked);
+        Node *native = new_root(arena, project_schema(), traced);
+        add_line(arena, native, "@1/description{delete}")->set_origin(asked);
+        add_line(arena, native, "@1/timers/hold-time{delete}")->set_origin(expanded);
         Transaction transaction = store.begin(Access::write);
         try {
             apply_edit(transaction, arena, native, false);

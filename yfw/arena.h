@@ -1,10 +1,12 @@
 // Memory that lives as long as a request and is freed at once.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,9 +14,40 @@
 
 namespace yfw {
 
+// A piece of memory, of which the kernel has given as much as was used of it so far.
+struct Chunk {
+    std::unique_ptr<char, decltype(&std::free)> memory{nullptr, &std::free};
+    std::size_t size = 0;
+    std::size_t opened = 0;
+};
+
+// Keeps the large chunks of ended requests for the next ones: to ask the kernel for memory anew, which it clears, is a
+// tenth of a large request. A chunk that is not used for a while is freed when the next request ends. What is
+// kept holds no passwords: these are wiped before. Threads may share it.
+class ChunkPool {
+  public:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t chunk_size = std::size_t{4} << 20;
+    static constexpr std::chrono::seconds longest{10}; // without use
+
+    // A chunk that was kept, or one without memory.
+    Chunk take();
+    void give_back(std::vector<Chunk> &&chunks, Clock::time_point now = Clock::now()) noexcept;
+
+  private:
+    struct Kept {
+        Chunk chunk;
+        Clock::time_point since;
+    };
+    std::mutex mutex_;
+    std::vector<Kept> kept_; // the last one given back is the first to be taken
+};
+
 class Arena {
   public:
-    Arena() = default;
+    // pool: where large chunks come from and go to; null for the allocator alone. It must outlive the arena.
+    explicit Arena(ChunkPool *pool = nullptr) : pool_(pool) {}
+    ~Arena();
     Arena(const Arena &) = delete;
     Arena &operator=(const Arena &) = delete;
 
@@ -64,10 +97,7 @@ class Arena {
     void grow(std::size_t size);
     void open(std::size_t size);
 
-    struct Chunk {
-        std::unique_ptr<char, decltype(&std::free)> memory;
-        std::size_t size;
-    };
+    ChunkPool *pool_;
     std::vector<Chunk> chunks_;
     char *next_ = nullptr;
     char *end_ = nullptr;       // of what can be handed out

@@ -103,7 +103,7 @@ void give_up(std::string &text, Arena &arena) {
 
 EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const {
     EditResult result;
-    result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_);
+    result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_, &pool_);
     Request &request = *result.request;
     request.trust(plugin_.constants());
     stage("reading");
@@ -145,7 +145,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
 std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
                                          const Transaction &transaction, Below below) const {
     const std::uint32_t kind = content(paths, state) == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE;
-    auto request = std::make_unique<Request>(schema_, kind, log_);
+    auto request = std::make_unique<Request>(schema_, kind, log_, &pool_);
     request->trust(plugin_.constants());
     std::vector<const Node *> asked;
     for (const std::string &path : paths) {
@@ -195,8 +195,8 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     const auto declared = declare(paths, state, transaction);
     const Content wanted = content(paths, state);
     ReadResult result;
-    result.request =
-        std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE, log_);
+    result.request = std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE,
+                                               log_, &pool_);
     Request &request = *result.request;
     request.trust(plugin_.constants());
     name_default_twice(*declared, operational_roots);
@@ -227,7 +227,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
 }
 
 void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) const {
-    Request request(schema_, YFW_KIND_EDIT, log_);
+    Request request(schema_, YFW_KIND_EDIT, log_, &pool_);
     stage("reading");
     ReadOptions reading;
     reading.edit = false;

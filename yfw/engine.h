@@ -31,7 +31,7 @@ struct EditOptions {
     DefaultOperation default_operation = DefaultOperation::merge;
 };
 
-// A translated edit. What it holds lives as long as it does.
+// A translated edit. What it holds lives as long as it does, and no longer than the engine.
 struct EditResult {
     std::unique_ptr<Request> request;
     WalkResult walk;
@@ -101,6 +101,7 @@ class Engine {
     Plugin plugin_;
     Mapping mapping_;
     std::vector<ItemRule> rules_; // of the system database
+    mutable ChunkPool pool_;
 };
 
 } // namespace yfw

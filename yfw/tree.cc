@@ -68,17 +68,29 @@ void append_child(Node *parent, Node *node) {
     node->next_sibling = nullptr;
 }
 
-Node *new_node(Arena &arena, const SchemaNode &schema) {
+template <typename Kind>
+Node *make_node(Arena &arena, std::uint32_t flags) {
+    if ((flags & traced) == 0) {
+        return new (arena.allocate(sizeof(Kind))) Kind{};
+    }
+    auto **origin = static_cast<const Node **>(arena.allocate(sizeof(const Node *) + sizeof(Kind)));
+    *origin = nullptr;
+    return new (origin + 1) Kind{};
+}
+
+// flags: traced or not, as all of the tree.
+Node *new_node(Arena &arena, const SchemaNode &schema, std::uint32_t flags) {
     Node *node = nullptr;
     if (schema.kind == NodeKind::list) {
-        node = new (arena.allocate(sizeof(EntryNode))) EntryNode{};
+        node = make_node<EntryNode>(arena, flags);
     } else if (schema.is_inner()) {
-        node = new (arena.allocate(sizeof(InnerNode))) InnerNode{};
+        node = make_node<InnerNode>(arena, flags);
     } else if (schema.repeats()) {
-        node = new (arena.allocate(sizeof(ValueNode))) ValueNode{};
+        node = make_node<ValueNode>(arena, flags);
     } else {
-        node = new (arena.allocate(sizeof(Node))) Node{};
+        node = make_node<Node>(arena, flags);
     }
+    node->flags = flags & traced;
     node->framework = &schema;
     node->name = schema.name.c_str();
     // Borrowed: a plug-in replaces the pointer, never the text.
@@ -210,8 +222,8 @@ void fold_node(Arena &arena, Node *from, Node *into) {
     if (from->op_is_set()) {
         into->set_operation(from->operation);
     }
-    if (from->origin != nullptr) {
-        into->origin = from->origin;
+    if (from->origin() != nullptr) {
+        into->set_origin(from->origin());
     }
     if (from->schema().is_inner()) {
         fold_children(arena, from, into);
@@ -253,8 +265,8 @@ void forget_current(Node *node) {
 
 } // namespace
 
-Node *new_root(Arena &arena, const Schema &schema) {
-    return new_node(arena, schema.root());
+Node *new_root(Arena &arena, const Schema &schema, std::uint32_t flags) {
+    return new_node(arena, schema.root(), flags);
 }
 
 Node *child(const Node *parent, std::string_view name) {
@@ -269,7 +281,7 @@ Node *add_child(Arena &arena, Node *parent, const SchemaNode &schema) {
     if (schema.repeats()) {
         return open_entry(arena, parent, schema);
     }
-    Node *node = new_node(arena, schema);
+    Node *node = new_node(arena, schema, parent->flags);
     if (inner(parent)->slots != nullptr || !has_room_without_slots(parent)) {
         ensure_slots(arena, inner(parent))[schema.ordinal] = node;
     }
@@ -279,7 +291,7 @@ Node *add_child(Arena &arena, Node *parent, const SchemaNode &schema) {
 
 Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list) {
     Entries &all = ensure_entries(arena, parent, list);
-    Node *entry = new_node(arena, list);
+    Node *entry = new_node(arena, list, parent->flags);
     append_child(parent, entry);
     append_entry(all, entry);
     all.current = entry;

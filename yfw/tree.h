@@ -12,14 +12,12 @@
 
 namespace yfw {
 
-// A flag of the framework's own: an entry of a read's result that only state is known of.
-inline constexpr std::uint32_t state_only = 0x10000;
+// Flags of the framework's own.
+inline constexpr std::uint32_t state_only = 0x10000; // an entry of a read's result that only state is known of
+inline constexpr std::uint32_t traced = 0x20000;     // a node of a tree that keeps origins: room for it is in front
 
-// What the boundary shows of a node, and behind it what only the framework sees. A leaf is this and no more: a request
-// has hundreds of thousands.
+// What the boundary shows of a node. A leaf is this and no more, since a request has hundreds of thousands.
 struct Node : cidl_yfw_datatree {
-    const Node *origin; // the request's node whose operation it took; null for none
-
     [[nodiscard]] const SchemaNode &schema() const { return *static_cast<const SchemaNode *>(framework); }
     [[nodiscard]] Node *up() const { return static_cast<Node *>(parent); }
     [[nodiscard]] Node *first() const { return static_cast<Node *>(first_child); }
@@ -29,6 +27,15 @@ struct Node : cidl_yfw_datatree {
     void set_operation(std::uint32_t op) {
         operation = op;
         flags |= YFW_NODE_OP_SET;
+    }
+    // The request's node whose operation it took; null for none, and in a tree that keeps no origins.
+    [[nodiscard]] const Node *origin() const {
+        return (flags & traced) == 0 ? nullptr : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
+    }
+    void set_origin(const Node *node) {
+        if ((flags & traced) != 0) {
+            static_cast<const Node **>(static_cast<void *>(this))[-1] = node;
+        }
     }
 };
 
@@ -76,8 +83,8 @@ inline Node *next_entry(const Node *node) {
                                      : static_cast<const ValueNode *>(node)->next_entry;
 }
 
-// A tree's root: the parent of the top-level nodes of all models.
-Node *new_root(Arena &arena, const Schema &schema);
+// A tree's root: the parent of the top-level nodes of all models. flags: traced, when the tree is to keep origins.
+Node *new_root(Arena &arena, const Schema &schema, std::uint32_t flags = 0);
 
 // The entries of a list or leaf-list, or null.
 inline Entries *entries(const Node *parent, const SchemaNode &schema) {

@@ -44,7 +44,7 @@ void collect(const Node *parent, const SchemaNode *of, std::set<Effect> &all, st
         if (!schema.is_inner() && !effect.removed && node->value != nullptr && schema.type != BaseType::empty) {
             effect.value = schema.secret ? "(enciphered)" : node->value;
         }
-        if (node->origin != nullptr && &node->origin->schema() == of) {
+        if (node->origin() != nullptr && &node->origin()->schema() == of) {
             own.insert(effect);
         }
         all.insert(std::move(effect));

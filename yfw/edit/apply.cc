@@ -55,9 +55,9 @@ bool anything_acts(const Node *parent) {
 
 // The request's node that a delete is done for.
 const Node *first_origin(const Node *node) {
-    const Node *origin = node->origin;
-    while (origin != nullptr && origin->origin != nullptr) {
-        origin = origin->origin;
+    const Node *origin = node->origin();
+    while (origin != nullptr && origin->origin() != nullptr) {
+        origin = origin->origin();
     }
     return origin;
 }
@@ -87,8 +87,8 @@ void inspect(const Node *parent, Content &content) {
 bool only_deletes(const Node *entry) {
     Content content;
     inspect(entry, content);
-    if (!content.sets && !content.deletes && entry->origin != nullptr) {
-        inspect(entry->origin, content);
+    if (!content.sets && !content.deletes && entry->origin() != nullptr) {
+        inspect(entry->origin(), content);
     }
     return content.deletes && !content.sets;
 }
@@ -261,7 +261,7 @@ class Application::Leaf : public Target {
   private:
     // A client deletes one value of a leaf-list for which there is this leaf: it goes if it holds that value.
     [[nodiscard]] bool goes_as_one_of_many() const {
-        const Node *origin = node()->origin;
+        const Node *origin = node()->origin();
         return node()->is_delete() && node()->value != nullptr && origin != nullptr &&
                origin->schema().kind == NodeKind::leaf_list;
     }

@@ -62,7 +62,7 @@ void check_children(const Schema &schema, const Node *parent) {
 Refused refusal(Reason reason, const Node *node, const std::string &why) {
     const Node *origin = nullptr;
     for (const Node *at = node; at != nullptr && origin == nullptr; at = at->up()) {
-        origin = at->origin;
+        origin = at->origin();
     }
     const std::string native = instance_path(node);
     return {reason, origin == nullptr ? native : instance_path(origin), native + ' ' + why};

@@ -118,21 +118,21 @@ Node *add_leaf(Request &request, Node *parent, const SchemaNode &target, const c
 void take_operation(Request &request, Node *node, const Node *source) {
     node->operation = source->operation;
     node->flags = (node->flags & ~static_cast<std::uint32_t>(YFW_NODE_OP_SET)) | (source->flags & YFW_NODE_OP_SET);
-    node->origin = source;
     if (source->is_delete()) {
         ++request.counts.deletes;
         // What the client deletes is the outermost node: a delete that finds nothing is judged there.
-        while (node->origin->up() != nullptr && node->origin->up()->is_delete()) {
-            node->origin = node->origin->up();
+        while (source->up() != nullptr && source->up()->is_delete()) {
+            source = source->up();
         }
     }
+    node->set_origin(source);
 }
 
 // A source that is one value of a leaf-list where another one has written a leaf already.
 bool is_another_value(const Node *leaf, const Node *source) {
-    return leaf != nullptr && source != nullptr && leaf->schema().kind == NodeKind::leaf && leaf->origin != nullptr &&
-           leaf->origin != source && source->schema().kind == NodeKind::leaf_list &&
-           &leaf->origin->schema() == &source->schema();
+    return leaf != nullptr && source != nullptr && leaf->schema().kind == NodeKind::leaf && leaf->origin() != nullptr &&
+           leaf->origin() != source && source->schema().kind == NodeKind::leaf_list &&
+           &leaf->origin()->schema() == &source->schema();
 }
 
 // Adds a leaf; null when a leaf cannot take all values of a leaf-list that the request gives, or takes from it.

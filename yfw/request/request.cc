@@ -8,12 +8,13 @@
 
 namespace yfw {
 
-Request::Request(const Schema &schema, std::uint32_t kind, Log *log)
+Request::Request(const Schema &schema, std::uint32_t kind, Log *log, ChunkPool *pool)
     : yfw_map_context{},
       schema_(schema),
       log_(log),
+      arena_(pool),
       source_(new_root(arena_, schema)),
-      destination_(new_root(arena_, schema)) {
+      destination_(new_root(arena_, schema, kind == YFW_KIND_EDIT ? traced : 0)) {
     kind_.kind = kind;
     fields_.kind = &kind_;
     fields_.path = path_.data();

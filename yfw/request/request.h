@@ -19,8 +19,9 @@ class Request : public yfw_map_context {
   public:
     static constexpr std::size_t deepest = 64; // levels of the current path
 
-    // kind: YFW_KIND_...; log may be null (nothing is written then) and must outlive the request.
-    Request(const Schema &schema, std::uint32_t kind, Log *log);
+    // kind: YFW_KIND_...; log may be null (nothing is written then) and, like the pool of the arena's memory, must
+    // outlive the request.
+    Request(const Schema &schema, std::uint32_t kind, Log *log, ChunkPool *pool = nullptr);
     ~Request();
     Request(const Request &) = delete;
     Request &operator=(const Request &) = delete;
