@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -83,6 +84,8 @@ class Engine {
     std::function<void(const char *)> on_stage;
 
   private:
+    Engine(const EngineFiles &files, Log *log, std::future<MappingDescription> description);
+
     // What a read of these paths wants: state is left out unless some of them reach it, configuration when all of them
     // are state.
     enum class Content { config, all, state };

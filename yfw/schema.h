@@ -70,6 +70,9 @@ struct SchemaNode {
     std::vector<std::uint16_t> by_name; // open addressing over children: ordinal + 1, 0 empty; a power of two long
 };
 
+// Has libyang keep its messages for who meets them, instead of printing them.
+void keep_libyang_quiet();
+
 class Schema {
   public:
     // Loads every module of the directories; of two modules of one name the earlier directory's is taken. Throws

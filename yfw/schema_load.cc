@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <mutex>
 #include <sstream>
 
 namespace yfw {
@@ -98,6 +99,11 @@ bool is_submodule(std::string_view text) {
 
 } // namespace
 
+void keep_libyang_quiet() {
+    static std::once_flag done; // it is one setting for all threads
+    std::call_once(done, [] { ly_log_options(LY_LOSTORE_LAST); });
+}
+
 void Schema::load(const std::vector<std::filesystem::path> &directories) {
     const Texts texts = read_modules(directories);
     Texts given;
@@ -106,7 +112,7 @@ void Schema::load(const std::vector<std::filesystem::path> &directories) {
             mend_patterns(given.emplace(name, text).first->second);
         }
     }
-    ly_log_options(LY_LOSTORE_LAST);
+    keep_libyang_quiet();
     ly_ctx *created = nullptr;
     constexpr std::uint16_t options =
         LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD | LY_CTX_EXPLICIT_COMPILE | LY_CTX_ALL_IMPLEMENTED;

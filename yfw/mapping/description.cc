@@ -1,6 +1,7 @@
 #include "mapping/description.h"
 
 #include "error.h"
+#include "schema.h"
 
 #include <libyang/libyang.h>
 
@@ -109,7 +110,7 @@ const char *service_name(Service service) {
 }
 
 MappingDescription read_mapping(const std::filesystem::path &file) {
-    ly_log_options(LY_LOSTORE_LAST);
+    keep_libyang_quiet();
     ly_ctx *created = nullptr;
     if (ly_ctx_new(file.parent_path().c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &created) !=
         LY_SUCCESS) {
