@@ -85,7 +85,7 @@ void Arena::grow(std::size_t size) {
             return;
         }
     }
-    const std::size_t usual = chunks_.empty() ? first_chunk : std::min(chunks_.back().size * 2, ChunkPool::chunk_size);
+    const std::size_t usual = chunks_.empty() ? first_chunk : std::min(chunks_.back().size * 16, ChunkPool::chunk_size);
     const bool opens = usual == ChunkPool::chunk_size; // step by step
     const std::size_t unit = opens ? page : alignof(std::max_align_t);
     chunks_.reserve(chunks_.size() + 1);
