@@ -116,6 +116,11 @@ void operator delete[](void *memory, std::size_t) noexcept {
 
 extern "C" {
 
+void *aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+    static const auto next = yfw::test::behind(&aligned_alloc, "aligned_alloc");
+    return Fault::strikes(FaultPoint::allocation) ? nullptr : next(alignment, size);
+}
+
 void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *tag, int reserved) {
     static const auto next = yfw::test::behind(&vnos_named_calloc_, "vnos_named_calloc_");
     if (Fault::strikes(FaultPoint::tagged_allocation)) {
