@@ -31,7 +31,7 @@ enum {
     YFW_OP_REMOVE = 4  /* a delete that does not mind */
 };
 
-/* Flags of a node. */
+/* Flags of a node. The upper 16 bits are the framework's own: a plug-in leaves them as they are. */
 enum {
     YFW_NODE_NS_SET = 0x01,  /* name_space is the node's own heap copy, else it is borrowed from the schema */
     YFW_NODE_PRESENT = 0x02, /* a leaf that the request itself names */
