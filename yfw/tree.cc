@@ -69,13 +69,17 @@ void append_child(Node *parent, Node *node) {
 }
 
 template <typename Kind>
+struct Traced {
+    const Node *origin;
+    Kind node;
+};
+
+template <typename Kind>
 Node *make_node(Arena &arena, std::uint32_t flags) {
     if ((flags & traced) == 0) {
         return new (arena.allocate(sizeof(Kind))) Kind{};
     }
-    auto **origin = static_cast<const Node **>(arena.allocate(sizeof(const Node *) + sizeof(Kind)));
-    *origin = nullptr;
-    return new (origin + 1) Kind{};
+    return &(new (arena.allocate(sizeof(Traced<Kind>))) Traced<Kind>{})->node;
 }
 
 // flags: traced or not, as all of the tree.
