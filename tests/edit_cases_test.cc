@@ -371,13 +371,11 @@ TEST_F(EditCases, WhatGoesDoesNotComeBack) {
            > @#4.enabled=true
            ~* DEFAULT)"},
         {in_default, "the default operation replace, the global settings", R"(
-             ~/bgp/global/graceful-restart.enabled=true
-             ~/bgp/global/graceful-restart.helper-only=true
+             ~/bgp/global/graceful-restart.helper-only=false
              ~/bgp/global/confederation.member-as=3
            ? replace
            > ~/bgp/global.as=65000
-           > ~/bgp/global/graceful-restart.enabled=true
-           > ~/bgp/global/graceful-restart.helper-only=true
+           > ~/bgp/global/graceful-restart.helper-only=false
            > ~/bgp/global/confederation.member-as=3)"},
     };
     run(cases);

@@ -50,7 +50,6 @@ class EditCases : public testing::Test {
         EditOptions options;
         for (const std::string &word : words) {
             options.strict = options.strict || word == "strict";
-            options.skip_unknown = options.skip_unknown || word == "skip-unknown";
             options.default_operation = default_operation_of(word).value_or(options.default_operation);
         }
         return options;
@@ -79,11 +78,12 @@ class EditCases : public testing::Test {
         }
     }
 
-    // XML: there a value stands as it is written.
-    static std::string document(const std::string &paths) {
+    // XML unless the options have "json": there a value stands as it is written.
+    static std::string document(const std::string &paths, const std::vector<std::string> &options = {}) {
         Arena arena;
+        const bool is_json = std::find(options.begin(), options.end(), "json") != options.end();
         return document_of(engine().schema(), tree_of(arena, engine().schema(), paths),
-                           {.syntax = Syntax::xml, .explicit_merge = true});
+                           {.syntax = is_json ? Syntax::json : Syntax::xml, .explicit_merge = true});
     }
 
     static std::set<std::string> get(const Store &store, bool state = false, const std::string &path = "") {
@@ -173,7 +173,7 @@ class EditCases : public testing::Test {
         outcome = {};
         for (const std::string &paths : row.edits) {
             if (!paths.empty() && !outcome.refused) {
-                const Outcome next = edit(store, document(paths), options_of(row.options));
+                const Outcome next = edit(store, document(paths, row.options), options_of(row.options));
                 outcome.refused = next.refused;
                 outcome.reports.insert(outcome.reports.end(), next.reports.begin(), next.reports.end());
             }

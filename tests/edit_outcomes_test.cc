@@ -33,9 +33,14 @@ TEST_F(EditCases, ValuesHaveOneForm) {
              @
            + @.peer-as=65001
            > @.peer-as=065001)"},
-        {both, "the number with a leading zero", R"(
-             @
-           > ~/bgp/global.as=065000)"},
+        {in_default, "the number with a leading zero", R"(
+             bare
+           + ~/bgp/global.as=65000
+           + ~/bgp/global.router-id=1.1.1.1
+           > ~/bgp/global.as=065000
+           ;
+           > ~/bgp/global.as=65000
+           > ~/bgp/global.router-id=1.1.1.1)"},
         {both | for_neighbors, "a negative zero", R"(
              @
            + @/graceful-restart.restart-time=0
@@ -54,7 +59,7 @@ TEST_F(EditCases, ValuesHaveOneForm) {
            > @/timers.minimum-advertisement-interval=5.25
            ;
            > @/timers.minimum-advertisement-interval=0.005)"},
-        {both | for_neighbors, "a noncharacter", "\n @\n > @.description=a\xef\xbf\xbf\n ! "},
+        {both | for_neighbors, "a noncharacter", "\n @\n > @.description=a\xef\xbf\xbf\n ? json\n ! "},
         {both | for_neighbors, "an empty description", R"(
              @.peer-as=1
            + @.description=
@@ -225,25 +230,6 @@ TEST_F(EditCases, TableConnectionsAndTheirFamily) {
              ~/bgp/global#4.enabled=true
            + &
            > &)"},
-        {in_default | tables, "a connection beside the delete of its family", R"(
-             ~/bgp/global#4.enabled=true
-           - ~/bgp/global#4/add-paths.send=true
-           + &
-           > ~/bgp/global#4{delete}
-           > &
-           ! 
-           ~* enabled)"},
-        {in_default | tables, "a connection beside the delete of its instance", R"(
-             ~/bgp/global#4.enabled=true
-           > ~{delete}
-           > &
-           ! )"},
-        {in_default | tables, "a connection beside the delete of the number", R"(
-             ~/bgp/global#4.enabled=true
-             &
-           > ~/bgp/global.as{delete}
-           > &.import-policy=p
-           ! )"},
         {in_default | tables, "a connection beside a replace of the network instance", R"(
              ~/bgp/global#4.enabled=true
            + &
@@ -253,6 +239,25 @@ TEST_F(EditCases, TableConnectionsAndTheirFamily) {
            > ~/bgp/global#4.enabled=true)"},
     };
     run(cases);
+}
+
+// It is there afterwards, or the edit is refused; it is never left out.
+TEST_F(EditCases, ATableConnectionBesideTheDeleteOfWhatItLiesIn) {
+    for (const std::string stored : {"", " &\n"}) {
+        for (const std::string gone : {"^{delete}", "^{remove}", "^/bgp{delete}", "^/bgp/global{delete}",
+                                       "^/bgp/global/config{delete}", "^/bgp/global.as{delete}", "^/bgp{remove}"}) {
+            const std::string lines =
+                " ^/bgp/global#4.enabled=true\n" + stored + " > " + gone + "\n > &.import-policy=p\n ! \n";
+            run({both | tables, gone.c_str(), lines.c_str()});
+        }
+        for (const std::string gone : {"^/bgp/global#4{delete}", "^/bgp/global#4{remove}",
+                                       "^/bgp/global/afi-safis{delete}", "^/bgp/global/afi-safis{replace}"}) {
+            const std::string lines = " ^/bgp/global#4.enabled=true\n - ^/bgp/global#4/add-paths.send=true\n" + stored +
+                                      " + &.import-policy=p\n > " + gone + "\n > &.import-policy=p\n ! \n ~* enabled\n";
+            run({both | tables, gone.c_str(), lines.c_str()});
+        }
+    }
+    run({in_vrf | tables, "both instances", " ^/bgp/global#4.enabled=true\n > ~{delete}\n > ^{delete}\n > &\n ! \n"});
 }
 
 TEST_F(EditCases, ConsequencesAreTold) {

@@ -5,7 +5,7 @@
 //   >       the edit; a line ";" ends one edit and begins the next
 //   !       the edit is refused, and the refusal has this text. With "+" or "-" lines both outcomes are right.
 //   *       a report (not mapped, or a note) with this text is given      ~*  may be given; no other report may
-//   ?       an option: replace or none (the default operation), strict, skip-unknown
+//   ?       an option: replace or none (the default operation), strict, json
 //   N       native configuration that is loaded (as in store_fixture.h); the lines stored before are then only compared
 //   r       a path, without some keys or all: a read of it shows what a read of everything shows there
 //   x       the native configuration has no node with this text afterwards
