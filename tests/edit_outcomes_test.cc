@@ -33,6 +33,10 @@ TEST_F(EditCases, ValuesHaveOneForm) {
              @
            + @.peer-as=65001
            > @.peer-as=065001)"},
+        {both | for_neighbors, "a number that is copied, with a leading zero", R"(
+             @
+           + @/transport.tcp-mss=500
+           > @/transport.tcp-mss=0500)"},
         {in_default, "the number with a leading zero", R"(
              bare
            + ~/bgp/global.as=65000
