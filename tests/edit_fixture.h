@@ -40,8 +40,10 @@ class EditCases : public testing::Test {
 
     // All that depends on what an edit hands back.
     static std::vector<std::string> reports_of(const EditResult &result) {
-        std::vector<std::string> reports = result.walk.not_mapped;
-        reports.insert(reports.end(), result.walk.notes.begin(), result.walk.notes.end());
+        std::vector<std::string> reports = result.not_mapped;
+        for (const Note &note : result.notes) {
+            reports.push_back(note.path + ": " + note.text);
+        }
         reports.insert(reports.end(), result.unknown.begin(), result.unknown.end());
         return reports;
     }

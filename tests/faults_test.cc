@@ -63,7 +63,7 @@ class Faults : public testing::Test {
         Transaction transaction = store_.begin(Access::write);
         const EditResult result = engine().edit(document, Syntax::json, {}, transaction);
         std::string text = printed(result.native());
-        for (const std::string &path : result.walk.not_mapped) {
+        for (const std::string &path : result.not_mapped) {
             text += "not mapped: " + path + '\n';
         }
         transaction.commit();

@@ -36,10 +36,10 @@ class MappingRules : public testing::Test {
             const EditResult result = engine().edit(text, Syntax::json, {}, transaction);
             transaction.commit();
             std::string told;
-            for (const std::string &note : result.walk.notes) {
-                told += note.substr(note.find("]: ") == note.npos ? note.rfind(": ") + 2 : note.find("]: ") + 3);
+            for (const Note &note : result.notes) {
+                told += note.text;
             }
-            return result.walk.not_mapped.empty() ? "" : "not mapped: " + told;
+            return result.not_mapped.empty() ? "" : "not mapped: " + told;
         } catch (const Refused &refused) {
             return refused.path().substr(std::min(refused.path().rfind('/'), refused.path().size())) + ": " +
                    refused.what();

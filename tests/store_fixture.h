@@ -132,12 +132,12 @@ inline const Schema &project_schema() {
     return schema;
 }
 
-inline void edit(const Store &store, const Schema &schema, const std::string &lines, bool default_none = false) {
+inline void edit(const Store &store, const Schema &schema, const std::string &lines, Round round = Round::sets) {
     Arena arena;
     Node *tree = make_tree(arena, schema, lines);
     check_native(schema, tree);
     Transaction transaction = store.begin(Access::write);
-    apply_edit(transaction, arena, tree, default_none);
+    apply_edit(transaction, tree, round);
     transaction.commit();
 }
 

@@ -237,8 +237,8 @@ class Whole {
         std::string notes;
         try {
             const EditResult result = engine().edit(text, Syntax::json, {}, transaction);
-            for (const std::string &note : result.walk.notes) {
-                notes += "note" + note.substr(note.find(": ")) + '\n';
+            for (const Note &note : result.notes) {
+                notes += "note: " + note.text + '\n';
             }
             transaction.commit();
         } catch (const Refused &refused) {

@@ -3,6 +3,7 @@
 #include "documents/instance_path.h"
 #include "edit/apply.h"
 #include "edit/check.h"
+#include "edit/edit.h"
 #include "error.h"
 #include "read/cut.h"
 #include "read/state.h"
@@ -25,21 +26,11 @@ bool is_one_of(const std::array<std::string_view, 2> &roots, std::string_view pa
     return std::find(roots.begin(), roots.end(), path) != roots.end();
 }
 
-// The default operation replace puts what the request says in the place of the native configuration whole.
-void replace_roots(const Schema &schema, Request &request) {
-    for (const std::string_view path : native_roots) {
-        Node *root = ensure_child(request.arena(), request.destination(), *schema.find(path));
-        if (!root->op_is_set()) {
-            root->set_operation(YFW_OP_REPLACE);
-        }
-    }
-}
-
 // One line for the nodes of one kind that were refused for one reason: the same fault may be in every entry of a list.
-std::vector<std::string> tell_unanswered(const WalkResult &walked) {
+std::vector<std::string> tell_unanswered(const Unanswered &unanswered) {
     std::vector<std::pair<std::string, std::size_t>> lines;
     std::map<std::pair<const SchemaNode *, std::string>, std::size_t> known;
-    for (const auto &[node, refusal] : walked.unanswered) {
+    for (const auto &[node, refusal] : unanswered) {
         const auto [place, is_new] = known.try_emplace({&node->schema(), refusal.what()}, lines.size());
         if (is_new) {
             lines.emplace_back(refusal.path() + ": " + refusal.what(), 0);
@@ -61,28 +52,12 @@ StoredNative stored_in(const Transaction &transaction) {
 
 } // namespace
 
-std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const SchemaNode &list,
-                                                const Transaction &transaction) const {
-    const std::string path = instance_path(parent);
-    const ReadResult present = read({path + '/' + list.name}, false, transaction);
-    std::vector<EntryKeys> keys;
-    const Node *counterpart = find_instance(present.request->destination(), path);
-    const Entries *all = counterpart == nullptr ? nullptr : entries(counterpart, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
-        EntryKeys &values = keys.emplace_back();
-        for (std::size_t key = 0; key < list.keys.size(); ++key) {
-            values.emplace_back(key_value(entry, key));
-        }
-    }
-    return keys;
-}
-
 // The description is read while the models are loaded: each takes about half of the start.
 Engine::Engine(const EngineFiles &files, Log *log)
     : Engine(files, log, std::async(std::launch::async | std::launch::deferred, read_mapping, files.mapping)) {}
 
 Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescription> description)
-    : log_(log), schema_(files.models), plugin_(files.plugin), mapping_(description.get(), schema_, plugin_) {
+    : log_(log), schema_(files.models), plugin_(files.plugin), mapping_(description.get(), schema_, plugin_), bgp_(schema_) {
     for (const std::string_view path : native_roots) {
         if (schema_.find(path) == nullptr) {
             throw Unusable("the models lack the native configuration's " + std::string(path));
@@ -108,9 +83,9 @@ void give_up(std::string &text, Arena &arena) {
 
 EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const {
     EditResult result;
-    result.request = std::make_unique<Request>(schema_, YFW_KIND_EDIT, log_, &pool_);
-    Request &request = *result.request;
-    request.trust(plugin_.constants());
+    const Ground ground = this->ground();
+    result.requests.push_back(ground.request(YFW_KIND_EDIT));
+    Request &request = *result.requests.front();
     stage("reading");
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
@@ -119,31 +94,8 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
     result.default_operation = document.default_operation.value_or(options.default_operation);
-
     stage("translating");
-    {
-        const SystemDatabase database(transaction, rules_);
-        const BoundSystemDatabase bound(database);
-        result.walk = walk(
-            request, mapping_,
-            [this, &transaction](const Node *parent, const SchemaNode &list) {
-                return existing_entries(parent, list, transaction);
-            },
-            stored_in(transaction));
-    }
-    if (options.strict && !result.walk.not_mapped.empty()) {
-        throw Refused(Reason::not_mapped, result.walk.not_mapped.front(),
-                      result.walk.not_mapped.size() == 1
-                          ? "the node is not mapped"
-                          : "the node and " + std::to_string(result.walk.not_mapped.size() - 1) +
-                                " more are not mapped");
-    }
-    if (result.default_operation == DefaultOperation::replace) {
-        replace_roots(schema_, request);
-    }
-    stage("applying");
-    check_native(schema_, request.destination());
-    apply_edit(transaction, request.arena(), request.destination(), result.default_operation == DefaultOperation::none);
+    run_edit(ground, options, transaction, result);
     return result;
 }
 
@@ -163,13 +115,10 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     if (paths.empty()) {
         add_instance_path(request->arena(), schema_, request->source(), "/network-instances");
     }
-    if (below == Below::covered) {
-        expand_read(*request, mapping_, state);
-    }
     const SystemDatabase database(transaction, rules_);
     const BoundSystemDatabase bound(database);
-    const WalkResult result = walk(*request, mapping_, nullptr, stored_in(transaction));
-    for (const auto &[node, refusal] : result.unanswered) {
+    for (const auto &[node, refusal] :
+         declare_walk(*request, mapping_, stored_in(transaction), below == Below::covered, state)) {
         if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
             throw Refused(refusal);
         }
@@ -215,7 +164,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     {
         const SystemDatabase database(transaction, rules_);
         const BoundSystemDatabase bound(database);
-        result.notes = tell_unanswered(walk(request, mapping_, nullptr, nullptr));
+        result.notes = tell_unanswered(render_walk(request, mapping_));
     }
     for (const Node *node : request.withdrawn) {
         result.notes.push_back(instance_path(node) + ": it did not get into the result");
@@ -250,7 +199,7 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
         throw Refused(Reason::duplicate, instance_path(twice), "there is another entry of this address");
     }
     check_native(schema_, document.root);
-    apply_edit(transaction, request.arena(), document.root, false);
+    apply_edit(transaction, document.root);
 }
 
 void Engine::check_key(const PasswordKey &key, Access access, Transaction &transaction) {

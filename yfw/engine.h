@@ -9,7 +9,8 @@
 #include "request/request.h"
 #include "store/store.h"
 #include "sysdb/view.h"
-#include "walk/walk.h"
+#include "edit/edit.h"
+#include "read/walk.h"
 
 #include <filesystem>
 #include <functional>
@@ -24,22 +25,6 @@ struct EngineFiles {
     std::vector<std::filesystem::path> models; // searched in this order
     std::filesystem::path mapping;
     std::filesystem::path plugin;
-};
-
-struct EditOptions {
-    bool skip_unknown = false;
-    bool strict = false; // a node that is not mapped is a refusal
-    DefaultOperation default_operation = DefaultOperation::merge;
-};
-
-// A translated edit. What it holds lives as long as it does, and no longer than the engine.
-struct EditResult {
-    std::unique_ptr<Request> request;
-    WalkResult walk;
-    std::vector<std::string> unknown; // with skip_unknown: nodes outside the models
-    DefaultOperation default_operation = DefaultOperation::merge;
-
-    [[nodiscard]] const Node *native() const { return request->destination(); }
 };
 
 class Engine {
@@ -90,9 +75,9 @@ class Engine {
     // are state.
     enum class Content { config, all, state };
     Content content(const std::vector<std::string> &paths, bool state) const;
-    // The keys of a list's entries as a read renders them.
-    std::vector<EntryKeys> existing_entries(const Node *parent, const SchemaNode &list,
-                                            const Transaction &transaction) const;
+    [[nodiscard]] Ground ground() const {
+        return {schema_, mapping_, bgp_, rules_, plugin_.constants(), log_, &pool_};
+    }
     void stage(const char *what) const {
         if (on_stage) {
             on_stage(what);
@@ -103,6 +88,7 @@ class Engine {
     Schema schema_;
     Plugin plugin_;
     Mapping mapping_;
+    BgpRules bgp_;
     std::vector<ItemRule> rules_; // of the system database
     mutable ChunkPool pool_;
 };

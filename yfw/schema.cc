@@ -226,6 +226,10 @@ void Schema::add_children(SchemaNode &parent, const lysc_node *first) {
         node.depth = static_cast<std::uint16_t>(parent.depth + 1U);
         node.config = (compiled->flags & LYS_CONFIG_R) == 0;
         node.is_key = lysc_is_key(compiled);
+        if (compiled->parent != nullptr && compiled->parent->nodetype == LYS_CASE) {
+            node.choice_case = compiled->parent;
+            node.choice = compiled->parent->parent;
+        }
         node.when = read_when(compiled);
         node.mandatory = (compiled->flags & LYS_MAND_TRUE) != 0;
         parent.children.push_back(&node);

@@ -44,6 +44,8 @@ struct SchemaNode {
     std::vector<const SchemaNode *> children; // keys first, then in schema order; [i]->ordinal == i
     std::vector<const SchemaNode *> keys;
     const lysc_node *compiled = nullptr;
+    const lysc_node *choice = nullptr; // that the node is in a case of, and the case: one of them drives out the other
+    const lysc_node *choice_case = nullptr;
     std::unique_ptr<const When> when; // null: there is none, or one of another form than that
     std::uint32_t id = 0;             // dense, from 0, not stable across model changes
     std::uint32_t max_elements = UINT32_MAX;

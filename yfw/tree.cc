@@ -223,7 +223,7 @@ Node *search(const Entries &entries, std::uint64_t hash, Matches matches) {
 void fold_children(Arena &arena, Node *from, Node *into);
 
 void fold_node(Arena &arena, Node *from, Node *into) {
-    if (from->op_is_set()) {
+    if (from->op_is_set() && (from->is_delete() || !into->is_delete())) { // nothing takes a delete back
         into->set_operation(from->operation);
     }
     if (from->origin() != nullptr) {
@@ -302,11 +302,23 @@ Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list) {
     return entry;
 }
 
+namespace {
+
+Node *find_value(const Entries &all, std::string_view value, std::uint64_t hash) {
+    return search(all, hash, [value](const Node *node) { return node->value != nullptr && value == node->value; });
+}
+
+} // namespace
+
+Node *find_value(const Node *parent, const SchemaNode &leaf_list, std::string_view value) {
+    const Entries *all = entries(parent, leaf_list);
+    return all == nullptr ? nullptr : find_value(*all, value, hash_text(value, 0));
+}
+
 Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std::string_view value) {
     Entries &all = ensure_entries(arena, parent, leaf_list);
     const std::uint64_t hash = hash_text(value, 0);
-    Node *entry =
-        search(all, hash, [value](const Node *node) { return node->value != nullptr && value == node->value; });
+    Node *entry = find_value(all, value, hash);
     if (entry == nullptr) {
         entry = open_entry(arena, parent, leaf_list);
         set_value(arena, entry, value);

@@ -153,6 +153,8 @@ inline Node *ensure_child(Arena &arena, Node *parent, const SchemaNode &schema) 
 }
 // A new entry without keys, current from now on.
 Node *open_entry(Arena &arena, Node *parent, const SchemaNode &list);
+// The leaf-list's entry of that value, or null.
+Node *find_value(const Node *parent, const SchemaNode &leaf_list, std::string_view value);
 // The leaf-list's entry of that value, added when it is missing.
 Node *ensure_value(Arena &arena, Node *parent, const SchemaNode &leaf_list, std::string_view value);
 

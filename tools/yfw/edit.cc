@@ -37,18 +37,22 @@ void report(const Messages &messages, const EditResult &result) {
     for (const std::string &path : result.unknown) {
         messages.line("not served", path);
     }
-    for (const std::string &path : result.walk.not_mapped) {
+    for (const std::string &path : result.not_mapped) {
         messages.line("not mapped", path);
     }
-    for (const std::string &note : result.walk.notes) {
-        messages.line("note", note);
+    for (const Note &note : result.notes) {
+        messages.line("note", note.path + ": " + note.text);
+    }
+    for (const Deviation &deviation : result.deviations) {
+        messages.line("differs", deviation.path + ": wanted " +
+                                     (deviation.wanted.empty() ? "nothing" : deviation.wanted) + ", found " +
+                                     (deviation.found.empty() ? "nothing" : deviation.found));
     }
 }
 
 void print_edit(const Session &session, const Arguments &arguments, const EditResult &result) {
     WriteOptions writing = arguments.output.options();
     writing.operations = true;
-    writing.explicit_merge = result.default_operation == DefaultOperation::none;
     Sink sink(stdout);
     write_document(sink, session.schema(), result.native(), writing);
 }
@@ -107,6 +111,8 @@ void add_edit(CLI::App &app, const Globals &globals, int *) {
     command->add_flag("--skip-unknown", arguments->options.skip_unknown,
                       "List nodes outside the models instead of refusing the edit");
     command->add_flag("--strict", arguments->options.strict, "Refuse an edit with nodes that are not mapped");
+    command->add_flag("--verify", arguments->options.verify,
+                      "Read back what the edit set and list what differs; refuse the edit then under --strict");
     add_output_options(*command, arguments->output);
     command
         ->add_option("FILE", arguments->files, "Documents, JSON or XML; '-' is standard input; each is one transaction")

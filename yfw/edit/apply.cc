@@ -4,93 +4,25 @@
 
 #include <algorithm>
 #include <memory>
-#include <unordered_map>
 
 namespace yfw {
 
 namespace {
 
-enum class Operation : std::uint8_t { none, merge, create, replace, delete_, remove, done };
+enum class Operation : std::uint8_t { merge, replace, remove, done };
 
-// An operation given counts, one left out is the one that holds around the node.
-Operation operation_of(const Node *node, Operation around) {
+Operation operation_of(const Node *node) {
     switch (node->operation) {
     case YFW_OP_NONE:
-        return node->op_is_set() ? Operation::merge : around;
-    case YFW_OP_CREATE:
-        return Operation::create;
+        return Operation::merge;
     case YFW_OP_REPLACE:
         return Operation::replace;
     case YFW_OP_DELETE:
-        return Operation::delete_;
     case YFW_OP_REMOVE:
         return Operation::remove;
     default:
-        throw refusal(Reason::unknown_operation, node, "has an unknown operation");
+        throw refusal(Reason::unknown_operation, node, "has an operation that is none of a native edit's");
     }
-}
-
-// What holds around the children of a node with that operation.
-Operation below(Operation operation) {
-    return operation == Operation::none ? Operation::none : Operation::merge;
-}
-
-bool is_creating(Operation operation) {
-    return operation == Operation::merge || operation == Operation::create || operation == Operation::replace;
-}
-
-// Whether anything below a node that is left alone has an operation of its own.
-bool anything_acts(const Node *parent) {
-    for (const Node *node = parent->first(); node != nullptr; node = node->next()) {
-        if (node->schema().is_key) {
-            continue;
-        }
-        if (operation_of(node, Operation::none) != Operation::none ||
-            (node->schema().is_inner() && anything_acts(node))) {
-            return true;
-        }
-    }
-    return false;
-}
-
-// The request's node that a delete is done for.
-const Node *first_origin(const Node *node) {
-    const Node *origin = node->origin();
-    while (origin != nullptr && origin->origin() != nullptr) {
-        origin = origin->origin();
-    }
-    return origin;
-}
-
-struct Content {
-    bool sets = false;
-    bool deletes = false;
-};
-
-// What the nodes below do; keys apart.
-void inspect(const Node *parent, Content &content) {
-    for (const Node *node = parent->first(); node != nullptr && !content.sets; node = node->next()) {
-        if (node->schema().is_key) {
-            continue;
-        }
-        if (node->is_delete()) {
-            content.deletes = true;
-        } else if (!node->schema().is_inner() || node->operation != YFW_OP_NONE) {
-            content.sets = true;
-        } else {
-            inspect(node, content);
-        }
-    }
-}
-
-// Whether an entry is there for the deletes in it alone; of an empty one the request's node tells.
-bool only_deletes(const Node *entry) {
-    Content content;
-    inspect(entry, content);
-    if (!content.sets && !content.deletes && entry->origin() != nullptr) {
-        inspect(entry->origin(), content);
-    }
-    return content.deletes && !content.sets;
 }
 
 // A node of the edit as the operations see it.
@@ -112,14 +44,13 @@ class Target {
 
 class Application {
   public:
-    Application(Transaction &transaction, Arena &arena) : transaction_(transaction), arena_(arena), key_(root_key) {}
+    Application(Transaction &transaction, Round round) : transaction_(transaction), round_(round), key_(root_key) {}
 
-    void run(const Node *root, Operation around);
+    void run(const Node *root);
 
   private:
     struct Pending {
         Node *entry;
-        Operation around;
         bool is_first; // nothing was stored of what it lies in
     };
     // A record being edited, and the entries of the edit that lie below it.
@@ -136,23 +67,21 @@ class Application {
     class Value;
 
     // Each operation acts or names the next.
-    Operation none(const Target &target);
-    Operation merge(Target &target);
-    Operation create(Target &target);
-    Operation replace(Target &target);
-    Operation delete_(Target &target);
-    Operation remove(Target &target);
+    static Operation merge(Target &target);
+    static Operation replace(Target &target);
+    static Operation remove(Target &target);
     // Whether the node's children are to be gone through.
-    bool apply(Target &target, Operation operation);
+    static bool apply(Target &target, Operation operation);
 
+    void drive_out_other_cases(const SchemaNode &schema);
     Level &enter(std::optional<std::string_view> record);
     void leave(const Node *node);
-    void apply_children(const Node *parent, Operation around);
+    void apply_children(const Node *parent);
     void apply_entry(const Pending &pending);
-    bool append_keys(Node *entry);
-    bool find_only_entry(Node *entry);
+    void append_keys(const Node *entry);
     void check_max_elements() const;
-    void check_deletes() const;
+    // A round of deletes goes through what does not go, and leaves it as it is.
+    [[nodiscard]] bool passes(const Node *node) const { return round_ == Round::deletes && !node->is_delete(); }
 
     struct Added {
         const Node *entry;
@@ -161,14 +90,12 @@ class Application {
     };
 
     Transaction &transaction_;
-    Arena &arena_;
+    Round round_;
     std::string key_; // of the level at work
     std::vector<std::unique_ptr<Level>> levels_;
     std::size_t depth_ = 0; // levels in use; those beyond keep their memory
     Level *level_ = nullptr;
     std::vector<Added> added_; // to lists that take a limited number
-    std::vector<const Node *> deletes_;
-    std::unordered_map<const Node *, bool> found_; // for each of deletes_, whether it found anything
 };
 
 class Application::Entry : public Target {
@@ -217,6 +144,7 @@ class Application::Container : public Target {
         });
     }
     void ensure() override {
+        application_.drive_out_other_cases(node()->schema());
         if (node()->schema().presence) {
             const Number number = application_.transaction_.ensure_number(node()->schema());
             level_.changed |= level_.record.set(number, {});
@@ -254,6 +182,7 @@ class Application::Leaf : public Target {
     }
     void erase() override { level_.changed |= level_.record.erase(number()); }
     void ensure() override {
+        application_.drive_out_other_cases(node()->schema());
         const Number own = application_.transaction_.ensure_number(node()->schema());
         level_.changed |= level_.record.set(own, node()->value == nullptr ? "" : node()->value);
     }
@@ -294,16 +223,19 @@ class Application::Value : public Target {
     Level &level_;
 };
 
-Operation Application::none(const Target &target) {
-    const SchemaNode &schema = target.node()->schema();
-    const bool is_level = schema.kind == NodeKind::list || schema.presence;
-    if (is_level && !target.exists()) {
-        if (anything_acts(target.node())) {
-            throw refusal(Reason::data_missing, target.node(), "does not exist");
-        }
-        return Operation::remove; // of nothing: there is nothing to be gone through
+// Of a choice's cases one is there. Lists in cases would be left: no model here has any.
+void Application::drive_out_other_cases(const SchemaNode &schema) {
+    if (schema.choice == nullptr) {
+        return;
     }
-    return Operation::done;
+    level_->changed |= level_->record.erase_if([&](const RecordItem &item) {
+        const SchemaNode *other = transaction_.find_node(item.number);
+        while (other != nullptr && other->depth > schema.depth) {
+            other = other->parent;
+        }
+        return other != nullptr && other->parent == schema.parent && other->choice == schema.choice &&
+               other->choice_case != schema.choice_case;
+    });
 }
 
 Operation Application::merge(Target &target) {
@@ -311,30 +243,9 @@ Operation Application::merge(Target &target) {
     return Operation::done;
 }
 
-Operation Application::create(Target &target) {
-    if (target.exists()) {
-        throw refusal(Reason::data_exists, target.node(), "exists already");
-    }
-    return Operation::merge;
-}
-
 Operation Application::replace(Target &target) {
     target.erase();
     return Operation::merge;
-}
-
-Operation Application::delete_(Target &target) {
-    const bool found = target.exists();
-    if (const Node *origin = first_origin(target.node()); origin != nullptr) {
-        const auto [place, is_new] = found_.try_emplace(origin, found);
-        place->second |= found;
-        if (is_new) {
-            deletes_.push_back(origin);
-        }
-    } else if (!found) {
-        throw refusal(Reason::data_missing, target.node(), "does not exist");
-    }
-    return Operation::remove;
 }
 
 Operation Application::remove(Target &target) {
@@ -345,27 +256,17 @@ Operation Application::remove(Target &target) {
 }
 
 bool Application::apply(Target &target, Operation operation) {
-    bool has_children = true;
+    const bool has_children = operation != Operation::remove;
     while (operation != Operation::done) {
         switch (operation) {
-        case Operation::none:
-            operation = none(target);
-            break;
         case Operation::merge:
             operation = merge(target);
-            break;
-        case Operation::create:
-            operation = create(target);
             break;
         case Operation::replace:
             operation = replace(target);
             break;
-        case Operation::delete_:
-            operation = delete_(target);
-            break;
         default:
             operation = remove(target);
-            has_children = false;
             break;
         }
     }
@@ -401,99 +302,56 @@ void Application::leave(const Node *node) {
     level_ = depth_ == 0 ? nullptr : levels_[depth_ - 1].get();
 }
 
-void Application::apply_children(const Node *parent, Operation around) {
+void Application::apply_children(const Node *parent) {
     for (Node *node = parent->first(); node != nullptr; node = node->next()) {
         const SchemaNode &schema = node->schema();
         if (schema.kind == NodeKind::list) {
-            level_->pending.push_back({node, around, level_->is_new});
+            level_->pending.push_back({node, level_->is_new});
         } else if (schema.kind == NodeKind::container) {
-            const Operation operation = operation_of(node, around);
             Container container(*this, node);
-            if (apply(container, operation)) {
-                apply_children(node, below(operation));
+            if (passes(node) || apply(container, operation_of(node))) {
+                apply_children(node);
             }
-        } else if (schema.is_key || operation_of(node, around) == Operation::none) {
+        } else if (schema.is_key || passes(node)) {
             continue;
         } else if (schema.kind == NodeKind::leaf_list) {
             Value value(*this, node);
-            apply(value, operation_of(node, around));
+            apply(value, operation_of(node));
         } else {
             Leaf leaf(*this, node);
-            apply(leaf, operation_of(node, around));
+            apply(leaf, operation_of(node));
         }
     }
 }
 
 void Application::apply_entry(const Pending &pending) {
     Node *node = pending.entry;
-    const Operation operation = operation_of(node, pending.around);
     const SchemaNode &list = node->schema();
-    const Number number = is_creating(operation) ? transaction_.ensure_number(list) : transaction_.number(list);
+    const Operation operation = operation_of(node);
+    const Number number = operation == Operation::remove || passes(node) ? transaction_.number(list)
+                                                                         : transaction_.ensure_number(list);
     append_number(key_, number);
     const std::size_t list_size = key_.size();
-    const bool is_named = number != 0 && append_keys(node);
-    if (!is_named && is_creating(operation)) {
-        throw refusal(Reason::missing_key, node, "is given without its key, and there is none that could be meant");
-    }
-    Entry entry(*this, node, list_size, is_named && !(pending.is_first && has_all_keys(node)));
-    if (operation == Operation::merge && !entry.exists() && only_deletes(node)) {
-        enter(std::nullopt);
-        level_->changed = false; // what is deleted in it is not found, and it stays away
-        apply_children(node, below(operation));
-        leave(node);
-    } else if (apply(entry, operation)) {
+    append_keys(node);
+    Entry entry(*this, node, list_size, number != 0 && !pending.is_first);
+    if (passes(node) ? entry.exists() : apply(entry, operation)) {
         enter(entry.record());
-        apply_children(node, below(operation));
+        apply_children(node);
         leave(node);
     }
 }
 
-// False when the entry is given without its keys and there is none.
-bool Application::append_keys(Node *entry) {
-    const std::size_t list_size = key_.size();
+void Application::append_keys(const Node *entry) {
     for (std::size_t key = 0; key < entry->schema().keys.size(); ++key) {
         const char *value = key_value(entry, key);
         if (value == nullptr) {
-            key_.resize(list_size);
-            return find_only_entry(entry);
+            throw refusal(Reason::missing_key, entry, "is written without its key");
         }
         append_key_value(key_, value);
     }
     if (key_.size() > Transaction::longest_key) {
         throw refusal(Reason::too_big, entry, "has keys too long to be stored");
     }
-    return true;
-}
-
-// An entry without its keys stands for the one that there is.
-bool Application::find_only_entry(Node *entry) {
-    std::string only;
-    for (EntryCursor stored(transaction_, key_); stored.next();) {
-        std::string_view values = stored.values();
-        std::string_view value;
-        bool matches = true;
-        for (std::size_t key = 0; key < entry->schema().keys.size() && take_key_value(values, value); ++key) {
-            const char *given = key_value(entry, key);
-            matches = matches && (given == nullptr || value == given);
-        }
-        if (matches && !only.empty()) {
-            throw refusal(Reason::missing_key, entry, "is given without its key, and there are several");
-        }
-        if (matches) {
-            only = stored.key();
-        }
-    }
-    if (only.empty()) {
-        return false;
-    }
-    std::string_view values = std::string_view(only).substr(key_.size());
-    std::string_view value;
-    for (const SchemaNode *key : entry->schema().keys) {
-        take_key_value(values, value);
-        set_value(arena_, ensure_child(arena_, entry, *key), value);
-    }
-    key_ = only;
-    return true;
 }
 
 // At the end only: an edit may take an entry out and put another one in.
@@ -522,27 +380,18 @@ void Application::check_max_elements() const {
     }
 }
 
-void Application::check_deletes() const {
-    for (const Node *origin : deletes_) {
-        if (!found_.at(origin)) {
-            throw Refused(Reason::data_missing, instance_path(origin), "there is nothing to delete");
-        }
-    }
-}
-
-void Application::run(const Node *root, Operation around) {
+void Application::run(const Node *root) {
     const auto stored = transaction_.record(key_);
     enter(stored.value_or(std::string_view())); // it is always there
-    apply_children(root, around);
+    apply_children(root);
     leave(root);
     check_max_elements();
-    check_deletes();
 }
 
 } // namespace
 
-void apply_edit(Transaction &transaction, Arena &arena, Node *edit, bool default_none) {
-    Application(transaction, arena).run(edit, default_none ? Operation::none : Operation::merge);
+void apply_edit(Transaction &transaction, const Node *edit, Round round) {
+    Application(transaction, round).run(edit);
 }
 
 } // namespace yfw

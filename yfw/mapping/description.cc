@@ -63,6 +63,14 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.may_write_nothing = value == "true";
         } else if (name == "taken-with") {
             entry.taken_with = value;
+        } else if (name == "kept-in") {
+            entry.kept_in = value;
+        } else if (name == "unset-value") {
+            entry.unset_value = value;
+        } else if (name == "unset-deletes") {
+            entry.unset_deletes = value == "true";
+        } else if (name == "one-value") {
+            entry.one_value = value == "true";
         } else if (name == "hint") {
             entry.hint = value;
         } else if (name == "covered") {

@@ -90,6 +90,24 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
     bindings_.push_back(std::move(binding));
 }
 
+// An edit of the node at that path, from the entry's parent, may change the entry's node.
+void Mapping::bind_affected(const MappingEntry &entry, const std::string &by, std::vector<std::string> &problems) {
+    const SchemaNode *node = schema_.find(entry.path);
+    const SchemaNode *other = node == nullptr ? nullptr : node->parent;
+    std::string_view rest = by;
+    while (other != nullptr && !rest.empty()) {
+        const std::string_view name = rest.substr(0, rest.find('/'));
+        rest.remove_prefix(std::min(rest.size(), name.size() + 1));
+        other = name == ".." ? other->parent : other->child(name);
+    }
+    if (node != nullptr && other == nullptr) {
+        problems.push_back("no model has " + by + " beside " + entry.path);
+    } else if (node != nullptr && std::find(affects_[other->id].begin(), affects_[other->id].end(), node) ==
+                                      affects_[other->id].end()) {
+        affects_[other->id].push_back(node);
+    }
+}
+
 void Mapping::bind(const MappingWhen &when, const Plugin &plugin, std::vector<std::string> &problems) {
     const SchemaNode *node = schema_.find(when.path);
     if (node == nullptr || node->when == nullptr) {
@@ -114,11 +132,20 @@ Mapping::Mapping(MappingDescription description, const Schema &schema, const Plu
       when_below_(schema.size(), false),
       reaches_(schema.size(), false),
       reaches_config_(schema.size(), false),
-      state_sources_(schema.size(), nullptr) {
+      state_sources_(schema.size(), nullptr),
+      affects_(schema.size()) {
     std::vector<std::string> problems;
     std::set<std::string, std::less<>> named;
     for (const MappingEntry &entry : description_.entries) {
         bind(entry, plugin, problems);
+        for (const std::string &by : {entry.taken_with, entry.kept_in}) {
+            if (!by.empty()) {
+                bind_affected(entry, by, problems);
+            }
+        }
+        if (entry.one_value) {
+            bind_affected(entry, entry.path.substr(entry.path.rfind('/') + 1), problems);
+        }
         named.insert(entry.name);
         named.insert(entry.hands_on_to);
     }

@@ -65,11 +65,27 @@ class Mapping {
     [[nodiscard]] bool reaches_config(const SchemaNode &node) const { return reaches_config_[node.id]; }
     // The node of an operational model that a state node takes its value from; null when there is none.
     [[nodiscard]] const SchemaNode *state_source(const SchemaNode &node) const { return state_sources_[node.id]; }
+    // Leaves that an edit of the node may change although it does not name them; null for none.
+    [[nodiscard]] const std::vector<const SchemaNode *> *affects(const SchemaNode &node) const {
+        return affects_[node.id].empty() ? nullptr : &affects_[node.id];
+    }
+    // Whether a leaf repeats a key of its entry.
+    [[nodiscard]] bool repeats_key(const SchemaNode &node) const {
+        const Binding *binding = by_node_[node.id];
+        return binding != nullptr && binding->entry->served == Service::key;
+    }
+    // Whether the value is the same as none.
+    [[nodiscard]] bool is_unset(const SchemaNode &leaf, const char *value) const {
+        const Binding *binding = by_node_[leaf.id];
+        return binding != nullptr && binding->entry->unset_value && value != nullptr &&
+               *binding->entry->unset_value == value;
+    }
     [[nodiscard]] const MappingDescription &description() const { return description_; }
     [[nodiscard]] const Schema &schema() const { return schema_; }
 
   private:
     void bind(const MappingEntry &entry, const Plugin &plugin, std::vector<std::string> &problems);
+    void bind_affected(const MappingEntry &entry, const std::string &by, std::vector<std::string> &problems);
     void bind(const MappingWhen &when, const Plugin &plugin, std::vector<std::string> &problems);
 
     MappingDescription description_;
@@ -81,6 +97,7 @@ class Mapping {
     std::vector<bool> reaches_;
     std::vector<bool> reaches_config_;
     std::vector<const SchemaNode *> state_sources_;
+    std::vector<std::vector<const SchemaNode *>> affects_;
 };
 
 } // namespace yfw

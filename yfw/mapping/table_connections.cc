@@ -180,19 +180,6 @@ cerrno read(const CompanionCall &call) {
     return prepare(call.request, stored_instances(call)) ? hand_on(call) : cerrno{YFW_ERR_NO_MEMORY};
 }
 
-// The native path with the keys that are known.
-std::string instance_of(const Redistribution &native, std::string path) {
-    path.insert(std::strlen(native_family), "[af-name=" + std::string(native.family) + ']');
-    path.insert(std::strlen("/bgp/instance"), "[instance-name=" + std::string(native_instance) + ']');
-    return path;
-}
-
-// What the store holds of the redistribution, or of a leaf of it.
-const Node *find_stored(const CompanionCall &call, Arena &arena, const Redistribution &native, std::string_view leaf) {
-    const std::string path = native.path(leaf);
-    return existing_node(fetch(call, arena, instance_of(native, path)), *call.request.schema().find(path));
-}
-
 // Runs the mapping of an entry while its deleted leaves are not there to be seen.
 cerrno without_deleted_leaves(CompanionCall &call) {
     std::vector<Node *> hidden;
@@ -218,43 +205,6 @@ cerrno add_settings(const CompanionCall &call, const Redistribution &native) {
                ? cerrno{0}
                : yfw_map_datatree_add_path_flagged(&call.request, call.request.destination(), path.c_str(), nullptr,
                                                    nullptr, nullptr, nullptr, 0, 0);
-}
-
-// The instance and the family around a redistribution are shared: a create or replace is the redistribution's alone.
-cerrno set(CompanionCall &call, const Redistribution &native) {
-    const std::uint32_t operation = call.node.operation;
-    call.node.operation = YFW_OP_NONE;
-    const cerrno code = without_deleted_leaves(call);
-    call.node.operation = operation;
-    const SchemaNode *container = call.request.schema().find(native.path({}));
-    auto *written = const_cast<Node *>(existing_node(call.request.destination(), *container));
-    if (code != 0 || written == nullptr) {
-        return code;
-    }
-    call.request.kept.push_back(written->up()); // the family may be deleted for itself
-    if (operation != YFW_OP_NONE) {
-        written->set_operation(operation);
-    }
-    return add_settings(call, native);
-}
-
-// The BGP mapping writes the family around what it deletes, so it is asked only when there is something.
-cerrno remove(CompanionCall &call, const Redistribution &native) {
-    Arena arena;
-    if (find_stored(call, arena, native, {}) == nullptr) {
-        call.handled = true;
-        return OCBGP_SKIP_SUBTREE;
-    }
-    const std::string enable = instance_of(native, std::string(native_family) + "/enable");
-    const bool had_enable = find_instance(call.request.destination(), enable) != nullptr;
-    const cerrno code = hand_on(call);
-    // A family that an outer replace does away with must not come back by what is written around the delete.
-    const bool is_asked_for = (call.node.flags & YFW_NODE_PRESENT) != 0;
-    Node *added = is_asked_for || had_enable ? nullptr : find_instance(call.request.destination(), enable);
-    if (added != nullptr) {
-        unlink(added);
-    }
-    return code == 0 ? cerrno{OCBGP_SKIP_SUBTREE} : code;
 }
 
 cerrno leave_alone(CompanionCall &call, std::string why) {
@@ -288,71 +238,24 @@ cerrno map_table_connection(CompanionCall &call) {
     if (!prepare(call.request, instances)) {
         return YFW_ERR_NO_MEMORY;
     }
-    return call.node.is_delete() ? remove(call, native) : set(call, native);
+    if (call.node.is_delete()) {
+        const cerrno code = hand_on(call);
+        return code == 0 ? cerrno{OCBGP_SKIP_SUBTREE} : code;
+    }
+    const cerrno code = without_deleted_leaves(call);
+    return code == 0 ? add_settings(call, native) : code;
 }
 
 namespace {
 
-// Another value of a leaf-list that is to be set, and that stands behind the node when later is set.
-bool has_sibling_value(const Node &value, bool later) {
-    const Node *first = later ? next_entry(&value) : entries(value.up(), value.schema())->first;
-    for (const Node *other = first; other != nullptr; other = next_entry(other)) {
-        if (!other->is_delete()) {
-            return true;
-        }
-    }
-    return false;
+// Another value of a leaf-list behind this one.
+bool has_later_value(const Node &value) {
+    return next_entry(&value) != nullptr;
 }
 
-cerrno write_leaf(CompanionCall &call, const Redistribution &native, std::string_view leaf, const char *value) {
+cerrno delete_leaf(CompanionCall &call, const Redistribution &native, std::string_view leaf) {
     return yfw_map_datatree_add_path_flagged(&call.request, call.request.destination(), native.path(leaf).c_str(),
-                                             nullptr, value, &call.node, nullptr, 0, 0);
-}
-
-// The end of a native leaf. What an outer node's operation brings about is written only where there is something.
-cerrno end_leaf(CompanionCall &call, const Redistribution &native, std::string_view leaf) {
-    Arena arena;
-    const Node *stored = find_stored(call, arena, native, leaf);
-    const bool is_policy = call.node.schema().kind == NodeKind::leaf_list && call.node.value != nullptr;
-    const bool is_other = stored != nullptr && is_policy && text_of(stored) != call.node.value;
-    if (stored != nullptr && !is_other) {
-        return write_leaf(call, native, leaf, nullptr);
-    }
-    if (call.node.operation == YFW_OP_DELETE && (call.node.flags & YFW_NODE_PRESENT) != 0) {
-        throw Refused(Reason::data_missing, instance_path(&call.node), "there is nothing to delete");
-    }
-    return 0;
-}
-
-cerrno map_policy(CompanionCall &call, const Redistribution &native) {
-    constexpr std::string_view leaf = "route-policy-name";
-    if (call.node.is_delete()) {
-        return has_sibling_value(call.node, false) ? 0 : end_leaf(call, native, leaf); // else another takes its place
-    }
-    if (has_sibling_value(call.node, true)) {
-        call.handled = false;
-        return leave_alone(call, "a redistribution takes one policy: the last one given");
-    }
-    return call.node.op_is_set() ? write_leaf(call, native, leaf, call.node.value) : 0;
-}
-
-cerrno map_metric(CompanionCall &call, const Redistribution &native) {
-    constexpr std::string_view leaf = "default-metric";
-    if (!call.node.is_delete() && text_of(&call.node) == "true") {
-        return call.node.op_is_set() ? write_leaf(call, native, leaf, "0") : 0;
-    }
-    // The mapping of the entry adds nothing for false: what is stored has to go.
-    const std::uint32_t operation = call.node.operation;
-    const bool was_set = call.node.op_is_set();
-    if (!call.node.is_delete()) {
-        call.node.set_operation(YFW_OP_REMOVE);
-    }
-    const cerrno code = end_leaf(call, native, leaf);
-    call.node.operation = operation;
-    if (!was_set) {
-        call.node.flags &= ~std::uint32_t{YFW_NODE_OP_SET};
-    }
-    return code;
+                                             nullptr, nullptr, &call.node, nullptr, 0, 0);
 }
 
 } // namespace
@@ -362,8 +265,15 @@ cerrno map_table_connection_leaf(CompanionCall &call) {
     if (call.request.is_read() || !place(*call.node.up()->up(), native).empty()) {
         return 0;
     }
-    call.handled = true;
-    return call.node.schema().kind == NodeKind::leaf_list ? map_policy(call, native) : map_metric(call, native);
+    const bool is_policy = call.node.schema().kind == NodeKind::leaf_list;
+    if (call.node.is_delete()) {
+        return delete_leaf(call, native, is_policy ? "route-policy-name" : "default-metric");
+    }
+    if (is_policy && has_later_value(call.node)) {
+        return leave_alone(call, "a redistribution takes one policy: the last one given");
+    }
+    call.handled = true; // the entry was mapped with it
+    return 0;
 }
 
 } // namespace yfw

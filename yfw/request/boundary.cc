@@ -115,17 +115,16 @@ Node *add_leaf(Request &request, Node *parent, const SchemaNode &target, const c
     return child(parent, target);
 }
 
+// Of several operations a delete counts: what is written on the way to something else takes none back.
 void take_operation(Request &request, Node *node, const Node *source) {
-    node->operation = source->operation;
-    node->flags = (node->flags & ~static_cast<std::uint32_t>(YFW_NODE_OP_SET)) | (source->flags & YFW_NODE_OP_SET);
     if (source->is_delete()) {
         ++request.counts.deletes;
-        // What the client deletes is the outermost node: a delete that finds nothing is judged there.
-        while (source->up() != nullptr && source->up()->is_delete()) {
-            source = source->up();
-        }
     }
-    node->set_origin(source);
+    if (!node->is_delete() || source->is_delete()) {
+        node->operation = source->operation;
+        node->flags = (node->flags & ~static_cast<std::uint32_t>(YFW_NODE_OP_SET)) | (source->flags & YFW_NODE_OP_SET);
+        node->set_origin(source);
+    }
 }
 
 // A source that is one value of a leaf-list where another one has written a leaf already.

@@ -69,9 +69,6 @@ class Request : public yfw_map_context {
     // Nodes of the source that a callback took out of the output and did not put back.
     std::vector<const Node *> withdrawn;
 
-    // List entries of the destination that the edit sets something in for its own sake: their delete is of all else.
-    std::vector<Node *> kept;
-
     AddressBook addresses; // of the destination's entries
 
     yfw_req_ctx &fields() { return fields_; }

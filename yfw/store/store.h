@@ -83,6 +83,7 @@ class Transaction {
     void put(std::string_view key, std::string_view bytes);
     // From now on records need not be put, not even for the rest of the transaction: for the last edit of a dry run.
     void keep_nothing() { keeps_ = false; }
+    void keep_again() { keeps_ = true; }
     [[nodiscard]] bool keeps() const { return keeps_; }
     void erase(std::string_view key);
     // Erases every record whose key begins so.

@@ -204,6 +204,18 @@ std::optional<Value> SystemDatabase::get(std::string_view path) const {
 }
 
 void SystemDatabase::find(std::string_view pattern, const std::function<bool(const Item &)> &visit) const {
+    if (preferred_.empty() || !pattern.starts_with(".*/")) {
+        find_all(pattern, visit);
+        return;
+    }
+    const std::string own = preferred_ + '/';
+    if (find_all(own + std::string(pattern.substr(3)), visit)) {
+        find_all(pattern, [&](const Item &item) { return item.path.starts_with(own) || visit(item); });
+    }
+}
+
+// False when visit ended it.
+bool SystemDatabase::find_all(std::string_view pattern, const std::function<bool(const Item &)> &visit) const {
     const PathComponents components(pattern);
     for (const ItemRule &rule : rules_) {
         if (components.size() != rule.path.size() || !Search::fits(transaction_, rule, components)) {
@@ -217,9 +229,10 @@ void SystemDatabase::find(std::string_view pattern, const std::function<bool(con
             return visit({at.path(), value}) ? Search::all_levels : Search::no_level;
         });
         if (!goes_on) {
-            return;
+            return false;
         }
     }
+    return true;
 }
 
 std::vector<std::string> SystemDatabase::list(std::string_view path) const {

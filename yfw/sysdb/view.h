@@ -34,6 +34,9 @@ class SystemDatabase {
     SystemDatabase(const SystemDatabase &) = delete;
     SystemDatabase &operator=(const SystemDatabase &) = delete;
 
+    // The BGP instance whose items a search that leaves it open finds first; empty for none.
+    void prefer(std::string_view instance) { preferred_ = instance; }
+
     // In a path or pattern the component ".*" is any. All of these seek: what is not asked for is not read.
     [[nodiscard]] std::optional<Value> get(std::string_view path) const;
     // The items with a path of this form, an item's entries in the order of the store; visit tells whether to go on.
@@ -44,7 +47,10 @@ class SystemDatabase {
     [[nodiscard]] std::vector<Item> items(std::string_view pattern) const;
 
   private:
+    bool find_all(std::string_view pattern, const std::function<bool(const Item &)> &visit) const;
+
     const Transaction &transaction_;
+    std::string preferred_;
     std::vector<ItemRule> own_rules_;
     const std::vector<ItemRule> &rules_;
 };

@@ -1,4 +1,4 @@
-#include "walk/explain.h"
+#include "mapping/explain.h"
 
 #include "error.h"
 

@@ -1,0 +1,170 @@
+#include "bgp/references.h"
+
+#include "edit/check.h"
+#include "edit/trees.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace yfw {
+
+namespace {
+
+constexpr std::string_view instance_path_text = "/bgp/instance/instance-as/four-byte-as";
+constexpr std::string_view groups_path = "/bgp/instance/instance-as/four-byte-as/default-vrf/bgp-entity/neighbor-groups";
+constexpr std::string_view neighbor_path =
+    "/bgp/instance/instance-as/four-byte-as/default-vrf/bgp-entity/neighbors/neighbor/neighbor-group";
+constexpr std::string_view vrf_neighbor_path =
+    "/bgp/instance/instance-as/four-byte-as/vrfs/vrf/vrf-neighbors/vrf-neighbor/neighbor-group";
+
+class References {
+  public:
+    References(const Schema &schema, const Transaction &transaction)
+        : schema_(schema),
+          transaction_(transaction),
+          instance_(schema.find(instance_path_text)),
+          groups_(schema.find(groups_path)),
+          neighbor_(schema.find(neighbor_path)),
+          vrf_neighbor_(schema.find(vrf_neighbor_path)) {}
+
+    void check(const Node *edit) {
+        if (instance_ != nullptr && groups_ != nullptr && neighbor_ != nullptr && vrf_neighbor_ != nullptr) {
+            visit(edit);
+        }
+    }
+
+  private:
+    void visit(const Node *node) {
+        for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+            const SchemaNode &schema = below->schema();
+            if (&schema == instance_ && !below->is_delete()) {
+                used_.clear();
+                gone_ = nullptr;
+                look(below);
+                check_used(below);
+                check_gone(below);
+            } else if (schema.is_inner() && schema.depth < instance_->depth && !below->is_delete()) {
+                visit(below);
+            }
+        }
+    }
+
+    // Finds what the edit refers to, and whether a group may have gone.
+    void look(const Node *node) {
+        for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+            const SchemaNode &schema = below->schema();
+            if (below->op_is_set() && below->operation != YFW_OP_NONE && may_take_groups(schema)) {
+                gone_ = below;
+            }
+            if (below->is_delete()) {
+                continue;
+            }
+            if ((&schema == neighbor_ || &schema == vrf_neighbor_) && below->value != nullptr) {
+                used_.try_emplace(below->value, below);
+            } else if (schema.is_inner() && (schema.holds_list || schema.kind == NodeKind::list)) {
+                look(below);
+            }
+        }
+    }
+
+    [[nodiscard]] bool may_take_groups(const SchemaNode &schema) const {
+        const SchemaNode *at = groups_;
+        while (at != nullptr && at != &schema) {
+            at = at->parent;
+        }
+        return at != nullptr || schema.parent == groups_;
+    }
+
+    // What is stored of an instance's node, by its path in the schema, with one key for its list or none.
+    const Node *fetch(Arena &arena, const Node *instance, const SchemaNode &wanted) const {
+        Node *paths = new_root(arena, schema_);
+        Node *node = ensure_counterpart(arena, paths, instance);
+        std::vector<const SchemaNode *> way;
+        for (const SchemaNode *at = &wanted; at != instance_; at = at->parent) {
+            way.push_back(at);
+        }
+        for (auto step = way.rbegin(); step != way.rend(); ++step) {
+            node = ensure_child(arena, node, **step);
+        }
+        Node *found = new_root(arena, schema_);
+        transaction_.fetch(arena, paths, found);
+        return counterpart(found, instance);
+    }
+
+    [[nodiscard]] std::set<std::string, std::less<>> group_names(const Node *instance) const {
+        Arena arena;
+        const SchemaNode &list = *groups_->child("neighbor-group");
+        const Node *found = fetch(arena, instance, *list.child("create"));
+        std::set<std::string, std::less<>> names;
+        collect(found, list.keys[0], names);
+        return names;
+    }
+
+    static void collect(const Node *node, const SchemaNode *leaf, std::set<std::string, std::less<>> &values) {
+        for (const Node *below = node == nullptr ? nullptr : node->first(); below != nullptr; below = below->next()) {
+            if (&below->schema() == leaf && below->value != nullptr) {
+                values.insert(below->value);
+            } else if (below->schema().is_inner()) {
+                collect(below, leaf, values);
+            }
+        }
+    }
+
+    void check_used(const Node *instance) const {
+        if (used_.empty()) {
+            return;
+        }
+        const auto names = group_names(instance);
+        for (const auto &[name, leaf] : used_) {
+            if (!names.contains(name)) {
+                throw refusal(Reason::constraint, leaf, "names the peer group " + name + ", which is not there");
+            }
+        }
+    }
+
+    void check_gone(const Node *instance) const {
+        if (gone_ == nullptr) {
+            return;
+        }
+        const auto names = group_names(instance);
+        std::string members;
+        for (const SchemaNode *leaf : {neighbor_, vrf_neighbor_}) {
+            Arena arena;
+            collect_members(fetch(arena, instance, *leaf), leaf, names, members);
+        }
+        if (!members.empty()) {
+            throw refusal(Reason::constraint, gone_, "is taken away, and has members: " + members);
+        }
+    }
+
+    static void collect_members(const Node *node, const SchemaNode *leaf,
+                                const std::set<std::string, std::less<>> &names, std::string &members) {
+        for (const Node *below = node == nullptr ? nullptr : node->first(); below != nullptr; below = below->next()) {
+            if (&below->schema() == leaf && below->value != nullptr && !names.contains(std::string_view(below->value))) {
+                const char *address = key_value(below->up(), 0);
+                members += (members.empty() ? "" : ", ") + std::string(address) + " (" + below->value + ')';
+            } else if (below->schema().is_inner()) {
+                collect_members(below, leaf, names, members);
+            }
+        }
+    }
+
+    const Schema &schema_;
+    const Transaction &transaction_;
+    const SchemaNode *instance_;
+    const SchemaNode *groups_;
+    const SchemaNode *neighbor_;
+    const SchemaNode *vrf_neighbor_;
+    std::map<std::string, const Node *, std::less<>> used_;
+    const Node *gone_ = nullptr;
+};
+
+} // namespace
+
+void check_references(const Schema &schema, const Transaction &transaction, const Node *edit) {
+    References(schema, transaction).check(edit);
+}
+
+} // namespace yfw

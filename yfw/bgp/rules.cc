@@ -1,0 +1,340 @@
+#include "bgp/rules.h"
+
+#include "edit/trees.h"
+#include "mapping/companion.h"
+
+#include <algorithm>
+#include <array>
+#include <strings.h>
+#include <utility>
+
+namespace yfw {
+
+namespace {
+
+constexpr std::string_view default_name = "DEFAULT";
+constexpr std::string_view connections_instance = "default"; // whose redistributions table connections are
+constexpr auto families = std::to_array<std::pair<std::string_view, std::string_view>>({
+    {"IPV4", "IPV4_UNICAST"},
+    {"IPV6", "IPV6_UNICAST"},
+});
+constexpr auto sources = std::to_array<std::string_view>({"DIRECTLY_CONNECTED", "STATIC", "OSPF", "ISIS"});
+
+std::string_view text_of(const Node *leaf) {
+    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
+}
+
+// An identity's name without a prefix.
+std::string_view identity(const Node &entry, std::string_view key) {
+    const std::string_view text = text_of(child(&entry, key));
+    const auto colon = text.find(':');
+    return colon == std::string_view::npos ? text : text.substr(colon + 1);
+}
+
+Node *below(const Node *node, std::initializer_list<std::string_view> names) {
+    auto *found = const_cast<Node *>(node);
+    for (const std::string_view name : names) {
+        found = found == nullptr ? nullptr : child(found, name);
+    }
+    return found;
+}
+
+template <typename Visit>
+void for_each_entry(const Node *parent, const SchemaNode *list, Visit visit) {
+    const Entries *all = parent == nullptr || list == nullptr ? nullptr : entries(parent, *list);
+    Node *next = nullptr;
+    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next) {
+        next = next_entry(entry); // the entry may be taken out
+        visit(entry);
+    }
+}
+
+bool is_default(const Node *network_instance) {
+    const char *name = key_value(network_instance, 0);
+    return name != nullptr && is_default_network_instance(name);
+}
+
+void empty(Node *node) {
+    std::vector<Node *> surplus;
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (!below->schema().is_key) {
+            surplus.push_back(below);
+        }
+    }
+    std::for_each(surplus.begin(), surplus.end(), unlink);
+}
+
+const Node *topmost_delete(const Node *node) {
+    while (node->up() != nullptr && node->up()->is_delete()) {
+        node = node->up();
+    }
+    return node;
+}
+
+// The names of what is directly in a node, for a person.
+std::string contents(const Node *node) {
+    std::string names;
+    const Node *last = nullptr;
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (!below->schema().is_key && (last == nullptr || &last->schema() != &below->schema())) {
+            names += (names.empty() ? "" : ", ") + below->schema().name;
+            last = below;
+        }
+    }
+    return names;
+}
+
+// Adds an entry in its container.
+Node *add_entry(Arena &arena, Node *parent, const SchemaNode &list, std::initializer_list<std::string_view> keys) {
+    Node *entry = open_entry(arena, ensure_child(arena, parent, *list.parent), list);
+    auto key = list.keys.begin();
+    for (const std::string_view value : keys) {
+        set_value(arena, ensure_child(arena, entry, **key++), value);
+    }
+    return complete_entry(arena, entry);
+}
+
+} // namespace
+
+std::string family_of_connection(const Node &connection) {
+    const auto family = std::find_if(families.begin(), families.end(), [&](const auto &row) {
+        return row.first == identity(connection, "address-family");
+    });
+    const bool source =
+        std::find(sources.begin(), sources.end(), identity(connection, "src-protocol")) != sources.end();
+    const bool taken = source && family != families.end() && identity(connection, "dst-protocol") == "BGP" &&
+                       is_default_network_instance(key_value(connection.up()->up(), 0));
+    return taken ? std::string(family->second) : std::string();
+}
+
+BgpRules::BgpRules(const Schema &schema)
+    : instances_(schema.find("/network-instances")),
+      network_instance_(schema.find("/network-instances/network-instance")),
+      protocol_(schema.find("/network-instances/network-instance/protocols/protocol")),
+      bgp_(schema.find("/network-instances/network-instance/protocols/protocol/bgp")),
+      as_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/config/as")),
+      families_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis")),
+      family_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis/afi-safi")),
+      connection_(schema.find("/network-instances/network-instance/table-connections/table-connection")) {}
+
+bool BgpRules::is_foreign(const Node &entry) const {
+    if (&entry.schema() == protocol_) {
+        return !is_bgp_entry(entry);
+    }
+    return &entry.schema() == connection_ && family_of_connection(entry).empty();
+}
+
+bool BgpRules::is_always_there(const Node &entry) const {
+    return &entry.schema() == network_instance_ && is_default(&entry);
+}
+
+void BgpRules::add_probe(Arena &arena, Node *parts, const Node *entry) const {
+    Node *node = ensure_counterpart(arena, parts, entry);
+    if (&entry->schema() == protocol_) {
+        for (const char *name : {"bgp", "global", "config", "as"}) {
+            node = ensure_child(arena, node, *node->schema().child(name));
+        }
+    } else if (&entry->schema() == network_instance_) {
+        for (const char *name : {"config", "name"}) {
+            node = ensure_child(arena, node, *node->schema().child(name));
+        }
+    }
+}
+
+void BgpRules::add_everything(Arena &arena, Node *parts) const {
+    if (instances_ != nullptr) {
+        ensure_child(arena, parts, *instances_);
+    }
+}
+
+Node *BgpRules::protocols(Node *network_instance) const {
+    return child(network_instance, *protocol_->parent);
+}
+
+// Whether a part of a protocol entry holds the AS number.
+bool BgpRules::covers_as(const Node *protocol) const {
+    const Node *node = protocol;
+    for (const char *name : {"bgp", "global", "config", "as"}) {
+        if (is_bare(node)) {
+            return true;
+        }
+        node = child(node, name);
+        if (node == nullptr) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void BgpRules::widen_protocol(Arena &arena, Node *parts, Node *protocol) const {
+    if (!covers_as(protocol)) {
+        const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
+        const Node *global = below(protocol, {"bgp", "global"});
+        bool any = (all != nullptr && is_bare(all)) || (global != nullptr && is_bare(global));
+        for_each_entry(all, family_, [&any](const Node *family) { any = any || is_bare(family); });
+        if (any && is_default(protocol->up()->up())) {
+            ensure_child(arena, protocol->up()->up(), *connection_->parent);
+        }
+        return;
+    }
+    empty(protocol);
+    if (is_default(protocol->up()->up())) {
+        ensure_child(arena, protocol->up()->up(), *connection_->parent);
+        Node *any = open_entry(arena, ensure_child(arena, parts, *instances_), *network_instance_);
+        copy_into(arena, ensure_counterpart_below(arena, ensure_child(arena, any, *protocol_->parent), protocol), protocol,
+                  YFW_OP_NONE);
+    }
+}
+
+void BgpRules::widen(Arena &arena, Node *parts) const {
+    Node *instances = instances_ == nullptr ? nullptr : child(parts, *instances_);
+    if (instances == nullptr || is_bare(instances)) {
+        return;
+    }
+    bool all = false;
+    for_each_entry(instances, network_instance_, [&](Node *network_instance) {
+        Node *of_instance = protocols(network_instance);
+        all = all || (is_default(network_instance) &&
+                      (is_bare(network_instance) || (of_instance != nullptr && is_bare(of_instance))));
+        for_each_entry(of_instance, protocol_, [&](Node *protocol) { widen_protocol(arena, parts, protocol); });
+    });
+    if (all) {
+        empty(instances);
+    }
+}
+
+void BgpRules::take_given_as(Arena &arena, Node *goes, const Node *edit) const {
+    if (&edit->schema() == as_) {
+        Node *going = counterpart(goes, edit);
+        if (going != nullptr && edit->value != nullptr) {
+            set_value(arena, going, edit->value);
+        }
+        return;
+    }
+    const bool may_hold = edit->schema().is_inner() && edit->schema().depth < as_->depth;
+    for (const Node *below = edit->first(); may_hold && below != nullptr; below = below->next()) {
+        take_given_as(arena, goes, below);
+    }
+}
+
+void BgpRules::keep_as(Arena &arena, Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const {
+    for_each_entry(child(goes, *instances_), network_instance_, [&](Node *network_instance) {
+        for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
+            Node *as = below(protocol, {"bgp", "global", "config", "as"});
+            if (as == nullptr || !as->is_delete() || (topmost_delete(as)->flags & YFW_NODE_PRESENT) != 0) {
+                return;
+            }
+            const Node *rest = counterpart(expected, protocol->first() == nullptr ? protocol : child(protocol, *bgp_));
+            const Node *set = sets == nullptr ? nullptr : counterpart(sets, child(protocol, *bgp_));
+            if ((rest == nullptr || is_bare(rest)) && (set == nullptr || is_bare(set))) {
+                return;
+            }
+            copy_to(arena, expected, as, YFW_OP_NONE);
+            notes.push_back({instance_path(as), "it stays: what is configured beside it needs it"});
+            // What it lies in is deleted leaf by leaf.
+            take_out(as);
+        });
+    });
+}
+
+void BgpRules::take_connections_along(const Node *family, Node *expected, std::vector<Note> &notes) const {
+    const Node *network_instance = family->up();
+    while (&network_instance->schema() != network_instance_) {
+        network_instance = network_instance->up();
+    }
+    Node *left = counterpart(expected, network_instance);
+    Node *connections = left == nullptr ? nullptr : child(left, *connection_->parent);
+    const bool whole = &family->schema() != family_;
+    for_each_entry(connections, connection_, [&](Node *connection) {
+        if (whole || family_of_connection(*connection) == identity(*family, "afi-safi-name")) {
+            notes.push_back({instance_path(connection), "it goes along with " + instance_path(family)});
+            unlink(connection);
+        }
+    });
+}
+
+// All of a native instance: the protocol entry, and those of VRFs when it is the default network instance's.
+void BgpRules::take_instance_along(const Node *protocol, Node *expected, std::vector<Note> &notes) const {
+    const std::string name(text_of(child(protocol, "name")));
+    const bool by_default = is_default(protocol->up()->up());
+    if (by_default && name == connections_instance) {
+        take_connections_along(protocol, expected, notes);
+    }
+    if (Node *rest = counterpart(expected, protocol); rest != nullptr) {
+        const Node *bgp = child(rest, *bgp_);
+        const std::string what = bgp == nullptr ? std::string() : contents(bgp);
+        if (!what.empty()) {
+            notes.push_back({instance_path(bgp), "all of it goes with its AS number: " + what});
+        }
+        unlink(rest);
+    }
+    Node *instances = child(expected, *instances_);
+    for_each_entry(by_default ? instances : nullptr, network_instance_, [&](Node *network_instance) {
+        for_each_entry(protocols(network_instance), protocol_, [&](Node *other) {
+            if (text_of(child(other, "name")) == name) {
+                notes.push_back({instance_path(other), "it goes along with the BGP instance, which is that of " +
+                                                           instance_path(protocol)});
+                unlink(other);
+            }
+        });
+    });
+}
+
+void BgpRules::take_along(const Node *goes, Node *expected, std::vector<Note> &notes) const {
+    const Node *instances = child(goes, *instances_);
+    for_each_entry(instances, network_instance_, [&](Node *network_instance) {
+        for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
+            const Node *as = below(protocol, {"bgp", "global", "config", "as"});
+            if (as != nullptr && as->is_delete()) {
+                take_instance_along(protocol, expected, notes);
+                return;
+            }
+            const bool redistributes =
+                is_default(network_instance) && text_of(child(protocol, "name")) == connections_instance;
+            const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
+            for_each_entry(redistributes ? all : nullptr, family_, [&](Node *family) {
+                if (family->is_delete()) {
+                    take_connections_along(family, expected, notes);
+                }
+            });
+        });
+    });
+}
+
+Node *BgpRules::implied(Arena &arena, const Schema &schema, const Node *set, std::string &why) const {
+    const bool by_as = &set->schema() == as_;
+    const Node *network_instance = set->up();
+    const Node *protocol = nullptr;
+    while (&network_instance->schema() != network_instance_) {
+        protocol = &network_instance->schema() == protocol_ ? network_instance : protocol;
+        network_instance = network_instance->up();
+    }
+    if (by_as == is_default(network_instance)) {
+        return nullptr;
+    }
+    const std::string family = by_as ? std::string() : family_of_connection(*set);
+    if (!by_as && family.empty()) {
+        return nullptr;
+    }
+    Node *node = new_root(arena, schema);
+    node = add_entry(arena, node, *network_instance_, {default_name});
+    node = add_entry(arena, node, *protocol_, {"BGP", by_as ? text_of(child(protocol, "name")) : connections_instance});
+    node = ensure_child(arena, node, *bgp_);
+    if (by_as) {
+        node = ensure_child(arena, node, *as_->parent->parent);
+        node = ensure_child(arena, node, *as_->parent);
+        node = ensure_child(arena, node, *as_);
+        set_value(arena, node, text_of(set));
+        why = "it comes with the BGP of " + instance_path(network_instance) + ", whose native instance is the same";
+        return node;
+    }
+    node = ensure_child(arena, node, *families_->parent);
+    node = add_entry(arena, node, *family_, {family});
+    node = ensure_child(arena, node, *family_->child("config"));
+    node = ensure_child(arena, node, *node->schema().child("enabled"));
+    set_value(arena, node, "true");
+    why = "it comes with " + instance_path(set);
+    return node;
+}
+
+} // namespace yfw

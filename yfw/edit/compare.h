@@ -1,0 +1,20 @@
+// The comparison of a configuration with what it should be.
+#pragma once
+
+#include "bgp/rules.h"
+#include "mapping/mapping.h"
+#include "tree.h"
+
+namespace yfw {
+
+struct Comparison {
+    Node *missing = nullptr; // a root: what should be there, or have that value; null when nothing is missing
+    Node *surplus = nullptr; // a root: what should not be there; as a tree of removes
+};
+
+// Compares two trees of OpenConfig configuration; copies of keys say nothing, and a value that is the same as none is
+// none. only_missing: what is found beyond what is expected is all right.
+Comparison compare(Arena &arena, const Mapping &mapping, const BgpRules &bgp, const Node *expected, const Node *found,
+                   bool only_missing);
+
+} // namespace yfw

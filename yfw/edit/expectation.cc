@@ -1,0 +1,312 @@
+#include "edit/expectation.h"
+
+#include "edit/trees.h"
+
+#include <algorithm>
+
+namespace yfw {
+
+namespace {
+
+template <typename Visit>
+void for_each_below(const Node *parent, Visit visit) {
+    const Node *next = nullptr;
+    for (const Node *node = parent->first(); parent->schema().is_inner() && node != nullptr; node = next) {
+        next = node->next(); // the node may be taken out
+        if (!node->schema().is_key) {
+            visit(node);
+        }
+    }
+}
+
+// The nodes of a tree that a path names: of a list without all its keys, or a leaf-list without a value, all entries.
+template <typename Visit>
+void for_each_named(const Node *tree, const Node *path, Visit visit) {
+    const SchemaNode &schema = path->schema();
+    const bool one = schema.kind == NodeKind::list ? has_all_keys(path) : !schema.repeats() || path->value != nullptr;
+    if (one) {
+        if (const Node *found = counterpart_below(const_cast<Node *>(tree), path); found != nullptr) {
+            visit(found);
+        }
+        return;
+    }
+    const Entries *all = entries(tree, schema);
+    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+        visit(entry);
+    }
+}
+
+class Overlay {
+  public:
+    Overlay(Arena &arena, const Mapping &mapping, std::vector<Note> &notes)
+        : arena_(arena), mapping_(mapping), notes_(notes) {}
+
+    void below(Node *expected, const Node *parts, const Node *sets) {
+        for_each_below(parts, [&](const Node *part) {
+            for_each_named(sets, part, [&](const Node *set) {
+                Node *into = place(expected, set);
+                if (!set->schema().is_inner() || is_bare(part)) {
+                    copy(into, set);
+                } else {
+                    below(into, part, set);
+                }
+            });
+        });
+    }
+
+  private:
+    void copy(Node *into, const Node *set) {
+        into->flags |= YFW_NODE_PRESENT;
+        if (!set->schema().is_inner()) {
+            if (set->value != nullptr) {
+                set_value(arena_, into, set->value);
+            }
+            return;
+        }
+        for_each_below(set, [&](const Node *below) { copy(place(into, below), below); });
+    }
+
+    Node *place(Node *expected, const Node *set) {
+        const Binding *binding = mapping_.find(set->schema());
+        if (binding != nullptr && binding->entry->one_value) {
+            drop_other_values(expected, set);
+        }
+        return ensure_counterpart_below(arena_, expected, set);
+    }
+
+    void drop_other_values(Node *expected, const Node *set) {
+        std::vector<Node *> others;
+        const Entries *all = entries(expected, set->schema());
+        for (Node *value = all == nullptr ? nullptr : all->first; value != nullptr; value = next_entry(value)) {
+            if (find_value(set->up(), set->schema(), value->value) == nullptr) {
+                others.push_back(value);
+            }
+        }
+        for (Node *value : others) {
+            notes_.push_back({instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
+            unlink(value);
+        }
+    }
+
+    Arena &arena_;
+    const Mapping &mapping_;
+    std::vector<Note> &notes_;
+};
+
+class Existing {
+  public:
+    Existing(const Transaction &transaction, std::unordered_set<const Node *> &found)
+        : transaction_(transaction), key_(root_key), found_(found) {}
+
+    void below(const Node *parent) {
+        for_each_below(parent, [this](const Node *node) {
+            if (node->schema().kind == NodeKind::list) {
+                entry(node);
+            } else if (node->schema().kind == NodeKind::container && node->schema().holds_list) {
+                below(node);
+            }
+        });
+    }
+
+  private:
+    void entry(const Node *node) {
+        const std::size_t size = key_.size();
+        const Number number = transaction_.number(node->schema());
+        append_number(key_, number);
+        for (std::size_t key = 0; key < node->schema().keys.size(); ++key) {
+            const char *value = key_value(node, key);
+            append_key_value(key_, value == nullptr ? "" : value);
+        }
+        if (number != 0 && transaction_.record(key_)) {
+            const Node *origin = node->origin();
+            if (origin != nullptr && origin->schema().kind == NodeKind::list) {
+                found_.insert(origin);
+            }
+            below(node);
+        }
+        key_.resize(size);
+    }
+
+    const Transaction &transaction_;
+    std::string key_;
+    std::unordered_set<const Node *> &found_;
+};
+
+bool holds(const SchemaNode &above, const SchemaNode &node) {
+    const SchemaNode *at = &node;
+    while (at->depth > above.depth) {
+        at = at->parent;
+    }
+    return at == &above;
+}
+
+// The node that a schema node has beside another one, below what both lie in, added to a tree of paths.
+Node *ensure_beside(Arena &arena, Node *paths, const Node *node, const SchemaNode &wanted) {
+    const Node *above = node->up();
+    while (!holds(above->schema(), *wanted.parent)) {
+        above = above->up();
+    }
+    std::vector<const SchemaNode *> way;
+    for (const SchemaNode *at = &wanted; at != &above->schema(); at = at->parent) {
+        way.push_back(at);
+    }
+    Node *found = ensure_counterpart(arena, paths, above);
+    for (auto step = way.rbegin(); step != way.rend(); ++step) {
+        found = ensure_child(arena, found, **step);
+    }
+    return found;
+}
+
+const Node *entry_around(const Node *node) {
+    while (node->up() != nullptr && node->schema().kind != NodeKind::list) {
+        node = node->up();
+    }
+    return node;
+}
+
+// The list entry that a node and another schema node lie in.
+const Node *common_entry(const Node *node, const SchemaNode &other) {
+    const Node *entry = entry_around(node);
+    while (entry->up() != nullptr && (!holds(entry->schema(), other) || &entry->schema() == &other)) {
+        entry = entry_around(entry->up());
+    }
+    return entry;
+}
+
+} // namespace
+
+void subtract(Node *from, const Node *goes) {
+    for_each_below(goes, [from](const Node *node) {
+        Node *there = counterpart_below(from, node);
+        if (there == nullptr) {
+            return;
+        }
+        if (!node->is_delete()) {
+            subtract(there, node);
+        }
+        const bool hollow = there->schema().kind == NodeKind::container && !there->schema().presence && is_bare(there);
+        if (node->is_delete() || hollow) {
+            unlink(there);
+        }
+    });
+}
+
+void overlay(Arena &arena, const Mapping &mapping, Node *expected, const Node *parts, const Node *sets,
+             std::vector<Note> &notes) {
+    Overlay(arena, mapping, notes).below(expected, parts, sets);
+}
+
+std::unordered_set<const Node *> existing_origins(const Transaction &transaction, const Node *native) {
+    std::unordered_set<const Node *> found;
+    Existing(transaction, found).below(native);
+    return found;
+}
+
+Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapped,
+                     const std::unordered_set<const Node *> &existing) {
+    Node *parts = new_root(arena, mapping.schema());
+    for (const Node *node : mapped.affecting) {
+        for (const SchemaNode *leaf : *mapping.affects(node->schema())) {
+            if (!existing.contains(common_entry(node, *leaf))) {
+                continue;
+            }
+            if (leaf == &node->schema()) { // all values of the leaf-list
+                Node *parent = ensure_counterpart(arena, parts, node->up());
+                ensure_child(arena, parent, *leaf);
+                continue;
+            }
+            const Binding *binding = mapping.find(*leaf);
+            const bool is_named = binding->entry->kept_in.empty() && leaf->parent == node->schema().parent &&
+                                  child(node->up(), *leaf) != nullptr;
+            if (!is_named) {
+                ensure_beside(arena, parts, node, *leaf);
+            }
+        }
+    }
+    for (const Node *node : mapped.unset) {
+        if (existing.contains(entry_around(node))) {
+            ensure_counterpart(arena, parts, node);
+        }
+    }
+    return parts;
+}
+
+void add_partner(Arena &arena, const Mapping &mapping, Node *paths, const Node *leaf) {
+    const Binding *binding = mapping.find(leaf->schema());
+    const SchemaNode *partner =
+        binding == nullptr || binding->entry->taken_with.empty() ? nullptr
+                                                                 : leaf->schema().parent->child(binding->entry->taken_with);
+    if (partner != nullptr && !partner->is_inner() && child(leaf->up(), *partner) == nullptr) {
+        ensure_beside(arena, paths, leaf, *partner);
+    }
+}
+
+namespace {
+
+void collect_partners(Arena &arena, const Mapping &mapping, Node *paths, const Node *node) {
+    if (!node->schema().is_inner()) {
+        add_partner(arena, mapping, paths, node);
+        return;
+    }
+    for_each_below(node, [&](const Node *below) { collect_partners(arena, mapping, paths, below); });
+}
+
+} // namespace
+
+void add_partners(Arena &arena, const Mapping &mapping, Node *missing, const Comparison &comparison,
+                  const Node *expected) {
+    Node *paths = new_root(arena, mapping.schema());
+    for (const Node *tree : {static_cast<const Node *>(missing), static_cast<const Node *>(comparison.surplus)}) {
+        if (tree != nullptr) {
+            collect_partners(arena, mapping, paths, tree);
+        }
+    }
+    std::vector<Note> none;
+    overlay(arena, mapping, missing, paths, expected, none);
+}
+
+void copy_with_operations(Arena &arena, Node *into, const Node *from) {
+    for_each_below(from, [&](const Node *node) {
+        Node *copy = ensure_counterpart_below(arena, into, node);
+        if (node->is_delete()) {
+            copy_into(arena, copy, node, node->operation);
+        } else if (node->schema().is_inner()) {
+            copy_with_operations(arena, copy, node);
+        } else {
+            copy_into(arena, copy, node, YFW_OP_NONE);
+        }
+    });
+}
+
+void for_each_difference(const Node *tree, const std::function<const Node *(const Node *)> &known,
+                         const std::function<void(const Node *, const Node *there)> &visit) {
+    if (tree == nullptr) {
+        return;
+    }
+    for_each_below(tree, [&](const Node *node) {
+        const Node *there = known(node);
+        if (!node->schema().is_inner() || (there == nullptr && node->schema().kind == NodeKind::list &&
+                                           (is_bare(node) || node->is_delete()))) {
+            visit(node, there);
+        } else if (there == nullptr && node->schema().kind == NodeKind::list) {
+            visit(node, nullptr);
+        } else {
+            for_each_difference(node, known, visit);
+        }
+    });
+}
+
+void add_touched(Arena &arena, const Mapping &mapping, Node *parts, const Node *sets) {
+    for_each_below(sets, [&](const Node *node) {
+        const Binding *binding = mapping.find(node->schema());
+        const bool whole = node->schema().kind == NodeKind::list && binding != nullptr &&
+                           binding->entry->served == Service::callback;
+        if (whole || !node->schema().is_inner()) {
+            ensure_counterpart_below(arena, parts, node);
+        } else {
+            add_touched(arena, mapping, ensure_counterpart_below(arena, parts, node), node);
+        }
+    });
+}
+
+} // namespace yfw

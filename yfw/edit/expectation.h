@@ -1,0 +1,48 @@
+// What a part of the configuration should be after an edit, and what the edit may touch beside what it names.
+#pragma once
+
+#include "edit/compare.h"
+#include "edit/map.h"
+#include "edit/note.h"
+#include "store/store.h"
+
+#include <functional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace yfw {
+
+// Takes out of a tree what another one of deletes has.
+void subtract(Node *from, const Node *goes);
+
+// Puts what is set, as far as it lies in the parts, into what is expected. Of a leaf-list that natively has one value
+// the others go, with a note.
+void overlay(Arena &arena, const Mapping &mapping, Node *expected, const Node *parts, const Node *sets,
+             std::vector<Note> &notes);
+
+// OpenConfig list entries that nodes of a native edit came from, of those whose native entry is stored already.
+std::unordered_set<const Node *> existing_origins(const Transaction &transaction, const Node *native);
+
+// The parts that nodes of an edit may change beside themselves, in entries that are stored already: a root.
+Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapped,
+                     const std::unordered_set<const Node *> &existing);
+
+// Adds the path of the leaf that writes this one along with itself, if there is such a leaf.
+void add_partner(Arena &arena, const Mapping &mapping, Node *paths, const Node *leaf);
+// Adds to what is missing the leaves that are needed to set it, or to take away what is there instead.
+void add_partners(Arena &arena, const Mapping &mapping, Node *missing, const Comparison &comparison,
+                  const Node *expected);
+
+// Copies a tree with the operations of its nodes.
+void copy_with_operations(Arena &arena, Node *into, const Node *from);
+
+// Visits the topmost nodes of a tree of differences that a person is to be told of: list entries that are not there at
+// all, and leaves. known finds a node's counterpart in what is there. The tree may be null.
+void for_each_difference(const Node *tree, const std::function<const Node *(const Node *)> &known,
+                         const std::function<void(const Node *, const Node *there)> &visit);
+
+// Adds the paths of what a tree of sets touches: entries that are served whole, and leaves outside them.
+void add_touched(Arena &arena, const Mapping &mapping, Node *parts, const Node *sets);
+
+} // namespace yfw

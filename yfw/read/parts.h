@@ -1,0 +1,15 @@
+// A read of parts of the configuration, for the framework's own use.
+#pragma once
+
+#include "ground.h"
+#include "store/store.h"
+
+#include <memory>
+
+namespace yfw {
+
+// The OpenConfig configuration that lies at and below the innermost nodes of a tree of paths, as the destination of the
+// request returned; list entries without keys stand for all. What cannot be rendered is left out.
+std::unique_ptr<Request> read_parts(const Ground &ground, const Node *parts, const Transaction &transaction);
+
+} // namespace yfw
