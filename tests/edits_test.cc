@@ -1,0 +1,298 @@
+// Properties of edits, tried with random ones. YFW_RANDOM_EDITS says how many, YFW_RANDOM_SEED with which seed they
+// begin. Each sequence of edits has a seed of its own; that of a sequence with a failure is printed, and
+// YFW_RANDOM_SEED of that value with YFW_RANDOM_EDITS=1 plays the sequence again.
+#include "edit_generator.h"
+#include "engine.h"
+#include "error.h"
+#include "platform/password.h"
+#include "store_fixture.h"
+
+#include <iostream>
+#include <random>
+
+namespace yfw::test {
+namespace {
+
+constexpr std::size_t settings_in_front = 5; // edits of a sequence that bring the configuration about
+constexpr std::size_t sequence_length = 25;
+constexpr std::size_t failures_shown = 5; // of a test, in full
+
+std::uint64_t number_from(const char *variable, std::uint64_t otherwise) {
+    const char *text = std::getenv(variable);
+    return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
+}
+
+// The generator's choices.
+class Choices {
+  public:
+    explicit Choices(std::uint64_t seed) : random_(seed) {}
+    fuzz::Bytes next() {
+        std::generate(bytes_.begin(), bytes_.end(), [this] { return static_cast<std::uint8_t>(random_()); });
+        return {bytes_.data(), bytes_.size()};
+    }
+
+  private:
+    std::mt19937_64 random_;
+    std::array<std::uint8_t, 4096> bytes_{};
+};
+
+struct Outcome {
+    std::optional<Refused> refused;
+    Item after;
+    Reports reports;
+    std::vector<std::string> told; // what the edit said, as it said it
+};
+
+// All that an edit tells of: the only place that knows what the engine's result looks like.
+template <typename Result>
+std::vector<std::string> told_by(const Result &result) {
+    std::vector<std::string> told = result.unknown;
+    const auto add = [&told](const auto &paths) { told.insert(told.end(), paths.begin(), paths.end()); };
+    if constexpr (requires { result.walk; }) {
+        add(result.walk.not_mapped);
+        add(result.walk.notes);
+    } else {
+        add(result.not_mapped);
+        for (const auto &note : result.notes) {
+            told.push_back(note.path + ": " + note.text);
+        }
+    }
+    return told;
+}
+
+class RandomEdits : public testing::Test {
+  protected:
+    using Records = std::vector<std::pair<std::string, std::string>>;
+
+    static Engine &engine() {
+        static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+        return shared;
+    }
+
+    void TearDown() override {
+        std::cout << "seed " << first_seed_ << ": " << done_ << " edits done, " << refused_ << " refused\n";
+        for (const auto &[reason, count] : reasons_) {
+            std::cout << "  refused " << count << " times: " << reason << '\n';
+        }
+        for (const auto &[what, count] : kinds_) {
+            std::cout << "  " << count << " times: " << what << '\n';
+        }
+    }
+
+    Item read(const Transaction &transaction, bool state = false, const std::vector<std::string> &paths = {}) const {
+        return item_of(engine().read(paths, state, transaction).openconfig());
+    }
+
+    Outcome run(const RandomEdit &edit, Transaction &transaction) const {
+        Outcome outcome;
+        EditOptions options;
+        options.default_operation = edit.default_operation;
+        std::string text = print(engine().schema(), edit.document, edit.syntax, false, edit.default_name);
+        try {
+            outcome.told = told_by(engine().edit(text, edit.syntax, options, transaction));
+            outcome.after = read(transaction);
+        } catch (const Refused &refused) {
+            outcome.refused = refused;
+        }
+        for (const std::string &line : outcome.told) {
+            outcome.reports.add(line);
+        }
+        return outcome;
+    }
+
+    // What is wrong with an outcome; empty when nothing is.
+    std::string judge(const RandomEdit &edit, const Item &stored, const Outcome &outcome) {
+        EditModel model;
+        Item wanted;
+        try {
+            wanted = model.apply(stored, edit.document, edit.default_operation);
+        } catch (const ModelRefusal &refusal) {
+            reason_ = refusal.reason;
+            return outcome.refused || outcome.reports.excuse(refusal.path)
+                       ? ""
+                       : "is to be refused: " + joined(refusal.path) + ": " + refusal.reason + '\n';
+        }
+        if (outcome.refused) {
+            reason_ = std::string(code_name(outcome.refused->code())) + ": " + outcome.refused->what();
+            return model.unclear().empty() && is_the_models(outcome.refused->code())
+                       ? "is not to be refused: " + outcome.refused->path() + ": " + outcome.refused->what() + '\n'
+                       : "";
+        }
+        Item before = stored;
+        return differences(comparable(wanted, &before), comparable(outcome.after), outcome.reports);
+    }
+    // What is there and what is not, and what a document may hold, the model knows as well.
+    static bool is_the_models(cerrno code) {
+        constexpr std::array known{Reason::malformed_document, Reason::unknown_element, Reason::missing_key,
+                                   Reason::duplicate,          Reason::data_exists,     Reason::data_missing,
+                                   Reason::unknown_operation};
+        return std::any_of(known.begin(), known.end(),
+                           [code](Reason reason) { return static_cast<cerrno>(reason) == code; });
+    }
+    std::string differences(const Item &wanted, const Item &found, const Reports &reports = {}) {
+        std::string text;
+        what_.clear();
+        for (const Difference &one : compare(wanted, found)) {
+            if (!reports.excuse(one.path)) {
+                text += joined(one.path) + ": wanted " + (one.wanted.empty() ? "nothing" : one.wanted) + ", found " +
+                        (one.found.empty() ? "nothing" : one.found) + '\n';
+                if (what_.empty()) {
+                    what_ = kind_of(one);
+                }
+            }
+        }
+        return text;
+    }
+    // The path without keys.
+    static std::string kind_of(const Difference &one) {
+        std::string kind = one.found.empty() ? "gone:" : one.wanted.empty() ? "left or added:" : "another value:";
+        for (const std::string &step : one.path) {
+            kind += step.substr(0, step.find('[')).insert(0, "/");
+        }
+        return kind;
+    }
+
+    // Takes out of a failing edit what it fails without.
+    void shrink(RandomEdit &edit, const Item &stored) {
+        for (bool smaller = true; smaller;) {
+            smaller = false;
+            std::vector<std::vector<std::string>> ways;
+            Steps way;
+            list_steps(edit.document, way, ways);
+            for (const Steps &one : ways) {
+                RandomEdit candidate = edit;
+                take_out(candidate.document, one);
+                Transaction transaction = store_.begin(Access::write);
+                const Outcome outcome = run(candidate, transaction);
+                if (!judge(candidate, stored, outcome).empty()) {
+                    edit = std::move(candidate);
+                    smaller = true;
+                    break;
+                }
+            }
+        }
+    }
+    static void list_steps(const Item &item, Steps &way, std::vector<Steps> &into) {
+        for (const auto &[step, child] : item.children) {
+            way.push_back(step);
+            into.push_back(way);
+            list_steps(child, way, into);
+            way.pop_back();
+        }
+    }
+    static void take_out(Item &root, const Steps &way) {
+        Item *at = &root;
+        for (std::size_t level = 0; level + 1 < way.size(); ++level) {
+            at = &at->children.at(way[level]);
+        }
+        at->children.erase(way.back());
+    }
+
+    void fail(const std::string &property, RandomEdit edit, const Item &stored, const std::string &what) {
+        ++kinds_[what_.empty() ? what.substr(0, what.find('\n')) : what_];
+        if (++failures_ > failures_shown) {
+            return;
+        }
+        constexpr std::array defaults{"merge", "replace", "none"};
+        ADD_FAILURE() << property << ", seed " << seed_ << ", edit " << number_ << ", default operation "
+                      << defaults.at(static_cast<std::size_t>(edit.default_operation)) << '\n'
+                      << what << "stored: " << print(engine().schema(), stored, Syntax::json, true)
+                      << "edit: " << print(engine().schema(), edit.document, edit.syntax, true, edit.default_name);
+    }
+
+    Records records() const {
+        const Transaction transaction = store_.begin(Access::read);
+        Records all;
+        Cursor cursor(transaction);
+        for (bool found = cursor.seek(root_key); found; found = cursor.next()) {
+            all.emplace_back(cursor.key(), cursor.bytes());
+        }
+        return all;
+    }
+
+    // Makes the edit and holds it against the model. False when it was refused.
+    bool step(const RandomEdit &edit) {
+        const Item before = stored_;
+        const Records records_before = records();
+        Outcome outcome;
+        {
+            Transaction transaction = store_.begin(Access::write);
+            outcome = run(edit, transaction);
+            if (!outcome.refused) {
+                transaction.commit();
+                stored_ = outcome.after;
+            }
+        }
+        reason_.clear();
+        what_.clear();
+        const std::string wrong = judge(edit, before, outcome);
+        ++(outcome.refused ? refused_ : done_);
+        if (outcome.refused) {
+            ++reasons_[reason_];
+            EXPECT_EQ(records(), records_before) << "a refused edit, seed " << seed_ << ", edit " << number_;
+        }
+        if (!wrong.empty()) {
+            report(edit, before, outcome, wrong);
+        }
+        return !outcome.refused;
+    }
+    void report(RandomEdit edit, const Item &before, const Outcome &outcome, const std::string &wrong) {
+        std::string all = wrong;
+        for (const std::string &line : outcome.told) {
+            all += "told: " + line + '\n';
+        }
+        fail("what an edit says", std::move(edit), before, all);
+    }
+
+    void begin_sequence(std::uint64_t seed) {
+        seed_ = seed;
+        number_ = 0;
+        clear();
+        stored_ = read(store_.begin(Access::read));
+        generator_.instance = seed % 2 == 0 ? "core" : "default";
+    }
+    void clear() {
+        Transaction transaction = store_.begin(Access::write);
+        transaction.erase_all(root_key);
+        transaction.commit();
+    }
+    // Calls after(choices, edit) after each edit that was made.
+    template <typename After>
+    void play(After after) {
+        const std::uint64_t count = number_from("YFW_RANDOM_EDITS", default_count);
+        for (std::uint64_t seed = first_seed_; done_ + refused_ < count; ++seed) {
+            begin_sequence(seed);
+            Choices choices(seed);
+            for (number_ = 1; number_ <= sequence_length; ++number_) {
+                fuzz::Bytes bytes = choices.next();
+                const RandomEdit edit = number_ <= settings_in_front ? generator_.settings(bytes, stored_, 12)
+                                                                     : generator_.edit(bytes, stored_);
+                if (step(edit)) {
+                    after(choices, edit);
+                }
+            }
+        }
+        EXPECT_LT(refused_, done_) << "most edits are refused: they try little";
+        EXPECT_EQ(failures_, 0U);
+    }
+
+    static constexpr std::uint64_t default_count = 300;
+    const std::uint64_t first_seed_ = number_from("YFW_RANDOM_SEED", 1);
+    std::uint64_t seed_ = 0;
+    std::size_t number_ = 0; // of the edit in its sequence
+    std::size_t done_ = 0, refused_ = 0, failures_ = 0;
+    std::string reason_, what_;
+    std::map<std::string, std::size_t> reasons_, kinds_;
+    Item stored_;
+    ScratchDirectory directory_;
+    Store store_{directory_ / "db", engine().schema(), Access::write, {std::size_t{256} << 20U, {}}};
+    PasswordKey key_{directory_ / "db/key", true};
+    EditGenerator generator_{engine().schema(), engine().mapping().description()};
+};
+
+TEST_F(RandomEdits, DoWhatTheySay) {
+    play([](Choices &, const RandomEdit &) {});
+}
+
+} // namespace
+} // namespace yfw::test
