@@ -126,10 +126,52 @@ inline void complete_as(Item &root, Item *before) {
     }
 }
 
+// Takes out protocol entries with an AS number and nothing else.
+inline void drop_bare_as(Item &root) {
+    for_each_protocol(root, [](Item &, Item &protocol) {
+        Item *bgp = below(&protocol, {"bgp"});
+        Item *config = below(&protocol, {"bgp", "global", "config"});
+        if (as_of(protocol) != nullptr && bgp->children.size() == 1 && config->children.size() == 1 &&
+            below(bgp, {"global"})->children.size() == 1) {
+            protocol.children.clear();
+        }
+    });
+    normalise(root);
+}
+
 inline Item comparable(Item root, Item *before = nullptr) {
     normalise(root);
     complete_as(root, before);
     return root;
+}
+
+// A table connection lies in an address family of the instance "default", natively, and has it switched on. Both trees
+// get the families of the connections that they share.
+inline void imply_families(Item &one, Item &other) {
+    const auto instance_of = [](Item &root) {
+        Item *all = below(&root, {"network-instances"});
+        return all == nullptr ? nullptr : below(all, {"network-instance[name=DEFAULT]"});
+    };
+    const std::array instances{instance_of(one), instance_of(other)};
+    if (instances[0] == nullptr || instances[1] == nullptr) {
+        return;
+    }
+    const Item *connections = below(instances[0], {"table-connections"});
+    const Item *others = below(instances[1], {"table-connections"});
+    for (const auto &[step, connection] : connections == nullptr ? no_children() : connections->children) {
+        if (others == nullptr || others->child(step) == nullptr) {
+            continue;
+        }
+        for (Item *instance : instances) {
+            Item *protocol = below(instance, {"protocols", "protocol[identifier=BGP][name=default]"});
+            if (protocol != nullptr) {
+                Item &families = ensure_item(*protocol, {"bgp", "global", "afi-safis"});
+                Item &family = add_item(families, Item{.schema = families.schema->child("afi-safi"),
+                                                       .keys = {connection.keys.back() + "_UNICAST"}});
+                ensure_item(family, {"config", "enabled"}).value = "true";
+            }
+        }
+    }
 }
 
 struct Difference {
@@ -227,5 +269,40 @@ struct Reports {
         });
     }
 };
+
+// What is told of an AS number that goes, or of an address family, holds for what natively goes with it as well: for
+// the instance, with its part in all VRFs when it is the default one's, and for the table connections of the family.
+inline Reports with_consequences(Reports reports, Item &before, Item &wanted) {
+    std::set<std::string> left;
+    for_each_protocol(wanted, [&left](Item &instance, Item &protocol) {
+        if (as_of(protocol) != nullptr) {
+            left.insert(step_of(instance) + step_of(protocol));
+        }
+    });
+    std::vector<Steps> more;
+    for_each_protocol(before, [&](Item &instance, Item &protocol) {
+        const bool is_default = instance.keys[0] == default_instance;
+        const std::string in = step_of(instance);
+        const Steps path{"network-instances", in, "protocols", step_of(protocol), "bgp", "global", "config", "as"};
+        if (as_of(protocol) != nullptr && !left.contains(in + step_of(protocol)) && reports.excuse(path)) {
+            more.push_back({path[0], is_default ? "network-instance" : in, path[2], path[3]});
+        }
+    });
+    for (const char *family : {"IPV4", "IPV6"}) {
+        const Steps path = parse_path("/network-instances/network-instance[name=DEFAULT]/protocols/"
+                                      "protocol[identifier=BGP][name=default]/bgp/global/afi-safis/"
+                                      "afi-safi[afi-safi-name=" +
+                                      std::string(family) + "_UNICAST]");
+        for (const char *source : {"STATIC", "OSPF", "DIRECTLY_CONNECTED", "ISIS"}) {
+            if (reports.excuse(path)) {
+                more.push_back({path[0], path[1], "table-connections",
+                                "table-connection[src-protocol=" + std::string(source) +
+                                    "][dst-protocol=BGP][address-family=" + family + ']'});
+            }
+        }
+    }
+    reports.paths.insert(reports.paths.end(), more.begin(), more.end());
+    return reports;
+}
 
 } // namespace yfw::test

@@ -135,14 +135,13 @@ inline std::vector<std::string> EditGenerator::keys(fuzz::Bytes &bytes, const Sc
         return {one_of<2>(bytes, {"edge", "inner"})};
     }
     const std::string family = random_edit::family_of(leaf);
-    return {!family.empty() ? family
-            : bytes.one_in(12)
-                ? one_of<4>(bytes, {"IPV4_MULTICAST", "L3VPN_IPV4_UNICAST", "L2VPN_EVPN", "IPV6_MULTICAST"})
-                : one_of<2>(bytes, {"IPV4_UNICAST", "IPV6_UNICAST"})};
+    return {!family.empty()    ? family
+            : bytes.one_in(12) ? one_of<4>(bytes, {"IPV4_FLOWSPEC", "L3VPN_IPV4_UNICAST", "L2VPN_EVPN", "LINKSTATE"})
+                               : one_of<2>(bytes, {"IPV4_UNICAST", "IPV6_UNICAST"})};
 }
 
 inline std::string EditGenerator::value(fuzz::Bytes &bytes, const Item &entry, const SchemaNode &leaf) const {
-    for (std::size_t key = 0; key < entry.keys.size(); ++key) {
+    for (std::size_t key = 0; is_key_copy(leaf) && key < entry.keys.size(); ++key) {
         if (entry.schema->keys[key]->name == leaf.name) {
             return entry.keys[key];
         }

@@ -99,7 +99,9 @@ inline void add_nodes(Arena &arena, Node *parent, const Item &item, const std::s
         } else {
             node = ensure_child(arena, parent, schema);
             if (!schema.is_inner() && !schema.is_key && !(below.value.empty() && below.is_erased())) {
-                set_value(arena, node, below.value);
+                const bool is_default =
+                    schema.path == "/network-instances/network-instance/config/name" && below.value == default_instance;
+                set_value(arena, node, is_default ? default_name : below.value);
             }
         }
         if (below.operation > Operation::none) {
@@ -151,6 +153,8 @@ class EditModel {
     // What may as well be refused as done: whether something exists is a matter of taste where there are only copies of
     // keys, or where a remove finds no entry to look in.
     [[nodiscard]] const std::string &unclear() const { return unclear_; }
+    // Whether a replace left an AS number that it did not name. With nothing else left there, it may as well go.
+    [[nodiscard]] bool kept_as() const { return kept_as_; }
 
   private:
     enum class Presence { absent, copies, present };
@@ -260,17 +264,37 @@ class EditModel {
                 result.children.emplace(step, std::move(*made));
             }
         }
+        if (operation == Operation::replace && old != nullptr) {
+            keep_as(*old, edit, result);
+        }
         // An entry is not brought into being by what is removed from it.
         const bool names_nothing =
-            operation == Operation::none || (edit.operation == Operation::inherited && !edit.children.empty());
+            operation == Operation::none || (edit.operation == Operation::inherited && acts(edit) == Acts::removes);
         if (old == nullptr && result.children.empty() && (!is_entry || names_nothing)) {
             return std::nullopt;
         }
         return result;
     }
 
+    // All of BGP stands on the AS number: a replace that does not name it keeps it.
+    void keep_as(const Item &old, const Item &edit, Item &result) {
+        static constexpr std::array way{"protocol", "bgp", "global", "config", "as"};
+        const auto level = std::find(way.begin(), way.end(), old.schema->name);
+        if (level + 1 >= way.end()) {
+            return;
+        }
+        const Item *kept = old.child(*(level + 1));
+        const Item *named = edit.child(*(level + 1));
+        if (kept != nullptr && named == nullptr) {
+            kept_as_ = true;
+            Item &into = add_item(result, Item{.schema = kept->schema, .value = kept->value});
+            keep_as(*kept, Item{}, into);
+        }
+    }
+
     Steps path_;
     std::string unclear_;
+    bool kept_as_ = false;
 };
 
 } // namespace yfw::test
