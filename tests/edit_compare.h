@@ -146,7 +146,7 @@ inline Item comparable(Item root, Item *before = nullptr) {
 }
 
 // A table connection lies in an address family of the instance "default", natively, and has it switched on. Both trees
-// get the families of the connections that they share.
+// get the instance and the families of the connections that they share.
 inline void imply_families(Item &one, Item &other) {
     const auto instance_of = [](Item &root) {
         Item *all = below(&root, {"network-instances"});
@@ -158,17 +158,24 @@ inline void imply_families(Item &one, Item &other) {
     }
     const Item *connections = below(instances[0], {"table-connections"});
     const Item *others = below(instances[1], {"table-connections"});
+    std::array<Item *, 2> protocols{};
     for (const auto &[step, connection] : connections == nullptr ? no_children() : connections->children) {
         if (others == nullptr || others->child(step) == nullptr) {
             continue;
         }
-        for (Item *instance : instances) {
-            Item *protocol = below(instance, {"protocols", "protocol[identifier=BGP][name=default]"});
-            if (protocol != nullptr) {
-                Item &families = ensure_item(*protocol, {"bgp", "global", "afi-safis"});
-                Item &family = add_item(families, Item{.schema = families.schema->child("afi-safi"),
-                                                       .keys = {connection.keys.back() + "_UNICAST"}});
-                ensure_item(family, {"config", "enabled"}).value = "true";
+        for (std::size_t tree = 0; tree < 2; ++tree) {
+            Item &list = ensure_item(*instances.at(tree), {"protocols"});
+            Item &protocol = add_item(list, Item{.schema = list.schema->child("protocol"), .keys = {"BGP", "default"}});
+            Item &families = ensure_item(protocol, {"bgp", "global", "afi-safis"});
+            Item &family = add_item(families, Item{.schema = families.schema->child("afi-safi"),
+                                                   .keys = {connection.keys.back() + "_UNICAST"}});
+            ensure_item(family, {"config", "enabled"}).value = "true";
+            protocols.at(tree) = &protocol;
+        }
+        const std::string *as = as_of(*protocols[0]) != nullptr ? as_of(*protocols[0]) : as_of(*protocols[1]);
+        for (Item *protocol : protocols) {
+            if (as != nullptr && as_of(*protocol) == nullptr) {
+                ensure_item(*protocol, {"bgp", "global", "config", "as"}).value = *as;
             }
         }
     }

@@ -126,7 +126,6 @@ class RandomEdits : public testing::Test {
             drop_bare_as(whole);
             drop_bare_as(found);
         }
-        imply_families(whole, found);
         return differences(whole, found, reports);
     }
     // What is there and what is not, and what a document may hold, the model knows as well.
@@ -137,9 +136,10 @@ class RandomEdits : public testing::Test {
         return std::any_of(known.begin(), known.end(),
                            [code](Reason reason) { return static_cast<cerrno>(reason) == code; });
     }
-    std::string differences(const Item &wanted, const Item &found, const Reports &reports = {}) {
+    std::string differences(Item wanted, Item found, const Reports &reports = {}) {
         std::string text;
         what_.clear();
+        imply_families(wanted, found);
         for (const Difference &one : compare(wanted, found)) {
             if (!reports.excuse(one.path)) {
                 text += joined(one.path) + ": wanted " + (one.wanted.empty() ? "nothing" : one.wanted) + ", found " +
