@@ -341,6 +341,7 @@ TEST_F(RandomEdits, TwiceIsTheSameAsOnce) {
         Transaction transaction = store_.begin(Access::write);
         const Outcome outcome = run(edit, transaction);
         what_.clear();
+        reason_ = outcome.refused ? outcome.refused->what() : "";
         const std::string wrong = outcome.refused ? std::string("refused: ") + outcome.refused->what() + '\n'
                                                   : differences(comparable(stored_), comparable(outcome.after));
         if (!wrong.empty()) {
@@ -356,6 +357,7 @@ TEST_F(RandomEdits, ABackupRestores) {
         const RandomEdit backup{.document = stored_, .syntax = bytes.one_in(2) ? Syntax::xml : Syntax::json};
         const Outcome outcome = run(backup, transaction);
         what_.clear();
+        reason_ = outcome.refused ? outcome.refused->what() : "";
         const std::string wrong = outcome.refused
                                       ? "refused: " + outcome.refused->path() + ": " + outcome.refused->what() + '\n'
                                       : differences(comparable(stored_), comparable(outcome.after), outcome.reports);
