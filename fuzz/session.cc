@@ -47,7 +47,8 @@ Session::Session()
       engine_({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr),
       openconfig_(engine_.schema(),
                   [this](const SchemaNode &node) { return is_openconfig(node) && engine_.mapping().reaches(node); }),
-      native_(engine_.schema(), [](const SchemaNode &node) { return !is_openconfig(node); }) {
+      native_(engine_.schema(), [](const SchemaNode &node) { return !is_openconfig(node); }),
+      likely_(engine_.schema(), engine_.mapping().description()) {
     store_.emplace(directory_ / "db", engine_.schema(), Access::write, StoreLimits{map_size, {}});
     key_.emplace(directory_ / "db/key", true);
 }
@@ -144,6 +145,13 @@ void Session::edit(std::string document, Bytes &bytes) {
     check_valid();
 }
 
+std::string Session::likely_edit(Bytes &bytes) {
+    const Transaction transaction = store_->begin(Access::read);
+    const test::Item stored = test::item_of(engine_.read({}, false, transaction).openconfig());
+    const test::RandomEdit edit = likely_.edit(bytes, stored);
+    return test::print(engine_.schema(), edit.document, Syntax::xml, false, edit.default_name);
+}
+
 // Mostly of one node: everything takes many times as long.
 void Session::read(Bytes &bytes) {
     std::vector<std::string> paths;
@@ -168,7 +176,7 @@ void Session::play(Bytes &bytes) {
         begin_instances();
     }
     for (std::size_t edits = 1 + bytes.below(4); edits > 0; --edits) {
-        edit(openconfig_.document(bytes, 12, true), bytes);
+        edit(bytes.one_in(2) ? likely_edit(bytes) : openconfig_.document(bytes, 12, true), bytes);
         read(bytes);
     }
     require(memory::outstanding() == outstanding, "requests release what they were given");

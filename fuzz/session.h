@@ -3,6 +3,7 @@
 
 #include "engine.h"
 #include "generator.h"
+#include "tests/edit_generator.h"
 
 #include <optional>
 #include <string>
@@ -31,6 +32,8 @@ class Session {
     void load(Bytes &bytes);
     void begin_instances();
     void edit(std::string document, Bytes &bytes);
+    // An edit of what is stored, as the property tests make them.
+    std::string likely_edit(Bytes &bytes);
     void read(Bytes &bytes);
     [[nodiscard]] Records records() const;
     // The native configuration must be one that libyang takes whole.
@@ -40,6 +43,7 @@ class Session {
     Engine engine_;
     Generator openconfig_;
     Generator native_;
+    test::EditGenerator likely_;
     std::optional<Store> store_;
     std::optional<PasswordKey> key_;
 };

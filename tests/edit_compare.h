@@ -1,0 +1,315 @@
+// Two configurations compared: what means the same is made alike, and what an edit has told of is excused.
+#pragma once
+
+#include "edit_model.h"
+
+#include <iterator>
+#include <set>
+
+namespace yfw::test {
+
+// Ends of paths of flags that natively are there or not there: false is the same as unset.
+inline constexpr std::array presence_leaves{"/always-compare-med",
+                                            "/ignore-as-path-length",
+                                            "/afi-safi/config/enabled",
+                                            "/external-compare-router-id",
+                                            "/ebgp-multihop/config/enabled",
+                                            "/global/graceful-restart/config/enabled",
+                                            "/use-multiple-paths/config/enabled",
+                                            "/disable-metric-propagation"};
+
+inline std::map<std::string, Item> &no_children() {
+    static std::map<std::string, Item> none;
+    return none;
+}
+
+// Descends by the names of containers; null where there is nothing.
+inline Item *below(Item *item, std::initializer_list<const char *> names) {
+    for (const char *name : names) {
+        const auto found = item->children.find(name);
+        if (found == item->children.end()) {
+            return nullptr;
+        }
+        item = &found->second;
+    }
+    return item;
+}
+
+inline Item &ensure_item(Item &item, std::initializer_list<const char *> names) {
+    Item *at = &item;
+    for (const char *name : names) {
+        at = &add_item(*at, Item{.schema = at->schema->child(name)});
+    }
+    return *at;
+}
+
+inline std::string *as_of(Item &protocol) {
+    Item *as = below(&protocol, {"bgp", "global", "config", "as"});
+    return as == nullptr ? nullptr : &as->value;
+}
+
+// Calls visit(network instance, protocol entry) for all there are.
+template <typename Visit>
+void for_each_protocol(Item &root, Visit visit) {
+    Item *instances = below(&root, {"network-instances"});
+    if (instances == nullptr) {
+        return;
+    }
+    for (auto &[step, instance] : instances->children) {
+        if (Item *protocols = below(&instance, {"protocols"}); protocols != nullptr) {
+            for (auto &[name, protocol] : protocols->children) {
+                visit(instance, protocol);
+            }
+        }
+    }
+}
+
+// Takes out what means nothing. True when the item means nothing itself.
+inline bool normalise(Item &item) {
+    const SchemaNode &schema = *item.schema;
+    if (!schema.is_inner() && schema.depth > 0) {
+        if (schema.type == BaseType::decimal64) {
+            item.value = std::to_string(std::strtod(item.value.c_str(), nullptr));
+        }
+        const auto ends = [&schema](const char *end) { return schema.path.ends_with(end); };
+        return is_key_copy(schema) ||
+               (item.value == "false" && std::any_of(presence_leaves.begin(), presence_leaves.end(), ends));
+    }
+    if (Item *multihop = below(&item, {"config", "multihop-ttl"}); multihop != nullptr) {
+        const Item *enabled = below(&item, {"config", "enabled"});
+        if (enabled != nullptr && (enabled->value == "false" || multihop->value == "1")) {
+            below(&item, {"config"})->children.erase("multihop-ttl");
+        }
+    }
+    for (auto child = item.children.begin(); child != item.children.end();) {
+        child = normalise(child->second) ? item.children.erase(child) : std::next(child);
+    }
+    const bool stands_alone = schema.kind == NodeKind::list && schema.name != "protocol" &&
+                              (schema.name != "network-instance" || item.keys[0] != default_instance);
+    return item.children.empty() && !stands_alone;
+}
+
+// A protocol entry of BGP has an AS number while there is anything in it, and natively it is one for the entries of
+// that name in all network instances. before: what there was, or null.
+inline void complete_as(Item &root, Item *before) {
+    std::map<std::string, std::string> known; // by the protocol's step
+    const auto learn = [&known](Item &, Item &protocol) {
+        if (const std::string *as = as_of(protocol); as != nullptr) {
+            known.try_emplace(step_of(protocol), *as);
+        }
+    };
+    for_each_protocol(root, learn);
+    if (before != nullptr) {
+        for_each_protocol(*before, learn);
+    }
+    const auto set_as = [](Item &protocol, const std::string &as) {
+        ensure_item(protocol, {"bgp", "global", "config", "as"}).value = as;
+    };
+    std::map<std::string, Item> used;
+    for_each_protocol(root, [&](Item &, Item &protocol) {
+        const auto found = known.find(step_of(protocol));
+        if (found != known.end() && as_of(protocol) == nullptr) {
+            set_as(protocol, found->second);
+        }
+        used.try_emplace(step_of(protocol), Item{.schema = protocol.schema, .keys = protocol.keys});
+    });
+    for (auto &[step, protocol] : used) {
+        if (known.contains(step)) {
+            const SchemaNode *list = protocol.schema->parent->parent;
+            Item &instance = add_item(*below(&root, {"network-instances"}),
+                                      Item{.schema = list, .keys = {std::string(default_instance)}});
+            Item &own = add_item(ensure_item(instance, {"protocols"}), protocol);
+            if (as_of(own) == nullptr) {
+                set_as(own, known.at(step));
+            }
+        }
+    }
+}
+
+// Takes out protocol entries with an AS number and nothing else.
+inline void drop_bare_as(Item &root) {
+    for_each_protocol(root, [](Item &, Item &protocol) {
+        Item *bgp = below(&protocol, {"bgp"});
+        Item *config = below(&protocol, {"bgp", "global", "config"});
+        if (as_of(protocol) != nullptr && bgp->children.size() == 1 && config->children.size() == 1 &&
+            below(bgp, {"global"})->children.size() == 1) {
+            protocol.children.clear();
+        }
+    });
+    normalise(root);
+}
+
+inline Item comparable(Item root, Item *before = nullptr) {
+    normalise(root);
+    complete_as(root, before);
+    return root;
+}
+
+// A table connection lies in an address family of the instance "default", natively, and has it switched on. Both trees
+// get the instance and the families of the connections that they share.
+inline void imply_families(Item &one, Item &other) {
+    const auto instance_of = [](Item &root) {
+        Item *all = below(&root, {"network-instances"});
+        return all == nullptr ? nullptr : below(all, {"network-instance[name=DEFAULT]"});
+    };
+    const std::array instances{instance_of(one), instance_of(other)};
+    if (instances[0] == nullptr || instances[1] == nullptr) {
+        return;
+    }
+    const Item *connections = below(instances[0], {"table-connections"});
+    const Item *others = below(instances[1], {"table-connections"});
+    std::array<Item *, 2> protocols{};
+    for (const auto &[step, connection] : connections == nullptr ? no_children() : connections->children) {
+        if (others == nullptr || others->child(step) == nullptr) {
+            continue;
+        }
+        for (std::size_t tree = 0; tree < 2; ++tree) {
+            Item &list = ensure_item(*instances.at(tree), {"protocols"});
+            Item &protocol = add_item(list, Item{.schema = list.schema->child("protocol"), .keys = {"BGP", "default"}});
+            Item &families = ensure_item(protocol, {"bgp", "global", "afi-safis"});
+            Item &family = add_item(families, Item{.schema = families.schema->child("afi-safi"),
+                                                   .keys = {connection.keys.back() + "_UNICAST"}});
+            ensure_item(family, {"config", "enabled"}).value = "true";
+            protocols.at(tree) = &protocol;
+        }
+        const std::string *as = as_of(*protocols[0]) != nullptr ? as_of(*protocols[0]) : as_of(*protocols[1]);
+        for (Item *protocol : protocols) {
+            if (as != nullptr && as_of(*protocol) == nullptr) {
+                ensure_item(*protocol, {"bgp", "global", "config", "as"}).value = *as;
+            }
+        }
+    }
+}
+
+struct Difference {
+    Steps path;
+    std::string wanted; // empty: it should not be there
+    std::string found;
+};
+
+inline void compare(const Item *wanted, const Item *found, Steps &path, std::vector<Difference> &into) {
+    const Item &any = wanted != nullptr ? *wanted : *found;
+    const auto shown = [&any](const Item *item) {
+        return item == nullptr ? "" : any.schema->is_inner() ? "an entry" : '"' + item->value + '"';
+    };
+    const bool is_container = any.schema->depth == 0 || any.schema->kind == NodeKind::container;
+    if (!is_container && shown(wanted) != shown(found)) {
+        into.push_back({path, shown(wanted), shown(found)});
+    }
+    std::set<std::string> steps;
+    for (const Item *item : {wanted, found}) {
+        if (item != nullptr) {
+            std::transform(item->children.begin(), item->children.end(), std::inserter(steps, steps.end()),
+                           [](const auto &child) { return child.first; });
+        }
+    }
+    for (const std::string &step : steps) {
+        path.push_back(step);
+        compare(wanted == nullptr ? nullptr : wanted->child(step), found == nullptr ? nullptr : found->child(step),
+                path, into);
+        path.pop_back();
+    }
+}
+
+inline std::vector<Difference> compare(const Item &wanted, const Item &found) {
+    Steps path;
+    std::vector<Difference> differences;
+    compare(&wanted, &found, path, differences);
+    return differences;
+}
+
+// The steps of a path as the framework prints it, or of the path that a text begins with; values in quotes or not.
+inline Steps parse_path(std::string_view text) {
+    Steps steps;
+    std::size_t at = 0;
+    while (at < text.size() && text[at] == '/') {
+        const std::size_t start = ++at;
+        at = std::min(text.find_first_of("/[: \n", at), text.size());
+        std::string step(text.substr(start, at - start));
+        const bool is_instance = step == "network-instance";
+        while (at < text.size() && text[at] == '[') {
+            const std::size_t equals = std::min(text.find('=', at), text.size() - 1);
+            const char quote = text.substr(equals + 1).starts_with('"')    ? '"'
+                               : text.substr(equals + 1).starts_with('\'') ? '\''
+                                                                           : '\0';
+            const std::size_t value = equals + (quote == '\0' ? 1 : 2);
+            const std::size_t end = std::min(text.find(quote == '\0' ? ']' : quote, value), text.size());
+            const std::string_view key = text.substr(value, end - value);
+            step += std::string(text.substr(at, equals + 1 - at));
+            step += is_instance && key == "default" ? default_instance : key;
+            step += ']';
+            at = end + (quote == '\0' ? 1 : 2);
+        }
+        steps.push_back(std::move(step));
+    }
+    return steps;
+}
+
+// Whether two steps may be the same node: one without keys stands for every entry, and the values of a leaf-list are
+// told of together.
+inline bool same_step(const std::string &one, const std::string &other) {
+    const std::size_t keys = one.find('[');
+    const std::size_t other_keys = other.find('[');
+    const bool by_keys = keys != one.npos && other_keys != one.npos && one.compare(keys, 3, "[.=") != 0;
+    return by_keys ? one == other : one.substr(0, keys) == other.substr(0, other_keys);
+}
+
+inline bool is_at_or_below(const Steps &path, const Steps &above) {
+    return path.size() >= above.size() && std::equal(above.begin(), above.end(), path.begin(), same_step);
+}
+
+// Paths that an edit has told of.
+struct Reports {
+    static constexpr std::size_t fewest_steps = 3; // of what is said of everything nobody learns anything
+    std::vector<Steps> paths;
+
+    void add(std::string_view text) {
+        Steps steps = parse_path(text);
+        if (steps.size() >= fewest_steps) {
+            paths.push_back(std::move(steps));
+        }
+    }
+    // At, below or above a path that was told.
+    [[nodiscard]] bool excuse(const Steps &path) const {
+        return std::any_of(paths.begin(), paths.end(), [&path](const Steps &told) {
+            return is_at_or_below(path, told) || (path.size() >= fewest_steps && is_at_or_below(told, path));
+        });
+    }
+};
+
+// What is told of an AS number that goes, or of an address family, holds for what natively goes with it as well: for
+// the instance, with its part in all VRFs when it is the default one's, and for the table connections of the family.
+inline Reports with_consequences(Reports reports, Item &before, Item &wanted) {
+    std::set<std::string> left;
+    for_each_protocol(wanted, [&left](Item &instance, Item &protocol) {
+        if (as_of(protocol) != nullptr) {
+            left.insert(step_of(instance) + step_of(protocol));
+        }
+    });
+    std::vector<Steps> more;
+    for_each_protocol(before, [&](Item &instance, Item &protocol) {
+        const bool is_default = instance.keys[0] == default_instance;
+        const std::string in = step_of(instance);
+        const Steps path{"network-instances", in, "protocols", step_of(protocol), "bgp", "global", "config", "as"};
+        if (as_of(protocol) != nullptr && !left.contains(in + step_of(protocol)) && reports.excuse(path)) {
+            more.push_back({path[0], is_default ? "network-instance" : in, path[2], path[3]});
+        }
+    });
+    for (const char *family : {"IPV4", "IPV6"}) {
+        const Steps path = parse_path("/network-instances/network-instance[name=DEFAULT]/protocols/"
+                                      "protocol[identifier=BGP][name=default]/bgp/global/afi-safis/"
+                                      "afi-safi[afi-safi-name=" +
+                                      std::string(family) + "_UNICAST]");
+        for (const char *source : {"STATIC", "OSPF", "DIRECTLY_CONNECTED", "ISIS"}) {
+            if (reports.excuse(path)) {
+                more.push_back({path[0], path[1], "table-connections",
+                                "table-connection[src-protocol=" + std::string(source) +
+                                    "][dst-protocol=BGP][address-family=" + family + ']'});
+            }
+        }
+    }
+    reports.paths.insert(reports.paths.end(), more.begin(), more.end());
+    return reports;
+}
+
+} // namespace yfw::test
