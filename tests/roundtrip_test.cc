@@ -33,8 +33,6 @@ constexpr Exception exceptions[] = {
     {"/peer-group/transport/config/local-address", "192.0.2.7", "192.0.2.7", true, false},
     {"/peer-group/transport/config/local-address", "2001:db8::1", "2001:db8::1", true, false},
     {"/peer-group/transport/config/local-address", nullptr, "", true, false, true},
-    // The fraction is carried as it is written, not scaled.
-    {"/minimum-advertisement-interval", "0.5", "0.005", true, true},
     // Any value of the flag switches multihop on; its hop count needs the flag in the same edit.
     {"/ebgp-multihop/config/enabled", "false", "true", true, true},
     {"/multihop-ttl", nullptr, "", true, true},

@@ -1,5 +1,6 @@
 #include "engine.h"
 
+#include "bgp/names.h"
 #include "documents/instance_path.h"
 #include "edit/apply.h"
 #include "edit/check.h"
@@ -66,7 +67,7 @@ std::vector<EntryKeys> Engine::existing_entries(const Node *parent, const Schema
     const std::string path = instance_path(parent);
     const ReadResult present = read({path + '/' + list.name}, false, transaction);
     std::vector<EntryKeys> keys;
-    const Node *counterpart = find_instance(present.request->destination(), path);
+    const Node *counterpart = find_node(present.request->destination(), path);
     const Entries *all = counterpart == nullptr ? nullptr : entries(counterpart, list);
     for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         EntryKeys &values = keys.emplace_back();
@@ -88,6 +89,7 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
             throw Unusable("the models lack the native configuration's " + std::string(path));
         }
     }
+    declare_names(schema_);
     using Initialise = cerrno (*)();
     auto initialise = reinterpret_cast<Initialise>(plugin_.find("yfw_bgpcfg_sysdb_init"));
     if (initialise != nullptr && initialise() != 0) {
@@ -205,7 +207,6 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     Request &request = *result.request;
     request.trust(plugin_.constants());
     name_default_twice(*declared, operational_roots);
-    write_addresses_alike(declared->arena(), schema_, declared->destination(), operational_roots);
     if (wanted == Content::state) {
         request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
     }
@@ -246,9 +247,6 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
         top->set_operation(YFW_OP_REPLACE);
     }
     stage("applying");
-    if (const Node *twice = write_addresses_alike(request.arena(), schema_, document.root, operational_roots)) {
-        throw Refused(Reason::duplicate, instance_path(twice), "there is another entry of this address");
-    }
     check_native(schema_, document.root);
     apply_edit(transaction, request.arena(), document.root, false);
 }

@@ -3,7 +3,6 @@
 
 #include "arena.h"
 #include "platform/log.h"
-#include "request/addresses.h"
 #include "tree.h"
 #include "yfw_map.h"
 
@@ -71,8 +70,6 @@ class Request : public yfw_map_context {
 
     // List entries of the destination that the edit sets something in for its own sake: their delete is of all else.
     std::vector<Node *> kept;
-
-    AddressBook addresses; // of the destination's entries
 
     yfw_req_ctx &fields() { return fields_; }
     Log *log() { return log_; }
