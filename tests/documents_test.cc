@@ -1,4 +1,5 @@
 #include "bgp/names.h"
+#include "bgp/roots.h"
 #include "documents/instance_path.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
@@ -240,6 +241,21 @@ TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
         {R"("global":{"confederation":{"config":{"member-as":[1,"01"]}}})",
          "bad-element BGP/global/confederation/config/member-as: the document has '1' twice"},
     });
+}
+
+TEST(Documents, AreOfOneSideWhereThatIsAsked) {
+    const std::string edited = R"({"network-instances":{}})", bgp = R"({"bgp":{}})", state = R"({"ocni-bgp":{}})";
+    constexpr std::string_view policies = R"({"openconfig-routing-policy:routing-policy":{}})";
+    EXPECT_EQ(result_of(bgp, {.why_not = why_not_edited}),
+              "unknown-element /bgp: this is native configuration: yfw load takes it");
+    EXPECT_EQ(result_of("<data><network-instances/><ocni-bgp/></data>", {.why_not = why_not_edited}),
+              "unknown-element /ocni-bgp: this is operational data: yfw load takes it");
+    EXPECT_EQ(result_of(edited, {.why_not = why_not_loaded}),
+              "unknown-element /network-instances: this is OpenConfig: yfw edit takes it");
+    for (const std::string &text : {bgp, state}) {
+        EXPECT_TRUE(result_of(text, {.why_not = why_not_loaded}).starts_with("{\"Tarn-KEL-VN")) << text;
+    }
+    EXPECT_EQ(result_of(policies, {.why_not = why_not_edited}), policies);
 }
 
 TEST(Documents, UnknownNodesAreNamedAndTheRestIsRead) {

@@ -1,6 +1,7 @@
 #include "engine.h"
 
 #include "bgp/names.h"
+#include "bgp/roots.h"
 #include "documents/instance_path.h"
 #include "edit/apply.h"
 #include "edit/check.h"
@@ -18,13 +19,6 @@
 namespace yfw {
 
 namespace {
-
-constexpr std::array<std::string_view, 2> native_roots{"/bgp", "/vrfs"};
-constexpr std::array<std::string_view, 2> operational_roots{"/ocni-bgp", "/ocni-bpm"};
-
-bool is_one_of(const std::array<std::string_view, 2> &roots, std::string_view path) {
-    return std::find(roots.begin(), roots.end(), path) != roots.end();
-}
 
 // The default operation replace puts what the request says in the place of the native configuration whole.
 void replace_roots(const Schema &schema, Request &request) {
@@ -188,6 +182,9 @@ Engine::Content Engine::content(const std::vector<std::string> &paths, bool stat
     bool any_state = paths.empty() && state;
     for (const std::string &path : paths) {
         const SchemaNode &asked = add_instance_path(arena, schema_, new_root(arena, schema_), path)->schema();
+        if (const Side side = side_of(asked); side == Side::native || side == Side::operational) {
+            throw Refused(Reason::not_served, path, "this is a native path: yfw get --native shows it");
+        }
         if (!asked.config && !state && mapping_.reaches(asked)) {
             throw Refused(Reason::not_served, path, "this is state, which a read of configuration leaves out");
         }
@@ -206,6 +203,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
                                                log_, &pool_);
     Request &request = *result.request;
     request.trust(plugin_.constants());
+    request.renders = true;
     name_default_twice(*declared, operational_roots);
     if (wanted == Content::state) {
         request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
@@ -237,13 +235,10 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     stage("reading");
     ReadOptions reading;
     reading.edit = false;
+    reading.why_not = why_not_loaded;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
-        if (!is_one_of(native_roots, top->schema().path) && !is_one_of(operational_roots, top->schema().path)) {
-            throw Refused(Reason::unknown_element, instance_path(top),
-                          "only native configuration and operational data can be loaded");
-        }
         top->set_operation(YFW_OP_REPLACE);
     }
     stage("applying");

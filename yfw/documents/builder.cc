@@ -121,6 +121,11 @@ void Builder::enter(const SchemaNode &schema) {
     if (levels_.size() > max_depth) {
         refuse(Reason::too_big, &schema, "the document is nested more than " + std::to_string(max_depth) + " levels");
     }
+    if (at_top() && options_.why_not != nullptr) {
+        if (const std::string reason = options_.why_not(schema); !reason.empty()) {
+            refuse(Reason::unknown_element, &schema, reason);
+        }
+    }
     Node *node = nullptr;
     if (schema.kind == NodeKind::list) {
         node = open_entry(arena_, current(), schema);

@@ -56,6 +56,8 @@ class Request : public yfw_map_context {
     [[nodiscard]] Node *current_list() const { return current_list_; }
     void set_current_list(Node *entry) { current_list_ = entry; }
 
+    bool renders = false; // a read's second pass, over what was found: an empty text is a value there
+
     // What the callbacks did, for the walk: paths added, those of them that carry a delete, error paths recorded.
     struct Counts {
         std::uint64_t adds = 0;
