@@ -1,7 +1,11 @@
+#include "bgp/names.h"
+#include "bgp/roots.h"
 #include "documents/instance_path.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
 #include "error.h"
+#include "path_text.h"
+#include "request/instance.h"
 
 #include <gtest/gtest.h>
 
@@ -122,7 +126,7 @@ TEST(Documents, AreReadAsPeopleWriteThem) {
         {R"("openconfig-network-instance:global" : { "config":{"as": "65000" } })", as},
         {"<global><!-- x --><config><as> 65000\n</as></config></global>", as},
         {R"("neighbors":{"neighbor":[{"enable-bfd":{},"timers":{"config":{"hold-time":9.0}},"neighbor-address":"::"}]})",
-         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"::","timers":{"config":{"hold-time":"9.0"}},)"
+         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"::","timers":{"config":{"hold-time":"9"}},)"
          R"("openconfig-bfd:enable-bfd":{}}]}})"},
         {R"("global":{"afi-safis":{"afi-safi":[{"config":{"enabled":"true"},"afi-safi-name":"IPV4_UNICAST"}]}})",
          families},
@@ -223,8 +227,35 @@ TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
         {R"("global":{"config":{"router-id":true}})",
          "invalid-value BGP/global/config/router-id: 'true' is a boolean, and the leaf's type is not"},
         {R"("peer-groups":{"peer-group":[{"peer-group-name":"a\u0000b"}]})",
-         "invalid-value BGP/peer-groups/peer-group/peer-group-name: the value has a control character"},
+         "invalid-value BGP/peer-groups/peer-group/peer-group-name: the value has the character U+0000, which YANG "
+         "does "
+         "not allow"},
+        {"<peer-groups><peer-group><peer-group-name>\xf0\x9f\xbf\xbe</peer-group-name></peer-group></peer-groups>",
+         "invalid-value BGP/peer-groups/peer-group/peer-group-name: the value has the character U+1FFFE, which YANG "
+         "does not allow"},
+        {"\"neighbors\":{\"neighbor\":[{\"neighbor-address\":\"::1\",\"config\":{\"description\":\"\xef\xbf\xbf\"}}]}",
+         "invalid-value BGP/neighbors/neighbor[neighbor-address=::1]/config/description: the value has the character "
+         "U+FFFF, which YANG does "
+         "not allow"},
+        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1"},{"neighbor-address":"0::0:1"}]})", twice},
+        {R"("global":{"confederation":{"config":{"member-as":[1,"01"]}}})",
+         "bad-element BGP/global/confederation/config/member-as: the document has '1' twice"},
     });
+}
+
+TEST(Documents, AreOfOneSideWhereThatIsAsked) {
+    const std::string edited = R"({"network-instances":{}})", bgp = R"({"bgp":{}})", state = R"({"ocni-bgp":{}})";
+    constexpr std::string_view policies = R"({"openconfig-routing-policy:routing-policy":{}})";
+    EXPECT_EQ(result_of(bgp, {.why_not = why_not_edited}),
+              "unknown-element /bgp: this is native configuration: yfw load takes it");
+    EXPECT_EQ(result_of("<data><network-instances/><ocni-bgp/></data>", {.why_not = why_not_edited}),
+              "unknown-element /ocni-bgp: this is operational data: yfw load takes it");
+    EXPECT_EQ(result_of(edited, {.why_not = why_not_loaded}),
+              "unknown-element /network-instances: this is OpenConfig: yfw edit takes it");
+    for (const std::string &text : {bgp, state}) {
+        EXPECT_TRUE(result_of(text, {.why_not = why_not_loaded}).starts_with("{\"Tarn-KEL-VN")) << text;
+    }
+    EXPECT_EQ(result_of(policies, {.why_not = why_not_edited}), policies);
 }
 
 TEST(Documents, UnknownNodesAreNamedAndTheRestIsRead) {
@@ -314,12 +345,52 @@ TEST(Documents, NetconfElementsArePeeledOff) {
               "unknown-element /url: the element is not known in this place");
 }
 
-TEST(Documents, NumbersAreWrittenAsJsonHasThem) {
-    for (const auto &[given, number] : {std::pair("007", "7"), {"+5", "5"}, {"000", "0"}, {"70", "70"}}) {
-        const std::string_view tail = "</as></config></global>";
-        EXPECT_EQ(result_of(in_bgp("<global><config><as>" + std::string(given) + std::string(tail))),
-                  in_bgp(R"("global":{"config":{"as":)" + std::string(number) + "}}"));
-    }
+TEST(Documents, ValuesAreKeptInOneForm) {
+    expect_in_bgp({
+        {R"("global":{"config":{"as":"065000"}})", R"(BGP{"global":{"config":{"as":65000}}})"},
+        {"<global><config><as>+5</as></config></global>", R"(BGP{"global":{"config":{"as":5}}})"},
+        {R"("global":{"config":{"as":-0}})", R"(BGP{"global":{"config":{"as":0}}})"},
+        {R"("global":{"config":{"as":"007","@as":{"operation":"delete"}}})",
+         R"(BGP{"global":{"config":{"as":7,"@as":{"operation":"delete"}}}})"},
+        {R"("neighbors":{"neighbor":[{"neighbor-address":"2001:DB8:0::1","config":{"neighbor-address":"2001:db8::0:1"},)"
+         R"("timers":{"config":{"hold-time":"90.00","minimum-advertisement-interval":0.5}},)"
+         R"("transport":{"config":{"local-address":"::FFFF:192.0.2.1"}}},)"
+         R"({"neighbor-address":"10.0.0.1","timers":{"config":{"minimum-advertisement-interval":"030.25"}},)"
+         R"("transport":{"config":{"local-address":"Eth0:1"}}}]})",
+         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"2001:db8::1","config":{"neighbor-address":"2001:db8::1"},)"
+         R"("timers":{"config":{"hold-time":"90","minimum-advertisement-interval":"0.500"}},)"
+         R"("transport":{"config":{"local-address":"::ffff:192.0.2.1"}}},)"
+         R"({"neighbor-address":"10.0.0.1","timers":{"config":{"minimum-advertisement-interval":"30.250"}},)"
+         R"("transport":{"config":{"local-address":"Eth0:1"}}}]}})"},
+        {R"("peer-groups":{"peer-group":[{"peer-group-name":"2001:DB8::1","config":{"description":""}}]})", ""},
+    });
+}
+
+TEST(Documents, NamesOfNetworkInstancesAreSpecial) {
+    Schema named({YFW_MODELS_DIR});
+    declare_names(named);
+    const auto result = [&named](const std::string &instances) {
+        Arena arena;
+        std::string text = R"({"network-instances":{"network-instance":[)" + instances + "]}}";
+        try {
+            return shortened(written(read_document(arena, named, text, Syntax::json, {}).root, {}));
+        } catch (const Refused &refused) {
+            return shortened(said(refused));
+        }
+    };
+    const std::string head = R"({"openconfig-network-instance:network-instances":{"network-instance":[)";
+    EXPECT_EQ(result(R"({"name":"default","config":{"name":"DEFAULT"}})"),
+              head + R"({"name":"DEFAULT","config":{"name":"DEFAULT"}}]}})");
+    EXPECT_EQ(result(R"({"name":"default"},{"name":"DEFAULT"})"),
+              "bad-element /network-instances/network-instance[name=DEFAULT]: the document has this entry twice");
+    const std::string longest =
+        "\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4";
+    EXPECT_TRUE(result(R"({"name":")" + longest + "\"}").starts_with(head)) << result(R"({"name":")" + longest + "\"}");
+    EXPECT_TRUE(result(R"({"name":")" + longest + "\u00e4\"}").ends_with("it has more than 32 bytes"));
+    Arena arena;
+    EXPECT_EQ(instance_path(add_instance_path(arena, named, new_root(arena, named),
+                                              "/network-instances/network-instance[name=default]")),
+              "/network-instances/network-instance[name=DEFAULT]");
 }
 
 TEST(Documents, SecretsAreNeverShown) {
@@ -421,6 +492,70 @@ TEST(Documents, TheSinkTakesLongPiecesAndReportsFaults) {
     EXPECT_THROW(write_document(sink, schema(), new_root(arena, schema()), {}), Unusable);
 }
 
+// The end of the path as it is printed.
+constexpr std::pair<std::string_view, std::string_view> printed_values[] = {
+    {"core", "[instance-name=core]"},
+    {"2001:db8::1", "[instance-name=2001:db8::1]"},
+    {"eth0/1", "[instance-name=\"eth0/1\"]"},
+    {"a b", "[instance-name=\"a b\"]"},
+    {" ", "[instance-name=\" \"]"},
+    {"", "[instance-name=\"\"]"},
+    {"'q'", "[instance-name=\"'q'\"]"},
+    {"a\"b", "[instance-name='a\"b']"},
+    {"a'\"b", R"([instance-name="a'""b"])"},
+    {"\"'\"", R"([instance-name="""'"""])"},
+    {"a][b", "[instance-name=\"a][b\"]"},
+    {"a]/b[c=d", "[instance-name=\"a]/b[c=d\"]"},
+    {"\\", "[instance-name=\\]"},
+    {"a=b", "[instance-name=a=b]"},
+    {"'", "[instance-name=\"'\"]"},
+    {"\"", "[instance-name='\"']"},
+};
+
+TEST(InstancePath, EveryKeyReadsBack) {
+    for (const auto &[value, text] : printed_values) {
+        Arena arena;
+        Node *root = new_root(arena, schema());
+        Node *instance =
+            open_entry(arena, ensure_child(arena, root, *schema().find("/bgp")), *schema().find("/bgp/instance"));
+        set_value(arena, ensure_child(arena, instance, *schema().find("/bgp/instance/instance-name")), value);
+        instance = complete_entry(arena, instance);
+        const std::string path = instance_path(instance);
+        EXPECT_EQ(path, "/bgp/instance" + std::string(text));
+        EXPECT_EQ(find_node(root, path), instance) << path;
+        PathParser parser(path);
+        PathStep step;
+        EXPECT_TRUE(parser.next(step) && parser.next(step) && parser.at_end()) << parser.fault();
+        EXPECT_EQ(step.predicates.at(0).value, value) << path;
+    }
+}
+
+// A plug-in puts keys into its paths as they are.
+TEST(InstancePath, KeysOfPlugInsEndWhereThePathGoesOn) {
+    for (const auto &[value, text] : printed_values) {
+        for (const std::string tail : {"", "/afi-safis/afi-safi[afi-safi-name=IPV4_UNICAST]"}) {
+            Arena arena;
+            Node *root = new_root(arena, schema());
+            const std::string path = "/network-instances/network-instance[name=" + std::string(value) +
+                                     "]/protocols/protocol[identifier=BGP][name=core]/bgp/peer-groups/"
+                                     "peer-group[peer-group-name=" +
+                                     std::string(value) + ']' + tail + '/';
+            Node *entry = join_instance(arena, schema(), root, path);
+            ASSERT_NE(entry, nullptr) << path;
+            EXPECT_EQ(find_instance(root, path), entry);
+            EXPECT_EQ(find_node(root, instance_path(entry)), entry) << instance_path(entry);
+            const Node *group = tail.empty() ? entry : entry->up()->up();
+            EXPECT_EQ(key_value(group, 0), value) << path;
+        }
+    }
+    Arena arena;
+    for (const char *wrong :
+         {"/bgp/instance[name=a]", "/bgp/instance[instance-name=a", "/bgp/instance[instance-name=a]b",
+          "/bgp[instance-name=a]", "/bgp/instance[instance-name=a][instance-name=b]/x"}) {
+        EXPECT_EQ(ensure_instance(arena, new_root(arena, schema()), wrong), nullptr) << wrong;
+    }
+}
+
 TEST(InstancePath, AddsNodesWithTheKeysGiven) {
     const std::vector<std::pair<std::vector<std::string>, std::string_view>> rows = {
         {{std::string(path_head), "network-instances/network-instance[name='DEFAULT']/protocols/protocol[name=\"core\"]"
@@ -432,6 +567,8 @@ TEST(InstancePath, AddsNodesWithTheKeysGiven) {
          R"({"openconfig-network-instance:network-instances":{"network-instance":[{"protocols":{"protocol":[{"identifier":)"
          R"("openconfig-policy-types:BGP"}]}},{"name":"a/]b","config":{"name":null}}]}})"},
         {{"/"}, "{}"},
+        {{"/network-instances/network-instance[name='it''s \"x\"']"},
+         R"({"openconfig-network-instance:network-instances":{"network-instance":[{"name":"it's \"x\""}]}})"},
         {{"/vrfs/foo"}, "unknown-element /vrfs/foo: the models have no such node"},
         {{"/vrfs[name=x]"}, "invalid-value /vrfs: only a list has keys"},
         {{"/vrfs/vrf[nome=x]"}, "unknown-element /vrfs/vrf/nome: the list has no such key"},

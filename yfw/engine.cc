@@ -1,5 +1,7 @@
 #include "engine.h"
 
+#include "bgp/names.h"
+#include "bgp/roots.h"
 #include "documents/instance_path.h"
 #include "edit/apply.h"
 #include "edit/check.h"
@@ -18,13 +20,6 @@
 namespace yfw {
 
 namespace {
-
-constexpr std::array<std::string_view, 2> native_roots{"/bgp", "/vrfs"};
-constexpr std::array<std::string_view, 2> operational_roots{"/ocni-bgp", "/ocni-bpm"};
-
-bool is_one_of(const std::array<std::string_view, 2> &roots, std::string_view path) {
-    return std::find(roots.begin(), roots.end(), path) != roots.end();
-}
 
 // One line for the nodes of one kind that were refused for one reason: the same fault may be in every entry of a list.
 std::vector<std::string> tell_unanswered(const Unanswered &unanswered) {
@@ -63,6 +58,7 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
             throw Unusable("the models lack the native configuration's " + std::string(path));
         }
     }
+    declare_names(schema_);
     using Initialise = cerrno (*)();
     auto initialise = reinterpret_cast<Initialise>(plugin_.find("yfw_bgpcfg_sysdb_init"));
     if (initialise != nullptr && initialise() != 0) {
@@ -89,6 +85,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     stage("reading");
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
+    reading.why_not = why_not_edited;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
     request.set_source(document.root);
@@ -135,6 +132,9 @@ Engine::Content Engine::content(const std::vector<std::string> &paths, bool stat
     bool any_state = paths.empty() && state;
     for (const std::string &path : paths) {
         const SchemaNode &asked = add_instance_path(arena, schema_, new_root(arena, schema_), path)->schema();
+        if (const Side side = side_of(asked); side == Side::native || side == Side::operational) {
+            throw Refused(Reason::not_served, path, "this is a native path: yfw get --native shows it");
+        }
         if (!asked.config && !state && mapping_.reaches(asked)) {
             throw Refused(Reason::not_served, path, "this is state, which a read of configuration leaves out");
         }
@@ -153,8 +153,8 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
                                                log_, &pool_);
     Request &request = *result.request;
     request.trust(plugin_.constants());
+    request.renders = true;
     name_default_twice(*declared, operational_roots);
-    write_addresses_alike(declared->arena(), schema_, declared->destination(), operational_roots);
     if (wanted == Content::state) {
         request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
     }
@@ -185,19 +185,13 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     stage("reading");
     ReadOptions reading;
     reading.edit = false;
+    reading.why_not = why_not_loaded;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
-        if (!is_one_of(native_roots, top->schema().path) && !is_one_of(operational_roots, top->schema().path)) {
-            throw Refused(Reason::unknown_element, instance_path(top),
-                          "only native configuration and operational data can be loaded");
-        }
         top->set_operation(YFW_OP_REPLACE);
     }
     stage("applying");
-    if (const Node *twice = write_addresses_alike(request.arena(), schema_, document.root, operational_roots)) {
-        throw Refused(Reason::duplicate, instance_path(twice), "there is another entry of this address");
-    }
     check_native(schema_, document.root);
     apply_edit(transaction, document.root);
 }

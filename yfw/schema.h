@@ -36,6 +36,12 @@ struct When {
     std::vector<Term> terms; // one of them holds
 };
 
+// A value that may be written in another way than it is kept.
+struct Spelling {
+    std::string written;
+    std::string kept;
+};
+
 struct SchemaNode {
     std::string name;
     std::string path; // without keys and prefixes: "/bgp/instance/instance-name"
@@ -47,8 +53,10 @@ struct SchemaNode {
     const lysc_node *choice = nullptr; // that the node is in a case of, and the case: one of them drives out the other
     const lysc_node *choice_case = nullptr;
     std::unique_ptr<const When> when; // null: there is none, or one of another form than that
-    std::uint32_t id = 0;             // dense, from 0, not stable across model changes
+    std::unique_ptr<const Spelling> spelling;
+    std::uint32_t id = 0; // dense, from 0, not stable across model changes
     std::uint32_t max_elements = UINT32_MAX;
+    std::uint32_t most_bytes = UINT32_MAX; // of a value, where that is less than its type allows
     std::uint16_t ordinal = 0;
     std::uint16_t depth = 0; // 0 for the root
     // Plain decimal numbers from least to most are values of the leaf's type; they are no numbers' range when least is
@@ -63,6 +71,7 @@ struct SchemaNode {
     bool holds_list = false; // some way below
     bool presence = false;   // a container that means something by being there
     bool secret = false;     // a password: its value is never shown
+    bool address = false;    // its type takes IPv6 addresses
 
     [[nodiscard]] bool is_inner() const { return kind <= NodeKind::list; }
     [[nodiscard]] bool repeats() const { return kind == NodeKind::list || kind == NodeKind::leaf_list; }
@@ -93,8 +102,16 @@ class Schema {
     [[nodiscard]] const SchemaNode &node(std::uint32_t id) const { return *nodes_[id]; }
 
     // Whether a leaf's type takes the value, given with identities unprefixed or prefixed by a module name. On false,
-    // reason says why. What was accepted is remembered.
-    bool accepts(const SchemaNode &leaf, std::string_view value, std::string *reason) const;
+    // reason says why. On true, canonical is the form that the value is kept in where that is another text, else empty;
+    // of an identity always. A decimal without a fraction is kept as an integer, another one with all the digits of its
+    // type: plug-ins take the digits behind the point for what they are in the type's unit. What was accepted is
+    // remembered. reason and canonical may be null.
+    bool accepts(const SchemaNode &leaf, std::string_view value, std::string *reason,
+                 std::string *canonical = nullptr) const;
+    // For leaves whose values are more than their types say, to be called before any value is looked at. A path that
+    // the models lack is passed over.
+    void limit_bytes(std::string_view path, std::size_t most);
+    void add_spelling(std::string_view path, std::string_view written, std::string_view kept);
     // The module of an identity that the leaf's type takes, or null.
     [[nodiscard]] const Module *identity_module(const SchemaNode &leaf, std::string_view identity) const;
     // Whether a union leaf's value is a number for JSON.
@@ -114,6 +131,10 @@ class Schema {
     };
     struct Accepted; // per type, the values accepted before
 
+    bool accepts_other(const SchemaNode &leaf, const lysc_type *type, std::string_view value, std::string *reason,
+                       std::string *canonical) const;
+    bool union_takes(const SchemaNode &leaf, const lysc_type *type, std::string_view value,
+                     std::string &canonical) const;
     void load(const std::vector<std::filesystem::path> &directories);
     void add_modules();
     void add_children(SchemaNode &parent, const lysc_node *first);

@@ -1,6 +1,7 @@
 #include "tree.h"
 
 #include "hash.h"
+#include "path_text.h"
 #include "platform/memory.h"
 #include "vnos_platform.h"
 
@@ -397,16 +398,6 @@ Node *complete_entry(Arena &arena, Node *entry, bool fold) {
     return sibling;
 }
 
-void rekey_entry(Arena &arena, Node *entry, std::span<const std::string_view> keys) {
-    const SchemaNode &list = entry->schema();
-    Entries &all = *entries(entry->up(), list);
-    leave_index(all, entry);
-    for (std::size_t key = 0; key < keys.size(); ++key) {
-        set_value(arena, ensure_child(arena, entry, *list.keys[key]), keys[key]);
-    }
-    enter_index(arena, all, entry, identity_hash(entry));
-}
-
 void make_current(Node *entry) {
     for (Node *node = entry; node->up() != nullptr; node = node->up()) {
         if (node->schema().repeats()) {
@@ -497,12 +488,11 @@ std::string instance_path(const Node *node) {
     const SchemaNode &schema = node->schema();
     for (std::size_t key = 0; schema.kind == NodeKind::list && key < schema.keys.size(); ++key) {
         if (const char *value = key_value(node, key); value != nullptr) {
-            const bool quote = std::strpbrk(value, "]'/ ") != nullptr;
-            path += '[' + schema.keys[key]->name + '=' + (quote ? "\"" : "") + value + (quote ? "\"]" : "]");
+            append_predicate(path, schema.keys[key]->name, value);
         }
     }
     if (schema.kind == NodeKind::leaf_list && node->value != nullptr && !schema.secret) {
-        path += std::string("[.=") + node->value + ']';
+        append_predicate(path, ".", node->value);
     }
     return path;
 }

@@ -170,9 +170,6 @@ Node *find_entry(const Node *parent, const SchemaNode &list, std::span<const std
 // is left as it is and null is returned.
 Node *complete_entry(Arena &arena, Node *entry, bool fold = true);
 
-// Gives an entry with keys other ones, which no sibling may have.
-void rekey_entry(Arena &arena, Node *entry, std::span<const std::string_view> keys);
-
 // Makes the entry and all those it lies in current.
 void make_current(Node *entry);
 
@@ -183,7 +180,8 @@ void release_name_spaces(Node *node);
 // Takes a node out of its parent. Its memory stays the arena's.
 void unlink(Node *node);
 
-// The instance path for a person: "/network-instances/network-instance[name='DEFAULT']/config/name".
+// The instance path, for a person and for a PathParser:
+// "/network-instances/network-instance[name=DEFAULT]/config/name".
 std::string instance_path(const Node *node);
 
 } // namespace yfw

@@ -1,6 +1,7 @@
 // yfw get: what is stored, as OpenConfig or native, and what a read fetches.
 #include "command.h"
 
+#include "bgp/roots.h"
 #include "documents/instance_path.h"
 
 namespace yfw::tool {
@@ -21,7 +22,9 @@ void print_native(Session &session, const Arguments &arguments) {
     Arena arena;
     Node *wanted = new_root(arena, session.schema());
     for (const std::string &path : arguments.wanted) {
-        add_instance_path(arena, session.schema(), wanted, path);
+        if (side_of(add_instance_path(arena, session.schema(), wanted, path)->schema()) == Side::openconfig) {
+            throw Refused(Reason::not_served, path, "this is an OpenConfig path: leave --native out");
+        }
     }
     if (arguments.wanted.empty()) {
         for (const char *root : {"/bgp", "/vrfs"}) {

@@ -121,6 +121,11 @@ void Builder::enter(const SchemaNode &schema) {
     if (levels_.size() > max_depth) {
         refuse(Reason::too_big, &schema, "the document is nested more than " + std::to_string(max_depth) + " levels");
     }
+    if (at_top() && options_.why_not != nullptr) {
+        if (const std::string reason = options_.why_not(schema); !reason.empty()) {
+            refuse(Reason::unknown_element, &schema, reason);
+        }
+    }
     Node *node = nullptr;
     if (schema.kind == NodeKind::list) {
         node = open_entry(arena_, current(), schema);
@@ -173,15 +178,15 @@ Node *Builder::leaf(const SchemaNode &schema, std::string_view value, Form form)
     if (form == Form::boolean && schema.type != BaseType::boolean && schema.type != BaseType::union_) {
         refuse(Reason::invalid_value, &schema, shown(schema, value) + " is a boolean, and the leaf's type is not");
     }
-    const std::optional<TakenValue> taken = take(schema, value);
-    if (!taken) {
+    const TakenValue *taken = take(schema, value);
+    if (taken == nullptr) {
         if (options_.skip_unknown && schema.type == BaseType::identityref) {
             unknown_identity(schema, value);
             return nullptr;
         }
         refuse(Reason::invalid_value, &schema, why_not_taken(schema_, schema, value));
     }
-    Node *node = place(schema, taken->text);
+    Node *node = place(schema, taken->text());
     if (taken->identity != nullptr) {
         // Borrowed: a plug-in replaces the pointer, never the text.
         node->name_space = const_cast<char *>(taken->identity->name_space.c_str());
@@ -189,16 +194,17 @@ Node *Builder::leaf(const SchemaNode &schema, std::string_view value, Form form)
     return node;
 }
 
-std::optional<TakenValue> Builder::take(const SchemaNode &leaf, std::string_view value) {
-    if (leaf.secret) {
-        return take_value(schema_, leaf, value);
+const TakenValue *Builder::take(const SchemaNode &leaf, std::string_view value) {
+    if (leaf.secret) { // not to be copied
+        secret_ = take_value(schema_, leaf, value);
+        return secret_ ? &*secret_ : nullptr;
     }
     Habit &habit = habits_[leaf.id];
     if (!habit.taken || habit.value != value) {
         habit.value = value;
         habit.taken = take_value(schema_, leaf, habit.value);
     }
-    return habit.taken;
+    return habit.taken ? &*habit.taken : nullptr;
 }
 
 Node *Builder::place(const SchemaNode &schema, std::string_view value) {

@@ -90,7 +90,7 @@ class Builder {
         const SchemaNode *next = nullptr;  // behind this node, of its parent's module
         const SchemaNode *first = nullptr; // in this node, likewise
         std::string value;                 // of a leaf, as the document has it
-        std::optional<TakenValue> taken;   // what became of it; its text is value's
+        std::optional<TakenValue> taken;   // what became of it; what it was given is value's
     };
     // The path is composed at the end, when every entry has its keys.
     struct Unknown {
@@ -104,7 +104,8 @@ class Builder {
         return level.last == nullptr ? habits_[level.node->schema().id].first : habits_[level.last->id].next;
     }
     [[nodiscard]] const SchemaNode *resolve(const SchemaNode &parent, const QualifiedName &name) const;
-    std::optional<TakenValue> take(const SchemaNode &leaf, std::string_view value);
+    // Null when the leaf's type does not take the value; valid until the next value of the leaf is taken.
+    const TakenValue *take(const SchemaNode &leaf, std::string_view value);
     [[nodiscard]] Node *current() const { return levels_.back().node; }
     Node *place(const SchemaNode &schema, std::string_view value);
     Node *place_valueless(const SchemaNode &schema);
@@ -120,7 +121,8 @@ class Builder {
     const Schema &schema_;
     const ReadOptions &options_;
     std::vector<Level> levels_;
-    std::vector<Habit> habits_; // by the schema node's id
+    std::vector<Habit> habits_;        // by the schema node's id
+    std::optional<TakenValue> secret_; // taken last
     std::vector<Note> notes_;
     std::vector<Node *> valueless_;
     std::vector<Unknown> unknown_;

@@ -1,6 +1,7 @@
 #include "instance_path.h"
 
 #include "../error.h"
+#include "../path_text.h"
 #include "values.h"
 
 #include <algorithm>
@@ -11,98 +12,11 @@ namespace yfw {
 
 namespace {
 
-struct Predicate {
-    std::string_view name; // "." for a leaf-list's value
-    std::string_view value;
-};
-
-struct Step {
-    std::string_view name;
-    std::vector<Predicate> predicates;
-};
-
-std::string_view trimmed(std::string_view text) {
-    const auto begin = text.find_first_not_of(' ');
-    return begin == std::string_view::npos ? std::string_view("")
-                                           : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-}
-
-class PathParser {
-  public:
-    explicit PathParser(std::string_view path) : path_(path), rest_(path) {
-        if (rest_.starts_with('/')) {
-            rest_.remove_prefix(1);
-        }
-    }
-
-    [[nodiscard]] bool at_end() const { return rest_.empty(); }
-
-    Step next() {
-        Step step{.name = trimmed(take_until("/[")), .predicates = {}};
-        if (step.name.empty()) {
-            wrong("a node's name is expected");
-        }
-        while (rest_.starts_with('[')) {
-            rest_.remove_prefix(1);
-            step.predicates.push_back(predicate());
-        }
-        if (rest_.starts_with('/')) {
-            rest_.remove_prefix(1);
-        } else if (!rest_.empty()) {
-            wrong("a '/' or '[' is expected");
-        }
-        return step;
-    }
-
-  private:
-    [[noreturn]] void wrong(const std::string &reason) const {
-        throw Refused(Reason::invalid_value, std::string(path_),
-                      reason + " at character " + std::to_string(path_.size() - rest_.size() + 1) + " of the path");
-    }
-
-    std::string_view take_until(std::string_view stops) {
-        const auto end = std::min(rest_.find_first_of(stops), rest_.size());
-        const std::string_view taken = rest_.substr(0, end);
-        rest_.remove_prefix(end);
-        return taken;
-    }
-
-    void skip_blanks() { rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size())); }
-
-    void expect(char character) {
-        if (!rest_.starts_with(character)) {
-            wrong(std::string("a '") + character + "' is expected");
-        }
-        rest_.remove_prefix(1);
-    }
-
-    Predicate predicate() {
-        Predicate result;
-        result.name = trimmed(take_until("=]/"));
-        expect('=');
-        skip_blanks();
-        if (rest_.starts_with('\'') || rest_.starts_with('"')) {
-            const char quote[] = {rest_.front(), '\0'};
-            rest_.remove_prefix(1);
-            result.value = take_until(quote);
-            expect(quote[0]);
-            skip_blanks();
-        } else {
-            result.value = trimmed(take_until("]"));
-        }
-        expect(']');
-        return result;
-    }
-
-    std::string_view path_;
-    std::string_view rest_;
-};
-
 class PathAdder {
   public:
     PathAdder(Arena &arena, const Schema &schema, Node *root) : arena_(arena), schema_(schema), node_(root) {}
 
-    void add(const Step &step) {
+    void add(const PathStep &step) {
         if (!node_->schema().is_inner()) {
             refuse(Reason::unknown_element, step.name, "the node above is a leaf and has nothing below it");
         }
@@ -143,7 +57,7 @@ class PathAdder {
     }
 
     // Of a predicate, as the tree keeps it. A prefix that is the document's own is not known in a path.
-    std::string_view value_of(const SchemaNode &leaf, const Step &step, std::string_view value) const {
+    std::string value_of(const SchemaNode &leaf, const PathStep &step, std::string_view value) const {
         std::optional<TakenValue> taken = take_value(schema_, leaf, value);
         if (!taken && leaf.type == BaseType::identityref && value.find(':') != std::string_view::npos) {
             const std::string_view bare = value.substr(value.find(':') + 1);
@@ -156,10 +70,10 @@ class PathAdder {
             refuse(Reason::invalid_value, std::string(step.name) + '/' + leaf.name,
                    why_not_taken(schema_, leaf, value));
         }
-        return taken->text;
+        return std::string(taken->text());
     }
 
-    void add_value(const SchemaNode &schema, const Step &step) {
+    void add_value(const SchemaNode &schema, const PathStep &step) {
         if (step.predicates.empty()) {
             node_ = open_entry(arena_, node_, schema);
             return;
@@ -170,10 +84,10 @@ class PathAdder {
         node_ = ensure_value(arena_, node_, schema, value_of(schema, step, step.predicates.front().value));
     }
 
-    void add_entry(const SchemaNode &list, const Step &step) {
-        std::vector<std::string_view> keys(list.keys.size());
+    void add_entry(const SchemaNode &list, const PathStep &step) {
+        std::vector<std::string> keys(list.keys.size());
         std::vector<bool> is_given(list.keys.size());
-        for (const Predicate &predicate : step.predicates) {
+        for (const PathPredicate &predicate : step.predicates) {
             const SchemaNode *key = find(list, predicate.name);
             if (key == nullptr || !key->is_key) {
                 refuse(Reason::unknown_element, std::string(step.name) + '/' + std::string(predicate.name),
@@ -186,10 +100,11 @@ class PathAdder {
             keys[key->ordinal] = value_of(*key, step, predicate.value);
         }
         const bool is_complete = !keys.empty() && std::find(is_given.begin(), is_given.end(), false) == is_given.end();
-        Node *entry = is_complete ? find_entry(node_, list, keys) : find_pattern(list, keys, is_given);
+        const std::vector<std::string_view> wanted(keys.begin(), keys.end());
+        Node *entry = is_complete ? find_entry(node_, list, wanted) : find_pattern(list, wanted, is_given);
         if (entry == nullptr) {
             entry = open_entry(arena_, node_, list);
-            set_keys(entry, keys, is_given);
+            set_keys(entry, wanted, is_given);
             if (is_complete) {
                 complete_entry(arena_, entry);
             }
@@ -241,8 +156,11 @@ Node *add_instance_path(Arena &arena, const Schema &schema, Node *root, std::str
     }
     PathParser parser(path);
     PathAdder adder(arena, schema, root);
-    while (!parser.at_end()) {
-        adder.add(parser.next());
+    for (PathStep step; !parser.at_end();) {
+        if (!parser.next(step)) {
+            throw Refused(Reason::invalid_value, std::string(path), parser.fault());
+        }
+        adder.add(step);
     }
     return adder.node();
 }

@@ -10,9 +10,10 @@
 
 namespace yfw {
 
-// Adds the path's nodes to the tree and returns the last. Names may have a module's name or prefix, values may stand in
-// quotes. A list level without all its keys adds an entry that has those given, unless there is one like it already; a
-// leaf-list without a value adds one without. Throws Refused, naming what is unknown.
+// Adds the path's nodes to the tree and returns the last. Names may have a module's name or prefix; values are as a
+// PathParser takes them, and are kept in canonical form. A list level without all its keys adds an entry that has those
+// given, unless there is one like it already; a leaf-list without a value adds one without. Throws Refused, naming what
+// is unknown.
 Node *add_instance_path(Arena &arena, const Schema &schema, Node *root, std::string_view path);
 
 } // namespace yfw

@@ -305,12 +305,6 @@ class JsonReader {
         if (schema.secret) {
             builder_.arena().note_secret(const_cast<char *>(text.data()), text.size());
         }
-        const auto is_forbidden = [](char c) {
-            return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r';
-        };
-        if (std::any_of(text.begin(), text.end(), is_forbidden)) {
-            builder_.refuse(Reason::invalid_value, &schema, "the value has a control character");
-        }
         return text;
     }
 

@@ -22,6 +22,8 @@ enum class DefaultOperation : std::uint8_t { merge, replace, none };
 struct ReadOptions {
     bool skip_unknown = false; // list nodes outside the models instead of refusing the document
     bool edit = true;          // nodes may carry operations, and a deleted leaf needs no value
+    // Why a top-level node may not be in the document, empty for one that may. Null: all may.
+    std::string (*why_not)(const SchemaNode &top) = nullptr;
     std::size_t max_size = std::size_t{1} << 30U;
 };
 

@@ -1,5 +1,11 @@
 #include "values.h"
 
+#include "../characters.h"
+
+#include <array>
+#include <cstdio>
+#include <utility>
+
 namespace yfw {
 
 namespace {
@@ -20,15 +26,13 @@ std::string shortened(std::string_view value) {
 } // namespace
 
 std::optional<TakenValue> take_value(const Schema &schema, const SchemaNode &leaf, std::string_view value) {
-    if (leaf.type != BaseType::identityref && leaf.type != BaseType::union_) {
-        return schema.accepts(leaf, value, nullptr) ? std::optional(TakenValue{value}) : std::nullopt;
+    if (leaf.type == BaseType::identityref || leaf.type == BaseType::union_) {
+        if (const Module *identity = schema.identity_module(leaf, value)) {
+            return TakenValue{value.substr(value.find(':') + 1), identity, {}};
+        }
     }
-    const Module *identity = schema.identity_module(leaf, value);
-    if (identity == nullptr) {
-        const bool taken = leaf.type == BaseType::union_ && schema.accepts(leaf, value, nullptr);
-        return taken ? std::optional(TakenValue{value}) : std::nullopt;
-    }
-    return TakenValue{value.substr(value.find(':') + 1), identity};
+    TakenValue taken{value, nullptr, {}};
+    return schema.accepts(leaf, value, nullptr, &taken.canonical) ? std::optional(std::move(taken)) : std::nullopt;
 }
 
 std::string shown(const SchemaNode &leaf, std::string_view value) {
@@ -36,6 +40,11 @@ std::string shown(const SchemaNode &leaf, std::string_view value) {
 }
 
 std::string why_not_taken(const Schema &schema, const SchemaNode &leaf, std::string_view value) {
+    if (const auto character = excluded_character(value)) {
+        std::array<char, 16> code{};
+        std::snprintf(code.data(), code.size(), "U+%04X", *character);
+        return std::string("the value has the character ") + code.data() + ", which YANG does not allow";
+    }
     std::string reason;
     if (leaf.secret || schema.accepts(leaf, value, &reason) || reason.empty()) {
         return shown(leaf, value) + " is not of this leaf's type";

@@ -10,11 +10,14 @@
 namespace yfw {
 
 struct TakenValue {
-    std::string_view text;            // as the tree keeps it: an identity without its module
+    std::string_view given;           // an identity without its module
     const Module *identity = nullptr; // of an identity
+    std::string canonical;            // the form that the tree keeps, where the value was given in another one
+
+    [[nodiscard]] std::string_view text() const { return canonical.empty() ? given : std::string_view(canonical); }
 };
 
-// Nothing when the leaf's type does not take the value.
+// Nothing when the leaf's type does not take the value, which must outlive the result.
 std::optional<TakenValue> take_value(const Schema &schema, const SchemaNode &leaf, std::string_view value);
 
 // For messages: the value in quotes and shortened; never a secret's.

@@ -1,7 +1,5 @@
 #include "read/cut.h"
 
-#include "request/addresses.h"
-
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -28,26 +26,12 @@ void repeat_key(Request &request, const Mapping &mapping, Node *entry, const Sch
     }
 }
 
-bool same_key(const SchemaNode &list, std::size_t key, const char *a, const char *b) {
-    if (std::strcmp(a, b) == 0) {
-        return true;
-    }
-    if (list.keys[key]->type == BaseType::union_) {
-        const auto address = canonical_ipv6(a);
-        return address && address == canonical_ipv6(b);
-    }
-    // The default network instance goes by two names.
-    const bool names = list.name == "network-instance" && list.keys[key]->name == "name";
-    return names && ((std::strcmp(a, "DEFAULT") == 0 && std::strcmp(b, "default") == 0) ||
-                     (std::strcmp(a, "default") == 0 && std::strcmp(b, "DEFAULT") == 0));
-}
-
 bool entry_matches(const Node *entry, const Node *filter) {
     const SchemaNode &list = entry->schema();
     for (std::size_t key = 0; key < list.keys.size(); ++key) {
         const char *wanted = key_value(filter, key);
         const char *value = key_value(entry, key);
-        if (wanted != nullptr && (value == nullptr || !same_key(list, key, value, wanted))) {
+        if (wanted != nullptr && (value == nullptr || std::strcmp(value, wanted) != 0)) {
             return false;
         }
     }

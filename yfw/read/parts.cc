@@ -35,6 +35,7 @@ std::unique_ptr<Request> read_parts(const Ground &ground, const Node *parts, con
     };
     declare_walk(*declared, ground.mapping, stored, true, false);
     auto result = ground.request(YFW_KIND_READ);
+    result->renders = true;
     transaction.fetch(result->arena(), declared->destination(), result->source());
     render_walk(*result, ground.mapping);
     cut(result->destination(), parts);

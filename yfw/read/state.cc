@@ -1,9 +1,6 @@
 #include "read/state.h"
 
-#include "request/addresses.h"
-
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <vector>
 
@@ -79,40 +76,7 @@ void name_twice(Arena &arena, Node *instances, const SchemaNode &list) {
     }
 }
 
-void write_keys_alike(Arena &arena, Node *node, const Node *&clash) {
-    for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        const SchemaNode &schema = below->schema();
-        const bool addressed = schema.kind == NodeKind::list && schema.keys.size() == 1 &&
-                               schema.keys[0]->type == BaseType::union_ && key_value(below, 0) != nullptr;
-        const auto canonical = addressed ? canonical_ipv6(key_value(below, 0)) : std::nullopt;
-        if (canonical && *canonical != key_value(below, 0)) {
-            const std::array<std::string_view, 1> keys{*canonical};
-            if (find_entry(below->up(), schema, keys) != nullptr) {
-                clash = below;
-            } else {
-                rekey_entry(arena, below, keys);
-            }
-        }
-        if (schema.is_inner()) {
-            write_keys_alike(arena, below, clash);
-        }
-    }
-}
-
 } // namespace
-
-const Node *write_addresses_alike(Arena &arena, const Schema &schema, Node *tree,
-                                  std::span<const std::string_view> roots) {
-    const Node *clash = nullptr;
-    for (const std::string_view path : roots) {
-        const SchemaNode *found = schema.find(path);
-        Node *root = found == nullptr ? nullptr : child(tree, *found);
-        if (root != nullptr) {
-            write_keys_alike(arena, root, clash);
-        }
-    }
-    return clash;
-}
 
 bool reaches_state(const Mapping &mapping, const SchemaNode &schema) {
     return mapping.reaches(schema) &&

@@ -16,12 +16,6 @@ bool reaches_state(const Mapping &mapping, const SchemaNode &schema);
 // their way to what is asked for: with nothing in them they would mean everything below.
 void narrow_operational(Request &request, std::span<const std::string_view> roots);
 
-// Operational data is stored and asked for with its addresses as RFC 5952 writes them, however the configuration writes
-// them: rewrites the keys of a tree below these roots. Returns an entry that another of the same address kept from it,
-// or null.
-const Node *write_addresses_alike(Arena &arena, const Schema &schema, Node *tree,
-                                  std::span<const std::string_view> roots);
-
 // Operational data may know the default network instance as "default" or as "DEFAULT". What is asked of the one is
 // asked of the other, too.
 void name_default_twice(Request &request, std::span<const std::string_view> roots);

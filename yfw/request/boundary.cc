@@ -152,6 +152,11 @@ Node *add_value(Request &request, Node *parent, const SchemaNode &target, const 
     return node;
 }
 
+// Whether an empty text is a value, and not a sign for none.
+bool is_empty_value(const Request &request, const SchemaNode &target) {
+    return request.renders && !target.is_inner() && !target.is_key && request.schema().accepts(target, "", nullptr);
+}
+
 cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const char *name_space, const char *value,
            const cidl_yfw_datatree *source, cidl_yfw_datatree **added, bool opens) {
     if (added != nullptr) {
@@ -161,13 +166,13 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
         return YFW_ERR_INVALID;
     }
     Request &request = request_of(ctx);
-    if (value != nullptr && *value == '\0' && request.is_read()) {
-        value = nullptr; // a read names what it wants to know
-    }
     auto *base = static_cast<Node *>(tree);
     const SchemaNode *target = resolve(request, base, path);
     if (target == nullptr || target->depth == 0 || !in_name_space(*target, name_space)) {
         return YFW_ERR_UNKNOWN_PATH;
+    }
+    if (value != nullptr && *value == '\0' && request.is_read() && !is_empty_value(request, *target)) {
+        value = nullptr; // a read names what it wants to know
     }
     Node *parent = ensure_level(request, start_of(request, base, path), *target->parent);
     if (parent == nullptr) {

@@ -3,7 +3,6 @@
 
 #include "arena.h"
 #include "platform/log.h"
-#include "request/addresses.h"
 #include "tree.h"
 #include "yfw_map.h"
 
@@ -57,6 +56,8 @@ class Request : public yfw_map_context {
     [[nodiscard]] Node *current_list() const { return current_list_; }
     void set_current_list(Node *entry) { current_list_ = entry; }
 
+    bool renders = false; // a read's second pass, over what was found: an empty text is a value there
+
     // What the callbacks did, for the walk: paths added, those of them that carry a delete, error paths recorded.
     struct Counts {
         std::uint64_t adds = 0;
@@ -68,8 +69,6 @@ class Request : public yfw_map_context {
 
     // Nodes of the source that a callback took out of the output and did not put back.
     std::vector<const Node *> withdrawn;
-
-    AddressBook addresses; // of the destination's entries
 
     yfw_req_ctx &fields() { return fields_; }
     Log *log() { return log_; }

@@ -26,7 +26,7 @@ cerrno stitch(yfw_map_ctx ctx, yfw_xpath_operation *operation) {
     }
     try {
         Node *entry = join_instance(request.arena(), request.schema(), static_cast<Node *>(operation->tree),
-                                    operation->expression, request.addresses);
+                                    operation->expression);
         if (entry == nullptr) {
             if (request.fields().error_text == nullptr) {
                 request.fields().error_text =
