@@ -294,8 +294,7 @@ TEST(NativeTop, EntersTheProtocolEntry) {
 TEST(NativeTop, TellsWhatItLacks) {
     const std::string name = "ERR: vn_oc_protocol_list_selection: missing bgp instance-name\nerror path\n-> ",
                       instanceless = "/bgp/instance/instance-as/four-byte-as/vrfs/vrf";
-    const std::string taken =
-        "error path\nERR: Couldnt add BGP instance core under network-instance DEFAULT\nerror path\n-> ";
+    const std::string taken = "error path\nERR: Couldnt add BGP instance core under network-instance DEFAULT\n-> ";
     // Where an entry of another namespace is in the way, the node stays withdrawn.
     for (const auto &[callback, mapped, expected] : std::initializer_list<std::array<std::string, 3>>{
              {"vn_bgp_oc_protocol_list_selection", "/bgp/instance", name + "aaf2a000"},

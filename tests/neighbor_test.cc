@@ -82,6 +82,9 @@ TEST(NeighborRouteReflector, ReachesEveryFamily) {
     const std::string leaf = "/route-reflector/config/route-reflector-client", client = "route-reflector-client";
     const std::string refused = "TRC: route-reflector-client is not supported inside VRF\nerror path\n-> aaf2a000 ";
     const std::string declared = "NA/route-reflector-client\n-> 0 none", on = "/route-reflector-client=true\n";
+    // Without a database there is no list, and nothing in it that could fail.
+    const std::string lost = "TRC: Couldn't Find the VRF/AS in sysdb!\n";
+    check("oc_bgp_nbr_rr_client", {{nbr("DEFAULT", leaf + "=true"), lost + lost + "-> 0 none"}});
     // 1: clients; 2: no families; 3: one family says nothing; 4: one family.
     const Stored stored("@1" + families[0] + on + "@1" + families[1] + on + "@3" + families[0] + "\n@3" + families[1] +
                         "/route-reflector-client=false\n@4" + families[0] + on);

@@ -145,8 +145,8 @@ TEST(PeerGroupLeaves, TakeOddValuesInTheirOwnWay) {
 peer_group_timer_min_interval | nbr_timers_cfg_minimum_adv_interval | =5 | AI=5 AI-msecs=000 | AI=5 AI-msecs=0
 peer_group_timer_min_interval | nbr_timers_cfg_minimum_adv_interval | =.5 | AI=5 AI-msecs=000 | AI=5 AI-msecs=0
 peer_group_timer_min_interval | nbr_timers_cfg_minimum_adv_interval | | ! | !TRC: Input is wrong
-peer_group_tcp_mode | nbr_transport_cfg_passive_mode | =odd | !TRC: Missing nbr-grp passive-mode | !TRC: Input data is empty
-peer_group_tcp_mode | nbr_transport_cfg_passive_mode | | !TRC: Missing nbr-grp passive-mode | !TRC: Input data is empty
+peer_group_tcp_mode | nbr_transport_cfg_passive_mode | =odd | !ERR: Missing nbr-grp passive-mode | !TRC: Input data is empty
+peer_group_tcp_mode | nbr_transport_cfg_passive_mode | | !ERR: Missing nbr-grp passive-mode | !TRC: Input data is empty
 peer_grp_path_recv | nbr_add_paths_cfg_receive | =odd | !TRC: Input is wrong | additional-paths-receive-capability
 cfg_peer_grp_bfd_enabled | cfg_peer_bfd_enabled | =odd | bfd-enable-modes | bfd-enable-modes=disable
 cfg_peer_grp_bfd_enabled | cfg_peer_bfd_enabled | =false | bfd-enable-modes=disable | bfd-enable-modes=disable
@@ -169,7 +169,7 @@ peer_grp_dflt_policy_out | nbr_dflt_policy_out | =ACCEPT_ROUT | !ERR: Invalid de
         const std::string leaf = of_callback(row[1]).leaf, end = leaf.starts_with("/afi-safis") ? "A" : "";
         const auto outcome = [&](const std::string &entry, const std::string &cell) {
             if (cell.starts_with('!')) {
-                const bool policy = cell.starts_with("!ERR");
+                const bool policy = cell.find("policy") != cell.npos;
                 return cell.substr(1) + (cell == "!" ? "" : "\n") + "error path\n-> aaf2" + (policy ? "ee00" : "a000") +
                        " none";
             }

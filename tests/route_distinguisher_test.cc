@@ -29,7 +29,8 @@ TEST(RouteDistinguisher, IsParsedOrRefused) {
         {"ASN Index out of range", {"65535:4294967296", "1:99999999999999999999", "4200000000:65536"}},
         {"v4 Address Index out of range", {"10.1.1.1:65536", "10.1.1.300:65536"}},
         {"Invalid IP address format !!", {"10.1.1:5", "10.1.1.1.1:5", "10..1.1:5", address + "x:5"}},
-        {"IP address out of range !!", {"10.1.1.300:5", "10.-1.1.1:5"}},
+        {"IP address out of range !!",
+         {"10.1.1.300:5", "10.-1.1.1:5", "10.1.1.4294967297:1", "10.99999999999999999999.1.1:1"}},
         {"", {"", ":"}},
     };
     for (const auto &[expected, same] : texts) {

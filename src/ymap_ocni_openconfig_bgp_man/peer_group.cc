@@ -82,7 +82,7 @@ YMAP_EXPORT cerrno oc_bgp_peer_group_authpwd(yfw_map_ctx ctx, const cidl_yfw_dat
 YMAP_EXPORT cerrno oc_bgp_peer_group_tcp_mode(yfw_map_ctx ctx, const cidl_yfw_datatree *src, cidl_yfw_datatree *dst) {
     YMAP_FRAME(ctx);
     static constexpr oc_boolean_leaf mode{VN_GROUP("/session-open-mode"), "passive-only", "active-only",
-                                          "Missing nbr-grp passive-mode"};
+                                          "Missing nbr-grp passive-mode", true};
     return oc_map_boolean_leaf(frame, src, dst, mode);
 }
 

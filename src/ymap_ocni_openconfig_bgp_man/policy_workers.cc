@@ -8,20 +8,21 @@
 namespace {
 
 // Calls visit with the path of the families and each family; the list's status is the result, or the first failure of a
-// visit.
+// visit. Without any family there is nothing that could have failed.
 template <typename Visit>
 cerrno each_family(yfw_map_ctx ctx, const char *name, int group, Visit visit) {
     char families[NBR_PATH_SIZE];
     vn_bgp_nbr_asafi_prepare_sysdb_path(ctx, name, group, families, sizeof(families), MODE_OC);
     sysdb_list_t *list = nullptr;
     cerrno status = vn_bgp_get_nbr_asafi_list(ctx, name, group, MODE_OC, &list);
-    for (const char *family = status == 0 ? sysdb_list_next(list) : nullptr; family != nullptr;
-         family = sysdb_list_next(list)) {
+    bool any = false;
+    for (const char *family = sysdb_list_next(list); family != nullptr; family = sysdb_list_next(list)) {
         const cerrno visited = visit(families, family);
         status = status == 0 ? visited : status;
+        any = true;
     }
     sysdb_list_free(list);
-    return status;
+    return any ? status : 0;
 }
 
 // What a read of a setting that all families agree on declares: of a neighbour every family, of a group the one that

@@ -61,9 +61,24 @@ bool classify(const char *first, uint32_t *type, uint32_t *as) {
     return false;
 }
 
+// As sscanf reads "%d.%d.%d.%d.%d", but that a number that no int takes stays out of range. The number of parts.
+int read_parts(const char *text, long (&part)[5]) {
+    int count = 0;
+    while (count < 5) {
+        char *end = nullptr;
+        part[count] = std::strtol(text, &end, 10);
+        count += end == text ? 0 : 1;
+        if (end == text || *end != '.') {
+            break;
+        }
+        text = end + 1;
+    }
+    return count;
+}
+
 cerrno check_address(const ymap_frame &frame, const char *first) {
-    int part[5];
-    if (std::sscanf(first, "%d.%d.%d.%d.%d", &part[0], &part[1], &part[2], &part[3], &part[4]) != 4) {
+    long part[5];
+    if (read_parts(first, part) != 4) {
         REFUSE_RD(frame, "ERR: Invalid IP address format !!");
     }
     for (int i = 0; i < 4; ++i) {

@@ -101,7 +101,11 @@ cerrno oc_map_boolean_leaf(const ymap_frame &frame, const cidl_yfw_datatree *src
     }
     const bool deletes = oc_is_delete(frame.ctx, src);
     if (value == nullptr && !deletes && record.refusal != nullptr) {
-        YMAP_TRACE(frame, "%s", record.refusal);
+        if (record.refusal_is_error) {
+            YMAP_ERROR(frame, "%s", record.refusal);
+        } else {
+            YMAP_TRACE(frame, "%s", record.refusal);
+        }
         return ymap_refuse(frame, OCBGP_ERR_GENERAL, nullptr);
     }
     return oc_add(frame.ctx, dst, oc_form(frame.ctx, record.path), deletes ? nullptr : value, src, 0);

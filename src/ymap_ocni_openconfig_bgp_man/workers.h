@@ -99,6 +99,7 @@ struct oc_boolean_leaf {
     const char *when_true;
     const char *when_false;
     const char *refusal; // the trace of an edit with any other value, or none; null: that writes the leaf without one
+    bool refusal_is_error = false; // an error line in the trace's place
 };
 // An enabled and a disabled ability.
 #define OC_ABILITY(path, refusal)                                                                                      \

@@ -79,7 +79,6 @@ YMAP_EXPORT cerrno vn_oc_protocol_list_selection_internal(yfw_map_ctx ctx, const
         yfw_map_search_or_add_list(ctx, dst, &entry, OC_NETWORK_INSTANCE, "name", name, NS_OC_NETWORK_INSTANCE);
     if (found != 0 || entry == nullptr) {
         YMAP_ERROR(frame, "Couldnt find/add vrf-list %s", name);
-        yfw_oc_error_path(ctx);
         return found;
     }
     yfw_map_update_ctx_current_list_ptr(ctx, entry);
@@ -93,7 +92,6 @@ YMAP_EXPORT cerrno vn_oc_protocol_list_selection_internal(yfw_map_ctx ctx, const
         NS_OC_NETWORK_INSTANCE);
     if (status != 0) {
         YMAP_ERROR(frame, "Couldnt add BGP instance %s under network-instance %s", instance, name);
-        yfw_oc_error_path(ctx);
         return status;
     }
     return enter_protocol(ctx, src, dst, protocol);
