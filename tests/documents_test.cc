@@ -2,6 +2,8 @@
 #include "documents/reader.h"
 #include "documents/writer.h"
 #include "error.h"
+#include "platform/log.h"
+#include "text.h"
 
 #include <gtest/gtest.h>
 
@@ -439,6 +441,32 @@ TEST(Documents, TheSinkTakesLongPiecesAndReportsFaults) {
     Arena arena;
     Sink sink(full.get());
     EXPECT_THROW(write_document(sink, schema(), new_root(arena, schema()), {}), Unusable);
+}
+
+TEST(Text, IsMadeVisible) {
+    const Rows rows = {
+        {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80 a\\b", ""},
+        {"\x1b[2J\a\n\r\t\x7f", "\\x1b[2J\\x07\\x0a\\x0d\\x09\\x7f"},
+        {"\xc2\x80 \xc2\x9f \xc2\xa0", "\\x80 \\x9f \xc2\xa0"},
+        {"\xe2\x80\xaa\xe2\x80\xae\xe2\x81\xa6\xe2\x81\xa9\xe2\x80\x8f", "\\u202a\\u202e\\u2066\\u2069\\u200f"},
+        {"\xe2\x80\xa8\xe2\x80\xa9", "\\u2028\\u2029"},
+        {"a\xff\xc3", "a\\xff\\xc3"},                          // no UTF-8, cut short
+        {"\xc0\x9b\xe0\x82\x9b", "\\xc0\\x9b\\xe0\\x82\\x9b"}, // a control character in too many bytes
+    };
+    std::FILE *stream = std::tmpfile();
+    Log log(Log::Level::trace, false, stream);
+    std::string lines;
+    for (const auto &[text, shown] : rows) {
+        const std::string_view expected = shown.empty() ? text : shown;
+        EXPECT_EQ(visible(text), expected);
+        log.write_debug(text);
+        lines += std::string(expected) + '\n';
+    }
+    std::string written(lines.size() + 1, ' ');
+    std::rewind(stream);
+    written.resize(std::fread(written.data(), 1, written.size(), stream));
+    EXPECT_EQ(written, lines);
+    std::fclose(stream);
 }
 
 TEST(InstancePath, AddsNodesWithTheKeysGiven) {

@@ -1,5 +1,7 @@
 #include "command.h"
 
+#include "text.h"
+
 #include <unistd.h>
 
 #include <array>
@@ -12,7 +14,8 @@ namespace yfw::tool {
 Messages::Messages() : colour_(isatty(STDERR_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr) {}
 
 void Messages::error(const std::string &text) const {
-    std::fprintf(stderr, "%serror:%s %s\n", colour_ ? "\033[1;31m" : "", colour_ ? "\033[0m" : "", text.c_str());
+    std::fprintf(stderr, "%serror:%s %s\n", colour_ ? "\033[1;31m" : "", colour_ ? "\033[0m" : "",
+                 visible(text).c_str());
 }
 
 void Messages::error(const Refused &refused) const {
@@ -22,7 +25,7 @@ void Messages::error(const Refused &refused) const {
 }
 
 void Messages::line(const char *word, const std::string &text) const {
-    std::fprintf(stderr, "%s: %s\n", word, text.c_str());
+    std::fprintf(stderr, "%s: %s\n", word, visible(text).c_str());
 }
 
 Session::Session(const Globals &globals)
@@ -32,7 +35,7 @@ Session::Session(const Globals &globals)
 
 Session::~Session() {
     for (const std::string &line : log_.trace()) {
-        std::fprintf(stderr, "%s\n", line.c_str());
+        std::fprintf(stderr, "%s\n", visible(line).c_str());
     }
 }
 

@@ -2,6 +2,7 @@
 #include "command.h"
 
 #include "documents/instance_path.h"
+#include "text.h"
 
 namespace yfw::tool {
 
@@ -53,7 +54,7 @@ void print_paths(const Node *node) {
         }
     }
     if (innermost && node->up() != nullptr) {
-        std::printf("%s\n", instance_path(node).c_str());
+        std::printf("%s\n", visible(instance_path(node)).c_str());
     }
 }
 

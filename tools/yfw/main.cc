@@ -1,6 +1,8 @@
 // yfw: OpenConfig BGP edits to native configuration, and back.
 #include "command.h"
 
+#include "text.h"
+
 #include <cstdlib>
 #include <map>
 #include <new>
@@ -79,7 +81,11 @@ int main(int argc, char **argv) {
         yfw::tool::add_map(app, globals, &exit_code);
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? yfw::tool::done : yfw::tool::usage;
+        if (error.get_exit_code() == 0) { // help, or the version
+            return app.exit(error);
+        }
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n", yfw::visible(error.what()).c_str());
+        return yfw::tool::usage;
     } catch (const yfw::Refused &refused) {
         messages.error(refused);
         return yfw::tool::refused;

@@ -1,6 +1,8 @@
 // yfw sysdb: the system database as the plug-in sees it.
 #include "command.h"
 
+#include "text.h"
+
 namespace yfw::tool {
 
 void add_sysdb(CLI::App &app, const Globals &globals, int *) {
@@ -13,7 +15,7 @@ void add_sysdb(CLI::App &app, const Globals &globals, int *) {
         const Transaction transaction = store.begin(Access::read);
         const SystemDatabase database(transaction, session.schema());
         for (const SystemDatabase::Item &item : database.items(*pattern)) {
-            std::printf("%s = %s\n", item.path.c_str(), item.value.text.c_str());
+            std::printf("%s = %s\n", visible(item.path).c_str(), visible(item.value.text).c_str());
         }
     });
 }
