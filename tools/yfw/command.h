@@ -4,7 +4,6 @@
 #include "documents/writer.h"
 #include "engine.h"
 #include "error.h"
-#include "platform/password.h"
 
 #include <CLI/CLI.hpp>
 

@@ -70,10 +70,9 @@ void run(const Globals &globals, const Arguments &arguments) {
     if (arguments.dry_run) {
         const DryRunDirectory directory(globals.db);
         const Store store(directory.path(), session.schema(), Access::write);
-        const PasswordKey key(directory.path() / "key", true);
         // The files see each other's changes, and the store sees none.
         Transaction transaction = store.begin(Access::write);
-        Engine::check_key(key, Access::write, transaction);
+        const StoreKey key(transaction, KeyUse::dry_run);
         for (const std::string &file : arguments.files) {
             if (&file == &arguments.files.back()) {
                 transaction.keep_nothing();
@@ -83,10 +82,9 @@ void run(const Globals &globals, const Arguments &arguments) {
         return;
     }
     const Store store = session.open(Access::write);
-    const PasswordKey key(globals.db / "key", true);
     for (const std::string &file : arguments.files) {
         Transaction transaction = store.begin(Access::write);
-        Engine::check_key(key, Access::write, transaction);
+        const StoreKey key(transaction, KeyUse::edit);
         edit_one(session, arguments, file, transaction);
     }
 }

@@ -68,8 +68,10 @@ void run(const Globals &globals, const Arguments &arguments) {
     const Store store = session.open(Access::read);
     Transaction transaction = store.begin(Access::read);
     if (!arguments.paths) {
-        const PasswordKey key(globals.db / "key", false);
-        Engine::check_key(key, Access::read, transaction);
+        const StoreKey key(transaction, KeyUse::read);
+        if (!key.note().empty()) {
+            Messages().line("note", key.note());
+        }
         print_openconfig(session, arguments, transaction);
         return;
     }
