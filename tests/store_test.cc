@@ -203,6 +203,31 @@ std::string small_model(const std::string &body) {
     return "module small { yang-version 1.1; namespace \"urn:small\"; prefix s; container top { " + body + " } }";
 }
 
+TEST(Models, AreThoseOfTheDirectoriesNamed) {
+    const ScratchDirectory scratch;
+    const auto module = [&scratch](const std::string &name, const std::string &leaf) {
+        write_file(scratch / name, small_model("leaf " + leaf + " { type string; }"));
+    };
+    const auto has = [](const Schema &schema, const std::string &leaf) {
+        return schema.find("/top/" + leaf) != nullptr;
+    };
+    module("one/small.yang", "own");
+    module("one/below/small@2031-01-01.yang", "below");
+    module("two/small@2030-01-01.yang", "older");
+    module("two/small@2031-01-01.yang", "newer");
+    fs::create_directory(scratch / "one/directory.yang");
+    EXPECT_TRUE(has(Schema({scratch / "one", scratch / "two"}), "own"));
+    EXPECT_TRUE(has(Schema({scratch / "two", scratch / "one"}), "newer"));
+    // A submodule, of another directory than its module.
+    write_file(scratch / "first/whole.yang",
+               "module whole { yang-version 1.1; namespace 'urn:w'; prefix w; include part; }");
+    write_file(scratch / "second/part.yang", "submodule part { yang-version 1.1; belongs-to whole { prefix w; } "
+                                             "container top { leaf own { type string { pattern '^a$'; } } } }");
+    write_file(scratch / "second/below/part@2031-01-01.yang", "submodule part { belongs-to whole { prefix w; } }");
+    const Schema whole({scratch / "first", scratch / "second"});
+    EXPECT_TRUE(has(whole, "own"));
+}
+
 TEST(Store, OutlivesModelsThatGrowAndNamesThoseItNeeds) {
     const ScratchDirectory scratch;
     const std::string list =

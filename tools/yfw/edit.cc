@@ -1,7 +1,7 @@
 // yfw edit: translates OpenConfig edits, shows and commits the native ones.
 #include "command.h"
 
-#include "platform/temporary_directory.h"
+#include "temporary_directory.h"
 
 #include <map>
 #include <optional>
