@@ -45,16 +45,16 @@ void print_openconfig(Session &session, const Arguments &arguments, const Transa
 }
 
 // One line for each innermost node.
-void print_paths(const Node *node) {
+void print_paths(Sink &sink, const Node *node) {
     bool innermost = true;
     for (const Node *below = node->first(); below != nullptr; below = below->next()) {
         if (!below->schema().is_key) {
             innermost = false;
-            print_paths(below);
+            print_paths(sink, below);
         }
     }
     if (innermost && node->up() != nullptr) {
-        std::printf("%s\n", visible(instance_path(node)).c_str());
+        sink.put(visible(instance_path(node)) + '\n');
     }
 }
 
@@ -76,7 +76,9 @@ void run(const Globals &globals, const Arguments &arguments) {
         return;
     }
     const auto request = session.engine().declare(arguments.wanted, arguments.state, transaction);
-    print_paths(request->destination());
+    Sink sink(stdout);
+    print_paths(sink, request->destination());
+    sink.flush();
 }
 
 } // namespace

@@ -13,10 +13,12 @@ void add_sysdb(CLI::App &app, const Globals &globals, int *) {
         Session session(globals);
         const Store store = session.open(Access::read);
         const Transaction transaction = store.begin(Access::read);
+        Sink sink(stdout);
         const SystemDatabase database(transaction, session.schema());
         for (const SystemDatabase::Item &item : database.items(*pattern)) {
-            std::printf("%s = %s\n", visible(item.path).c_str(), visible(item.value.text).c_str());
+            sink.put(visible(item.path) + " = " + visible(item.value.text) + '\n');
         }
+        sink.flush();
     });
 }
 
