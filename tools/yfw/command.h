@@ -93,6 +93,7 @@ void add_edit(CLI::App &app, const Globals &globals, int *exit_code);
 void add_load(CLI::App &app, const Globals &globals, int *exit_code);
 void add_get(CLI::App &app, const Globals &globals, int *exit_code);
 void add_sysdb(CLI::App &app, const Globals &globals, int *exit_code);
+void add_check(CLI::App &app, const Globals &globals, int *exit_code);
 void add_map(CLI::App &app, const Globals &globals, int *exit_code);
 
 struct Output {

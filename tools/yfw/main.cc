@@ -99,6 +99,7 @@ int run(int argc, char **argv) {
     yfw::tool::add_load(app, globals, &exit_code);
     yfw::tool::add_get(app, globals, &exit_code);
     yfw::tool::add_sysdb(app, globals, &exit_code);
+    yfw::tool::add_check(app, globals, &exit_code);
     yfw::tool::add_map(app, globals, &exit_code);
     try {
         app.parse(argc, argv);

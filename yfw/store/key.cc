@@ -23,7 +23,7 @@ StoreKey::StoreKey(Transaction &transaction, KeyUse use) {
     }
     if (use == KeyUse::read && !may_be_read) {
         note_ = is_missing && !is_noted ? ""
-                                        : "passwords are left out: the key file " + file.string() +
+                                        : "passwords cannot be read: the key file " + file.string() +
                                               (is_missing ? " is lost" : " may not be read by this user");
         return;
     }
