@@ -316,6 +316,28 @@ TEST(Documents, DepthAndSizeAreBounded) {
     EXPECT_GT(result_of(text).size(), 11U << 20U);
 }
 
+TEST(Documents, ALongLeafListIsGoneThroughOnce) {
+    std::string values, operations;
+    for (int i = 1; i <= 100000; ++i) {
+        values += ',' + std::to_string(i);
+        operations += i % 3 == 0 ? ",{\"operation\":\"create\"}" : ",null";
+    }
+    std::string text = in_bgp(R"("global":{"confederation":{"config":{"member-as":[)" + values.substr(1) +
+                              R"(],"@member-as":[)" + operations.substr(1) + "]}}}");
+    const auto begin = std::chrono::steady_clock::now();
+    Arena arena;
+    const Document document = read_document(arena, schema(), text, Syntax::json, {});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5)); // 0.1 s; half a minute if not
+    const Node *config =
+        add_instance_path(arena, schema(), document.root, std::string(path_head) + "/global/confederation/config");
+    int position = 0;
+    for (const Node *value = entries(config, *config->schema().child("member-as"))->first; value != nullptr;
+         value = next_entry(value)) {
+        ASSERT_EQ(value->operation == YFW_OP_CREATE, ++position % 3 == 0) << position;
+    }
+    EXPECT_EQ(position, 100000);
+}
+
 TEST(Documents, NetconfElementsArePeeledOff) {
     constexpr std::string_view data = "<vrfs xmlns='http://tarn-kel.example/ns/yang/Tarn-KEL-VN-ipv4-bgp-cfg'/>";
     const std::string rpc = "<rpc message-id='1' xmlns='urn:ietf:params:xml:ns:netconf:base:1.0'><edit-config>"
