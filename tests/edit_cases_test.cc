@@ -531,6 +531,7 @@ TEST_F(EditCases, AcrossNetworkInstances) {
            ! config/as)"},
         {in_default, "a VRF of two instances", R"(
            N /vrfs/vrf[vrf-name=red]
+           N ~/vrfs/vrf[vrf-name=red]/vrf-global/exists=
            N ~/vrfs/vrf[vrf-name=red]/vrf-global/router-id=1.1.1.1
            N /bgp/instance[instance-name=b]/instance-as[as=0]/four-byte-as[as=1]/vrfs/vrf[vrf-name=red]/vrf-global/exists=
              ^/bgp/global.as=65000

@@ -295,16 +295,29 @@ inline Reports with_consequences(Reports reports, Item &before, Item &wanted) {
             more.push_back({path[0], is_default ? "network-instance" : in, path[2], path[3]});
         }
     });
+    // What a VRF, or a table connection, brings into the default network instance does not come without it.
+    const auto implied = [&](const Steps &by, const std::string &protocol) {
+        if (std::find(reports.paths.begin(), reports.paths.end(), by) != reports.paths.end()) {
+            more.push_back({by[0], "network-instance", "protocols", protocol});
+        }
+    };
+    for (Item *tree : {&before, &wanted}) {
+        for_each_protocol(*tree, [&](Item &instance, Item &protocol) {
+            implied({"network-instances", step_of(instance), "protocols", step_of(protocol), "bgp"}, step_of(protocol));
+        });
+    }
     for (const char *family : {"IPV4", "IPV6"}) {
         const Steps path = parse_path("/network-instances/network-instance[name=DEFAULT]/protocols/"
                                       "protocol[identifier=BGP][name=default]/bgp/global/afi-safis/"
                                       "afi-safi[afi-safi-name=" +
                                       std::string(family) + "_UNICAST]");
         for (const char *source : {"STATIC", "OSPF", "DIRECTLY_CONNECTED", "ISIS"}) {
+            const Steps connection{path[0], path[1], "table-connections",
+                                   "table-connection[src-protocol=" + std::string(source) +
+                                       "][dst-protocol=BGP][address-family=" + family + ']'};
+            implied(connection, path[3]);
             if (reports.excuse(path)) {
-                more.push_back({path[0], path[1], "table-connections",
-                                "table-connection[src-protocol=" + std::string(source) +
-                                    "][dst-protocol=BGP][address-family=" + family + ']'});
+                more.push_back(connection);
             }
         }
     }

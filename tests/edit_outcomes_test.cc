@@ -114,18 +114,31 @@ TEST_F(EditCases, ValuesHaveOneForm) {
 }
 
 TEST_F(EditCases, KeysTakeNoOperation) {
-    for (const char *operation : {"delete", "remove", "create", "replace"}) {
-        const std::map<std::string, unsigned> keys{{"@/neighbor-address", both | for_neighbors},
-                                                   {"%/neighbor-address", both | for_neighbors},
-                                                   {"@/peer-group-name", in_default | for_groups},
-                                                   {"~/bgp/global#4/afi-safi-name", both},
-                                                   {"@#4/afi-safi-name", both | for_peers},
-                                                   {"~/name", both},
-                                                   {"$/name", both},
-                                                   {"&/src-protocol", in_default}};
-        for (const auto &[key, scope] : keys) {
-            const std::string lines = " @#4\n ~/bgp/global#4\n > " + key + '{' + operation + "}\n ! key\n";
-            run({scope, key.c_str(), lines.c_str()});
+    const ScratchDirectory directory;
+    const Store store(directory / "db", engine().schema(), Access::write);
+    for (const char *network_instance : {"DEFAULT", "red"}) {
+        for (const bool group : {false, true}) {
+            const Place place{network_instance, network_instance, "core", group};
+            edit(store, document(expand_node("@.peer-as=1", place, false) + '\n' +
+                                 expand_node("~/bgp/global.as=65000", place, false)));
+            const std::string before = native(store);
+            for (const std::string key : {"@/neighbor-address", "%/neighbor-address", "@/peer-group-name",
+                                          "~/bgp/global#4/afi-safi-name", "@#4/afi-safi-name", "~/name", "$/name",
+                                          "&/src-protocol"}) {
+                const std::string name = key.substr(key.rfind('/') + 1);
+                if (name == (group ? "neighbor-address" : "peer-group-name")) {
+                    continue;
+                }
+                // Trees are written without the operations of keys.
+                std::string text = document(expand_node(key, place, false));
+                const std::size_t at = text.rfind('<' + name) + name.size() + 1;
+                for (const char *operation : {"delete", "remove", "create", "replace"}) {
+                    const std::string with = " nc:operation=\"" + std::string(operation) + '"';
+                    const Outcome outcome = edit(store, text.substr(0, at) + with + text.substr(at));
+                    EXPECT_TRUE(outcome.refused && has(*outcome.refused, "key")) << key << ' ' << operation;
+                    EXPECT_EQ(native(store), before);
+                }
+            }
         }
     }
     static constexpr Case copies[] = {

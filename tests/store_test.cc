@@ -1,4 +1,5 @@
 // The store and the application of edits to it.
+#include "store/check.h"
 #include "store_fixture.h"
 
 #include <sys/file.h>
@@ -7,6 +8,8 @@
 
 #include <fcntl.h>
 #include <functional>
+#include <map>
+#include <random>
 
 namespace yfw::test {
 namespace {
@@ -203,6 +206,31 @@ std::string small_model(const std::string &body) {
     return "module small { yang-version 1.1; namespace \"urn:small\"; prefix s; container top { " + body + " } }";
 }
 
+TEST(Models, AreThoseOfTheDirectoriesNamed) {
+    const ScratchDirectory scratch;
+    const auto module = [&scratch](const std::string &name, const std::string &leaf) {
+        write_file(scratch / name, small_model("leaf " + leaf + " { type string; }"));
+    };
+    const auto has = [](const Schema &schema, const std::string &leaf) {
+        return schema.find("/top/" + leaf) != nullptr;
+    };
+    module("one/small.yang", "own");
+    module("one/below/small@2031-01-01.yang", "below");
+    module("two/small@2030-01-01.yang", "older");
+    module("two/small@2031-01-01.yang", "newer");
+    fs::create_directory(scratch / "one/directory.yang");
+    EXPECT_TRUE(has(Schema({scratch / "one", scratch / "two"}), "own"));
+    EXPECT_TRUE(has(Schema({scratch / "two", scratch / "one"}), "newer"));
+    // A submodule, of another directory than its module.
+    write_file(scratch / "first/whole.yang",
+               "module whole { yang-version 1.1; namespace 'urn:w'; prefix w; include part; }");
+    write_file(scratch / "second/part.yang", "submodule part { yang-version 1.1; belongs-to whole { prefix w; } "
+                                             "container top { leaf own { type string { pattern '^a$'; } } } }");
+    write_file(scratch / "second/below/part@2031-01-01.yang", "submodule part { belongs-to whole { prefix w; } }");
+    const Schema whole({scratch / "first", scratch / "second"});
+    EXPECT_TRUE(has(whole, "own"));
+}
+
 TEST(Store, OutlivesModelsThatGrowAndNamesThoseItNeeds) {
     const ScratchDirectory scratch;
     const std::string list =
@@ -319,7 +347,120 @@ TEST(Store, IsReadWhereNothingMayBeWritten) {
                   return reads && said.find("may not be written") != std::string::npos ? 0 : 2;
               }),
               0);
-    fs::permissions(scratch / "db", fs::perms::owner_all);
+    // It cannot be noted as a reader: it and writers wait for one another.
+    fs::permissions(scratch / "db", static_cast<fs::perms>(0755));
+    fs::permissions(scratch / "db/data.mdb", static_cast<fs::perms>(0644));
+    const Store writer(scratch / "db", schema, Access::write);
+    fs::permissions(scratch / "db/lock.mdb", static_cast<fs::perms>(0444));
+    EXPECT_EQ(in_child([&] {
+                  if (::getuid() == 0 && ::setuid(65534) != 0) {
+                      return 1;
+                  }
+                  const Store reader(scratch / "db", schema, Access::read, {.lock_wait = {}});
+                  const auto held = reader.begin(Access::read);
+                  return 0;
+              }),
+              0);
+    const Transaction writing = writer.begin(Access::write);
+    EXPECT_EQ(in_child([&] {
+                  if (::getuid() == 0 && ::setuid(65534) != 0) {
+                      return 1;
+                  }
+                  const std::string said =
+                      failure([&] { Store(scratch / "db", schema, Access::read, {.lock_wait = {}}); });
+                  return said.find("in use") != std::string::npos ? 0 : 2;
+              }),
+              0);
+}
+
+TEST(Store, IsCheckedRecordByRecord) {
+    const Schema &schema = project_schema();
+    const auto key = [&schema](const Transaction &transaction, const std::string &path, const std::string &values) {
+        std::string text;
+        append_number(text, transaction.number(*schema.find(path)));
+        return text + values;
+    };
+    const std::vector<std::pair<std::string, std::function<void(Transaction &)>>> cases{
+        {"", [](Transaction &) {}},
+        {"a record of an unknown kind", [](Transaction &t) { t.put("x", ""); }},
+        {"/vrfs/vrf[vrf-name=a]: its values cannot be told apart",
+         [&](Transaction &t) { t.put("d" + key(t, "/vrfs/vrf", std::string("a\0", 2)), "x"); }},
+        {"/vrfs/vrf: an entry without its keys", [&](Transaction &t) { t.put("d" + key(t, "/vrfs/vrf", "a"), ""); }},
+        {"/: an entry of no list", [&](Transaction &t) { t.put("d\x7f\x7fx", ""); }},
+        {"/vrfs/vrf[vrf-name=a]: a value of no leaf",
+         [&](Transaction &t) {
+             t.put("d" + key(t, "/vrfs/vrf", std::string("a\0", 2)), key(t, "/bgp/instance", std::string(1, '\0')));
+         }},
+        {"four-byte-as[as=x]/as: ",
+         [&](Transaction &t) {
+             const std::string instance = "d" + key(t, "/bgp/instance", std::string("core\0", 5)) +
+                                          key(t, "/bgp/instance/instance-as", std::string("0\0", 2));
+             t.put(instance + key(t, "/bgp/instance/instance-as/four-byte-as", std::string("x\0", 2)), "");
+         }},
+        {"/bgp/instance[instance-name=gone]: there are entries in it",
+         [&](Transaction &t) {
+             t.put("d" + key(t, "/bgp/instance", std::string("gone\0", 5)) +
+                       key(t, "/bgp/instance/instance-as", std::string("0\0", 2)),
+                   "");
+         }},
+    };
+    const ScratchDirectory scratch;
+    const Store store(scratch / "db", schema, Access::write);
+    edit(store, schema, start);
+    edit(store, schema, "/vrfs/vrf[vrf-name=blue]/bgp-global/route-distinguisher/type=as");
+    for (const auto &[expected, spoil] : cases) {
+        Transaction transaction = store.begin(Access::write);
+        spoil(transaction);
+        std::string found;
+        for (const std::string &problem : check_records(transaction, schema).problems) {
+            found += problem + '\n';
+        }
+        EXPECT_TRUE(expected.empty() ? found.empty() : found.find(expected) != std::string::npos) << found;
+    }
+}
+
+// A few bytes of the file anywhere, and of the page headers, where they do most.
+TEST(Store, ThatIsDamagedEndsNoProcess) {
+    const ScratchDirectory scratch;
+    const Schema &schema = project_schema();
+    {
+        const Store store(scratch / "db", schema, Access::write);
+        edit(store, schema, neighbors(600, "/description=" + std::string(60, 'x')));
+        edit(store, schema, "@1/description=" + std::string(9000, 'y') + "\n@2/description=" + std::string(9000, 'z'));
+        edit(store, schema, neighbors(250, "{delete}"));
+    }
+    const std::string sound = file_bytes(scratch / "db/data.mdb");
+    const char *given = std::getenv("YFW_TEST_SEED");
+    const auto seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
+    std::printf("YFW_TEST_SEED=%u\n", seed);
+    std::mt19937 random(seed);
+    const auto used = [&](const fs::path &directory) {
+        return in_child([&] {
+            const std::string said = failure([&] {
+                const Store store(directory, schema, Access::write);
+                try {
+                    fetch(store, schema, all);
+                    edit(store, schema, neighbors(300, "/create="));
+                    edit(store, schema, "/bgp{delete}");
+                } catch (const Refused &) {}
+            });
+            return said.empty() ? 0 : said.find(directory.string()) != std::string::npos ? 1 : 2;
+        });
+    };
+    std::map<int, int> ends;
+    for (int round = 0; round < 100; ++round) {
+        std::string bytes = sound;
+        for (unsigned i = 1 + random() % 3; i > 0; --i) {
+            const std::size_t page = random() % (bytes.size() / 4096) * 4096;
+            bytes[page + random() % (round % 2 == 0 ? 4096 : 48)] = static_cast<char>(random());
+        }
+        write_file(scratch / "damaged/data.mdb", bytes);
+        const int end = used(scratch / "damaged");
+        ++ends[end];
+        EXPECT_TRUE(WIFEXITED(end) && WEXITSTATUS(end) < 2) << "round " << round << ", ended as " << end;
+        fs::remove_all(scratch / "damaged");
+    }
+    EXPECT_GT(ends.size(), 1U) << "damage is seen, or does no harm";
 }
 
 } // namespace

@@ -196,17 +196,4 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     apply_edit(transaction, document.root);
 }
 
-void Engine::check_key(const PasswordKey &key, Access access, Transaction &transaction) {
-    constexpr std::string_view record = "k"; // no data's: those begin with "d"
-    const std::string own = key.fingerprint();
-    const auto noted = transaction.record(record);
-    if (noted && !own.empty() && *noted != own) {
-        throw Unusable("the passwords in " + transaction.directory().string() +
-                       " were enciphered with another key than the one in its key file");
-    }
-    if (!noted && !own.empty() && access == Access::write) {
-        transaction.put(record, own);
-    }
-}
-
 } // namespace yfw

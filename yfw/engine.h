@@ -5,8 +5,8 @@
 #include "documents/writer.h"
 #include "mapping/mapping.h"
 #include "platform/log.h"
-#include "platform/password.h"
 #include "request/request.h"
+#include "store/key.h"
 #include "store/store.h"
 #include "sysdb/view.h"
 #include "edit/edit.h"
@@ -60,10 +60,6 @@ class Engine {
     // Puts a document's native configuration, or operational data, in the place of what the transaction holds under the
     // same top-level nodes. The text is wiped and empty once it is read. Throws Refused.
     void load(std::string &text, Syntax syntax, Transaction &transaction) const;
-
-    // Holds the key against the one that the store's passwords were enciphered with; a write transaction notes the
-    // first one. Throws Unusable when they are two.
-    static void check_key(const PasswordKey &key, Access access, Transaction &transaction);
 
     // Reports what the engine is about, for a person who waits: "reading", "translating", "applying".
     std::function<void(const char *)> on_stage;

@@ -2,14 +2,17 @@
 #include "schema.h"
 
 #include "error.h"
+#include "temporary_directory.h"
 
 #include <libyang/libyang.h>
 
 #include <algorithm>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <sstream>
+#include <utility>
 
 namespace yfw {
 
@@ -43,20 +46,26 @@ std::string read_file(const std::filesystem::path &file) {
     return std::move(text).str();
 }
 
+std::pair<bool, std::string> rank(const std::filesystem::path &file) {
+    std::string name = file.filename().string();
+    return {name.find('@') == std::string::npos, std::move(name)};
+}
+
 Texts read_modules(const std::vector<std::filesystem::path> &directories) {
     Texts texts;
     for (const auto &directory : directories) {
         std::error_code error;
         std::vector<std::filesystem::path> files;
         for (const auto &file : std::filesystem::directory_iterator(directory, error)) {
-            if (file.path().extension() == ".yang") {
+            if (file.path().extension() == ".yang" && !file.is_directory()) {
                 files.push_back(file.path());
             }
         }
         if (error) {
             throw Unusable("cannot read the models directory " + directory.string() + ": " + error.message());
         }
-        std::sort(files.begin(), files.end());
+        // Of several revisions in one directory the newest, which is the last; before them the file that names none.
+        std::sort(files.rbegin(), files.rend(), [](const auto &a, const auto &b) { return rank(a) < rank(b); });
         for (const auto &file : files) {
             const std::string stem = file.stem().string();
             const std::string name = stem.substr(0, stem.find('@'));
@@ -68,12 +77,12 @@ Texts read_modules(const std::vector<std::filesystem::path> &directories) {
     return texts;
 }
 
-// Gives libyang the modules that were mended or lie in another directory than the first.
+// Gives libyang the modules. It looks for none itself: it would take those of subdirectories, too.
 LY_ERR import_module(const char *name, const char *, const char *submodule, const char *, void *given,
                      LYS_INFORMAT *format, const char **text, ly_module_imp_data_free_clb *release) {
     const auto &known = *static_cast<const Texts *>(given);
-    const auto found = known.find(submodule != nullptr ? submodule : name);
-    if (found == known.end()) {
+    const auto found = known.find(name);
+    if (submodule != nullptr || found == known.end()) {
         return LY_ENOTFOUND;
     }
     *format = LYS_IN_YANG;
@@ -97,6 +106,30 @@ bool is_submodule(std::string_view text) {
     return text.starts_with("submodule ") || (line != std::string_view::npos && line < text.find('{'));
 }
 
+// libyang crashes when a callback gives it submodules: they get a directory of their own, with nothing else in it, for
+// as long as the modules are loaded. Null when there are none.
+std::unique_ptr<TemporaryDirectory> give_submodules(ly_ctx *context, const Texts &texts) {
+    std::unique_ptr<TemporaryDirectory> directory;
+    for (const auto &[name, text] : texts) {
+        if (!is_submodule(text)) {
+            continue;
+        }
+        if (directory == nullptr) {
+            directory = std::make_unique<TemporaryDirectory>();
+        }
+        std::ofstream file(directory->path() / (name + ".yang"), std::ios::binary);
+        file << text;
+        file.close();
+        if (!file) {
+            throw Unusable("cannot write into " + directory->path().string());
+        }
+    }
+    if (directory != nullptr && ly_ctx_set_searchdir(context, directory->path().c_str()) != LY_SUCCESS) {
+        throw Unusable("cannot use the directory " + directory->path().string() + ": " + last_error(context));
+    }
+    return directory;
+}
+
 } // namespace
 
 void keep_libyang_quiet() {
@@ -105,11 +138,10 @@ void keep_libyang_quiet() {
 }
 
 void Schema::load(const std::vector<std::filesystem::path> &directories) {
-    const Texts texts = read_modules(directories);
-    Texts given;
-    for (const auto &[name, text] : texts) {
-        if (needs_mending(text) || !std::filesystem::exists(directories.front() / (name + ".yang"))) {
-            mend_patterns(given.emplace(name, text).first->second);
+    Texts texts = read_modules(directories);
+    for (auto &[name, text] : texts) {
+        if (needs_mending(text)) {
+            mend_patterns(text);
         }
     }
     keep_libyang_quiet();
@@ -120,12 +152,8 @@ void Schema::load(const std::vector<std::filesystem::path> &directories) {
         throw Unusable("cannot set libyang up");
     }
     context_.reset(created);
-    // With a second search directory libyang would take that one's modules of the same names. It crashes when a
-    // callback gives it submodules, so those of the first directory it must find itself.
-    if (ly_ctx_set_searchdir(created, directories.front().c_str()) != LY_SUCCESS) {
-        throw Unusable("cannot use the models directory " + directories.front().string() + ": " + last_error(created));
-    }
-    ly_ctx_set_module_imp_clb(created, import_module, &given);
+    const auto submodules = give_submodules(created, texts);
+    ly_ctx_set_module_imp_clb(created, import_module, &texts);
     // The native modules first: of two top-level nodes of one name theirs is meant by a path without a module.
     for (const bool open_config : {false, true}) {
         for (const auto &[name, text] : texts) {
@@ -142,6 +170,7 @@ void Schema::load(const std::vector<std::filesystem::path> &directories) {
         throw Unusable("the YANG modules do not fit together: " + last_error(created));
     }
     ly_ctx_set_module_imp_clb(created, nullptr, nullptr);
+    ly_ctx_unset_searchdir(created, nullptr);
 }
 
 } // namespace yfw

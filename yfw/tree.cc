@@ -224,6 +224,7 @@ Node *search(const Entries &entries, std::uint64_t hash, Matches matches) {
 void fold_children(Arena &arena, Node *from, Node *into);
 
 void fold_node(Arena &arena, Node *from, Node *into) {
+    into->flags |= from->flags & whole;
     if (from->op_is_set() && (from->is_delete() || !into->is_delete())) { // nothing takes a delete back
         into->set_operation(from->operation);
     }

@@ -14,6 +14,7 @@ namespace yfw {
 
 // Flags of the framework's own.
 inline constexpr std::uint32_t state_only = 0x10000; // an entry of a read's result that only state is known of
+inline constexpr std::uint32_t whole = 0x40000;      // of what a read declares: all that lies in the node is wanted
 inline constexpr std::uint32_t traced = 0x20000;     // a node of a tree that keeps origins: room for it is in front
 
 // What the boundary shows of a node. A leaf is this and no more, since a request has hundreds of thousands.

@@ -1,18 +1,24 @@
 #include "command.h"
 
+#include "documents/reader.h"
+#include "text.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <map>
 
 namespace yfw::tool {
 
 Messages::Messages() : colour_(isatty(STDERR_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr) {}
 
 void Messages::error(const std::string &text) const {
-    std::fprintf(stderr, "%serror:%s %s\n", colour_ ? "\033[1;31m" : "", colour_ ? "\033[0m" : "", text.c_str());
+    std::fprintf(stderr, "%serror:%s %s\n", colour_ ? "\033[1;31m" : "", colour_ ? "\033[0m" : "",
+                 visible(text).c_str());
 }
 
 void Messages::error(const Refused &refused) const {
@@ -22,7 +28,7 @@ void Messages::error(const Refused &refused) const {
 }
 
 void Messages::line(const char *word, const std::string &text) const {
-    std::fprintf(stderr, "%s: %s\n", word, text.c_str());
+    std::fprintf(stderr, "%s: %s\n", word, visible(text).c_str());
 }
 
 Session::Session(const Globals &globals)
@@ -32,7 +38,7 @@ Session::Session(const Globals &globals)
 
 Session::~Session() {
     for (const std::string &line : log_.trace()) {
-        std::fprintf(stderr, "%s\n", line.c_str());
+        std::fprintf(stderr, "%s\n", visible(line).c_str());
     }
 }
 
@@ -48,43 +54,85 @@ void Session::show_progress() {
     };
 }
 
-std::string read_text(const std::string &file) {
-    const bool standard = file == "-";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> opened(
-        standard ? nullptr : std::fopen(file.c_str(), "rb"), [](std::FILE *stream) { return std::fclose(stream); });
-    std::FILE *stream = standard ? stdin : opened.get();
-    if (stream == nullptr) {
-        throw Refused(Reason::malformed_document, file, std::string("cannot be opened: ") + std::strerror(errno));
-    }
-    std::string text;
-    if (!standard && std::fseek(stream, 0, SEEK_END) == 0) {
-        const long size = std::ftell(stream);
-        std::rewind(stream);
-        text.reserve(size > 0 ? static_cast<std::size_t>(size) + 256 : 0);
-    }
-    std::array<char, std::size_t{64} << 10U> buffer{};
-    for (std::size_t count = 1; count > 0;) {
-        count = std::fread(buffer.data(), 1, buffer.size(), stream);
-        text.append(buffer.data(), count);
-    }
-    explicit_bzero(buffer.data(), buffer.size());
-    if (std::ferror(stream) != 0) {
-        throw Refused(Reason::malformed_document, file, std::string("cannot be read: ") + std::strerror(errno));
-    }
-    return text;
+namespace {
+
+constexpr std::size_t largest_document = ReadOptions{}.max_size;
+constexpr std::size_t room = 256; // behind a text, for its reader
+
+[[noreturn]] void refuse_size(const std::string &file) {
+    throw Refused(Reason::too_big, "", file + " has more than " + std::to_string(largest_document) + " bytes");
 }
 
-SecretText::SecretText(const std::string &file) : text_(read_text(file)) {}
+} // namespace
+
+SecretText::SecretText(const std::string &file) {
+    const bool standard = file == "-";
+    const FileHandle opened(standard ? -1 : ::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    const int descriptor = standard ? STDIN_FILENO : opened.get();
+    if (descriptor < 0) {
+        throw Unreadable(file + " cannot be opened: " + std::strerror(errno));
+    }
+    struct stat status {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+        const auto size = static_cast<std::size_t>(status.st_size);
+        if (size > largest_document) {
+            refuse_size(file);
+        }
+        text_.reserve(size + room);
+    }
+    std::array<char, std::size_t{64} << 10U> buffer{};
+    ssize_t count = 1;
+    while (count > 0 && text_.size() <= largest_document) {
+        do {
+            count = ::read(descriptor, buffer.data(), buffer.size());
+        } while (count < 0 && errno == EINTR);
+        append({buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))});
+    }
+    const int error = errno;
+    explicit_bzero(buffer.data(), buffer.size());
+    if (count < 0) {
+        throw Unreadable((standard ? "standard input" : file) + " cannot be read: " + std::strerror(error));
+    }
+    if (text_.size() > largest_document) {
+        explicit_bzero(text_.data(), text_.size());
+        refuse_size(standard ? "standard input" : file);
+    }
+}
+
+// What was outgrown is overwritten, too.
+void SecretText::append(std::string_view piece) {
+    if (text_.size() + piece.size() > text_.capacity()) {
+        std::string larger;
+        const std::size_t needed = text_.size() + piece.size();
+        larger.reserve(std::max(needed, std::min(2 * needed, largest_document)) + room);
+        larger.append(text_);
+        explicit_bzero(text_.data(), text_.size());
+        text_.swap(larger);
+    }
+    text_.append(piece);
+}
 
 SecretText::~SecretText() {
     explicit_bzero(text_.data(), text_.size());
 }
 
+void for_each_file(const std::vector<std::string> &files, const std::function<void(const std::string &)> &work) {
+    std::size_t done = 0;
+    try {
+        for (; done < files.size(); ++done) {
+            work(files[done]);
+        }
+    } catch (...) {
+        for (std::size_t i = 0; i < done; ++i) {
+            Messages().line("committed", files[i]);
+        }
+        throw;
+    }
+}
+
 void add_output_options(CLI::App &command, Output &output) {
-    static const std::map<std::string, Syntax> syntaxes{{"json", Syntax::json}, {"xml", Syntax::xml}};
-    command.add_option("-o,--output", output.syntax, "The syntax of what is printed: json or xml")
-        ->transform(CLI::CheckedTransformer(syntaxes).description(""))
-        ->type_name("json|xml");
+    add_choice<Syntax>(command, "-o,--output", output.syntax, {{"json", Syntax::json}, {"xml", Syntax::xml}},
+                       "The syntax of what is printed: json or xml");
     command.add_flag("--compact", output.compact, "Print it in one line, without blanks");
 }
 

@@ -4,14 +4,17 @@
 #include "documents/writer.h"
 #include "engine.h"
 #include "error.h"
-#include "platform/password.h"
 
 #include <CLI/CLI.hpp>
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace yfw::tool {
@@ -61,12 +64,15 @@ class Session {
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// A file's text, or standard input's for "-". Throws Refused.
-std::string read_text(const std::string &file);
+// A document that cannot be read: wrong usage.
+class Unreadable : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
-// A document's text, overwritten when it goes: it may hold passwords in clear.
+// The text of a file, or of standard input for "-", overwritten when it goes: it may hold passwords in clear.
 class SecretText {
   public:
+    // Throws Unreadable, or Refused when it is larger than a document may be.
     explicit SecretText(const std::string &file);
     ~SecretText();
     SecretText(const SecretText &) = delete;
@@ -74,14 +80,20 @@ class SecretText {
     std::string &get() { return text_; }
 
   private:
+    void append(std::string_view piece);
+
     std::string text_;
 };
+
+// The files of a command, each committed by itself: when work fails at one, those before it are named.
+void for_each_file(const std::vector<std::string> &files, const std::function<void(const std::string &)> &work);
 
 // Adds the subcommands. Each sets *exit_code when it is run.
 void add_edit(CLI::App &app, const Globals &globals, int *exit_code);
 void add_load(CLI::App &app, const Globals &globals, int *exit_code);
 void add_get(CLI::App &app, const Globals &globals, int *exit_code);
 void add_sysdb(CLI::App &app, const Globals &globals, int *exit_code);
+void add_check(CLI::App &app, const Globals &globals, int *exit_code);
 void add_map(CLI::App &app, const Globals &globals, int *exit_code);
 
 struct Output {
@@ -90,6 +102,28 @@ struct Output {
 
     [[nodiscard]] WriteOptions options() const { return {.syntax = syntax, .pretty = !compact}; }
 };
+
+// An option that takes one of a few words.
+template <typename Value>
+using Choices = std::vector<std::pair<std::string_view, Value>>;
+template <typename Value>
+void add_choice(CLI::App &command, const std::string &name, Value &value, const Choices<Value> &choices,
+                const std::string &description) {
+    std::string words;
+    for (const auto &[word, meant] : choices) {
+        words.append(words.empty() ? "" : "|").append(word);
+    }
+    const auto take = [name, &value, choices, words](const std::string &given) {
+        for (const auto &[word, meant] : choices) {
+            if (given == word) {
+                value = meant;
+                return;
+            }
+        }
+        throw CLI::ValidationError(name.substr(name.find("--")), '\'' + given + "' is none of " + words);
+    };
+    command.add_option_function<std::string>(name, take, description)->type_name(words);
+}
 
 // The options -o json|xml and --compact.
 void add_output_options(CLI::App &command, Output &output);

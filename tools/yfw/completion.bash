@@ -11,7 +11,7 @@ _yfw_subcommand()
                 [[ ${COMP_WORDS[i + 1]} == "=" ]] && ((i++))
                 ((i++))
                 ;;
-            edit | get | load | sysdb | map)
+            edit | get | load | sysdb | check | map)
                 printf '%s' "$word"
                 return
                 ;;
@@ -66,7 +66,7 @@ _yfw()
     if [[ $cur == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
     elif [[ -z $command ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "edit get load sysdb map" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "edit get load sysdb check map" -- "$cur")
     elif [[ $command == edit || $command == load ]]; then
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")

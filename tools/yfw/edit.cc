@@ -1,9 +1,8 @@
 // yfw edit: translates OpenConfig edits, shows and commits the native ones.
 #include "command.h"
 
-#include "platform/temporary_directory.h"
+#include "temporary_directory.h"
 
-#include <map>
 #include <optional>
 
 namespace yfw::tool {
@@ -65,7 +64,14 @@ void edit_one(Session &session, const Arguments &arguments, const std::string &f
     if (!arguments.dry_run) {
         transaction.commit();
     }
-    print_edit(session, arguments, result);
+    try {
+        print_edit(session, arguments, result);
+    } catch (const Unusable &) {
+        if (!arguments.dry_run) {
+            Messages().line("committed", file);
+        }
+        throw;
+    }
 }
 
 void run(const Globals &globals, const Arguments &arguments) {
@@ -74,10 +80,9 @@ void run(const Globals &globals, const Arguments &arguments) {
     if (arguments.dry_run) {
         const DryRunDirectory directory(globals.db);
         const Store store(directory.path(), session.schema(), Access::write);
-        const PasswordKey key(directory.path() / "key", true);
         // The files see each other's changes, and the store sees none.
         Transaction transaction = store.begin(Access::write);
-        Engine::check_key(key, Access::write, transaction);
+        const StoreKey key(transaction, KeyUse::dry_run);
         for (const std::string &file : arguments.files) {
             if (&file == &arguments.files.back()) {
                 transaction.keep_nothing();
@@ -87,12 +92,11 @@ void run(const Globals &globals, const Arguments &arguments) {
         return;
     }
     const Store store = session.open(Access::write);
-    const PasswordKey key(globals.db / "key", true);
-    for (const std::string &file : arguments.files) {
+    for_each_file(arguments.files, [&](const std::string &file) {
         Transaction transaction = store.begin(Access::write);
-        Engine::check_key(key, Access::write, transaction);
+        const StoreKey key(transaction, KeyUse::edit);
         edit_one(session, arguments, file, transaction);
-    }
+    });
 }
 
 } // namespace
@@ -101,13 +105,10 @@ void add_edit(CLI::App &app, const Globals &globals, int *) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App *command = app.add_subcommand("edit", "Translate OpenConfig edits, show and commit the native ones");
     command->add_flag("--dry-run", arguments->dry_run, "Do everything but the commit");
-    static const std::map<std::string, DefaultOperation> operations{
-        {"merge", DefaultOperation::merge}, {"replace", DefaultOperation::replace}, {"none", DefaultOperation::none}};
-    command
-        ->add_option("--default-operation", arguments->options.default_operation,
-                     "What applies to nodes without an operation of their own: merge, replace or none")
-        ->transform(CLI::CheckedTransformer(operations).description(""))
-        ->type_name("merge|replace|none");
+    add_choice<DefaultOperation>(
+        *command, "--default-operation", arguments->options.default_operation,
+        {{"merge", DefaultOperation::merge}, {"replace", DefaultOperation::replace}, {"none", DefaultOperation::none}},
+        "What applies to nodes without an operation of their own: merge, replace or none");
     command->add_flag("--skip-unknown", arguments->options.skip_unknown,
                       "List nodes outside the models instead of refusing the edit");
     command->add_flag("--strict", arguments->options.strict, "Refuse an edit with nodes that are not mapped");

@@ -3,6 +3,7 @@
 
 #include "bgp/roots.h"
 #include "documents/instance_path.h"
+#include "text.h"
 
 namespace yfw::tool {
 
@@ -47,16 +48,16 @@ void print_openconfig(Session &session, const Arguments &arguments, const Transa
 }
 
 // One line for each innermost node.
-void print_paths(const Node *node) {
+void print_paths(Sink &sink, const Node *node) {
     bool innermost = true;
     for (const Node *below = node->first(); below != nullptr; below = below->next()) {
         if (!below->schema().is_key) {
             innermost = false;
-            print_paths(below);
+            print_paths(sink, below);
         }
     }
     if (innermost && node->up() != nullptr) {
-        std::printf("%s\n", instance_path(node).c_str());
+        sink.put(visible(instance_path(node)) + '\n');
     }
 }
 
@@ -70,13 +71,17 @@ void run(const Globals &globals, const Arguments &arguments) {
     const Store store = session.open(Access::read);
     Transaction transaction = store.begin(Access::read);
     if (!arguments.paths) {
-        const PasswordKey key(globals.db / "key", false);
-        Engine::check_key(key, Access::read, transaction);
+        const StoreKey key(transaction, KeyUse::read);
+        if (!key.note().empty()) {
+            Messages().line("note", key.note());
+        }
         print_openconfig(session, arguments, transaction);
         return;
     }
     const auto request = session.engine().declare(arguments.wanted, arguments.state, transaction);
-    print_paths(request->destination());
+    Sink sink(stdout);
+    print_paths(sink, request->destination());
+    sink.flush();
 }
 
 } // namespace

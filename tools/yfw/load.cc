@@ -13,13 +13,13 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
         Session session(globals);
         session.show_progress();
         const Store store = session.open(Access::write);
-        for (const std::string &file : *files) {
-            std::string text = read_text(file);
-            const Syntax syntax = guess_syntax(text);
+        for_each_file(*files, [&](const std::string &file) {
+            SecretText text(file);
+            const Syntax syntax = guess_syntax(text.get());
             Transaction transaction = store.begin(Access::write);
-            session.engine().load(text, syntax, transaction);
+            session.engine().load(text.get(), syntax, transaction);
             transaction.commit();
-        }
+        });
     });
 }
 

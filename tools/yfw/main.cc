@@ -1,9 +1,15 @@
 // yfw: OpenConfig BGP edits to native configuration, and back.
 #include "command.h"
 
+#include "text.h"
+
+#include <fcntl.h>
+
+#include <csignal>
 #include <cstdlib>
-#include <map>
 #include <new>
+#include <sstream>
+#include <utility>
 
 namespace {
 
@@ -50,36 +56,70 @@ void add_globals(CLI::App &app, Globals &globals) {
     app.add_option("--mapping", globals.mapping, "The mapping description")->type_name("FILE");
     app.add_option("--plugin", globals.plugin, "The mapping plug-in")->type_name("FILE");
     app.add_flag("--trace", globals.trace, "Print the trace buffer when done");
-    static const std::map<std::string, yfw::Log::Level> levels{{"error", yfw::Log::Level::error},
-                                                               {"trace", yfw::Log::Level::trace}};
-    app.add_option("--log-level", globals.log_level, "Write the debug log, up to error or trace")
-        ->transform(CLI::CheckedTransformer(levels).description(""))
-        ->type_name("error|trace");
+    yfw::tool::add_choice<yfw::Log::Level>(app, "--log-level", globals.log_level,
+                                           {{"error", yfw::Log::Level::error}, {"trace", yfw::Log::Level::trace}},
+                                           "Write the debug log, up to error or trace");
     app.parse_complete_callback([&globals, self, share] {
         globals.models.push_back(first_existing({self / "models", share / "models"}));
     });
 }
 
-} // namespace
+// A descriptor that is closed would become the store's, and output would be written into that. What takes its place
+// takes nothing.
+void fill_standard_descriptors() {
+    for (const auto &[descriptor, useless] : {std::pair{0, O_WRONLY}, {1, O_RDONLY}, {2, O_RDWR}}) {
+        if (::fcntl(descriptor, F_GETFD) < 0) {
+            (void)::open("/dev/null", useless);
+        }
+    }
+}
 
-int main(int argc, char **argv) {
+int usage_error(const CLI::ParseError &error, const CLI::App &app) {
+    if (error.get_exit_code() != 0) {
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n", yfw::visible(error.what()).c_str());
+        return yfw::tool::usage;
+    }
+    std::ostringstream text; // help, or the version
+    app.exit(error, text, text);
+    yfw::Sink sink(stdout);
+    sink.put(text.str());
+    sink.flush();
+    return yfw::tool::done;
+}
+
+int run(int argc, char **argv) {
     CLI::App app("Translates OpenConfig BGP configuration to the router's native configuration and back.", "yfw");
     app.set_version_flag("--version", std::string("yfw ") + YFW_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
     Globals globals;
     int exit_code = yfw::tool::done;
-    const yfw::tool::Messages messages;
+    add_globals(app, globals);
+    yfw::tool::add_edit(app, globals, &exit_code);
+    yfw::tool::add_load(app, globals, &exit_code);
+    yfw::tool::add_get(app, globals, &exit_code);
+    yfw::tool::add_sysdb(app, globals, &exit_code);
+    yfw::tool::add_check(app, globals, &exit_code);
+    yfw::tool::add_map(app, globals, &exit_code);
     try {
-        add_globals(app, globals);
-        yfw::tool::add_edit(app, globals, &exit_code);
-        yfw::tool::add_load(app, globals, &exit_code);
-        yfw::tool::add_get(app, globals, &exit_code);
-        yfw::tool::add_sysdb(app, globals, &exit_code);
-        yfw::tool::add_map(app, globals, &exit_code);
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? yfw::tool::done : yfw::tool::usage;
+        return usage_error(error, app);
+    }
+    return exit_code;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    fill_standard_descriptors();
+    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is an error of a write
+    const yfw::tool::Messages messages;
+    try {
+        return run(argc, argv);
+    } catch (const yfw::tool::Unreadable &unreadable) {
+        messages.error(unreadable.what());
+        return yfw::tool::usage;
     } catch (const yfw::Refused &refused) {
         messages.error(refused);
         return yfw::tool::refused;
@@ -90,5 +130,4 @@ int main(int argc, char **argv) {
         messages.error(failure.what());
         return yfw::tool::unusable;
     }
-    return exit_code;
 }

@@ -11,25 +11,24 @@ namespace yfw::tool {
 
 namespace {
 
-void print_node(const Engine &engine, const SchemaNode &node, const Transaction &transaction) {
+void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const Transaction &transaction) {
     const Binding *binding = engine.mapping().find(node);
     if (binding == nullptr) {
         if (!node.is_inner() && !node.is_key) {
-            std::printf("%s\n    not mapped\n", node.path.c_str());
+            sink.put(node.path + "\n    not mapped\n");
         }
         return;
     }
     const MappingEntry &entry = *binding->entry;
-    std::printf("%s\n    %s%s%s\n", node.path.c_str(), service_name(entry.served), entry.name.empty() ? "" : " ",
-                entry.name.c_str());
+    sink.put(node.path + "\n    " + service_name(entry.served) + (entry.name.empty() ? "" : " ") + entry.name + '\n');
     if (!node.is_inner() && entry.served != Service::key) {
         for (const std::string &path : Sampler::fetched(engine, node, transaction)) {
-            std::printf("    -> %s\n", path.c_str());
+            sink.put("    -> " + path + '\n');
         }
     }
     for (const MappingNote &note : engine.mapping().description().notes) {
         if (std::find(note.paths.begin(), note.paths.end(), node.path) != note.paths.end()) {
-            std::printf("    note: %s\n", note.text.c_str());
+            sink.put("    note: " + note.text + '\n');
         }
     }
 }
@@ -51,6 +50,7 @@ void run(const Globals &globals, const std::string &path) {
     const Store store = session.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
     const Schema &schema = session.schema();
+    Sink sink(stdout);
     bool any = false;
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
@@ -58,12 +58,13 @@ void run(const Globals &globals, const std::string &path) {
                                          : node.path == path || node.path.starts_with(path + "/");
         if (wanted) {
             any = true;
-            print_node(session.engine(), node, transaction);
+            print_node(sink, session.engine(), node, transaction);
         }
     }
     if (!any) {
         throw Refused(Reason::unknown_element, path, "no model has this path");
     }
+    sink.flush();
 }
 
 } // namespace

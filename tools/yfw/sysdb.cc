@@ -1,6 +1,8 @@
 // yfw sysdb: the system database as the plug-in sees it.
 #include "command.h"
 
+#include "text.h"
+
 namespace yfw::tool {
 
 void add_sysdb(CLI::App &app, const Globals &globals, int *) {
@@ -11,10 +13,12 @@ void add_sysdb(CLI::App &app, const Globals &globals, int *) {
         Session session(globals);
         const Store store = session.open(Access::read);
         const Transaction transaction = store.begin(Access::read);
+        Sink sink(stdout);
         const SystemDatabase database(transaction, session.schema());
         for (const SystemDatabase::Item &item : database.items(*pattern)) {
-            std::printf("%s = %s\n", item.path.c_str(), item.value.text.c_str());
+            sink.put(visible(item.path) + " = " + visible(item.value.text) + '\n');
         }
+        sink.flush();
     });
 }
 

@@ -1,6 +1,7 @@
 #include "bgp/rules.h"
 
 #include "edit/trees.h"
+#include "error.h"
 #include "mapping/companion.h"
 
 #include <algorithm>
@@ -52,16 +53,6 @@ void for_each_entry(const Node *parent, const SchemaNode *list, Visit visit) {
 bool is_default(const Node *network_instance) {
     const char *name = key_value(network_instance, 0);
     return name != nullptr && is_default_network_instance(name);
-}
-
-void empty(Node *node) {
-    std::vector<Node *> surplus;
-    for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            surplus.push_back(below);
-        }
-    }
-    std::for_each(surplus.begin(), surplus.end(), unlink);
 }
 
 const Node *topmost_delete(const Node *node) {
@@ -177,7 +168,7 @@ void BgpRules::widen_protocol(Arena &arena, Node *parts, Node *protocol) const {
         }
         return;
     }
-    empty(protocol);
+    take_children(protocol);
     if (is_default(protocol->up()->up())) {
         ensure_child(arena, protocol->up()->up(), *connection_->parent);
         Node *any = open_entry(arena, ensure_child(arena, parts, *instances_), *network_instance_);
@@ -199,7 +190,7 @@ void BgpRules::widen(Arena &arena, Node *parts) const {
         for_each_entry(of_instance, protocol_, [&](Node *protocol) { widen_protocol(arena, parts, protocol); });
     });
     if (all) {
-        empty(instances);
+        take_children(instances);
     }
 }
 
@@ -237,7 +228,8 @@ void BgpRules::keep_as(Arena &arena, Node *goes, Node *expected, const Node *set
     });
 }
 
-void BgpRules::take_connections_along(const Node *family, Node *expected, std::vector<Note> &notes) const {
+void BgpRules::take_connections_along(const Node *family, Node *expected, const Node *sets,
+                                      std::vector<Note> &notes) const {
     const Node *network_instance = family->up();
     while (&network_instance->schema() != network_instance_) {
         network_instance = network_instance->up();
@@ -247,18 +239,21 @@ void BgpRules::take_connections_along(const Node *family, Node *expected, std::v
     const bool whole = &family->schema() != family_;
     for_each_entry(connections, connection_, [&](Node *connection) {
         if (whole || family_of_connection(*connection) == identity(*family, "afi-safi-name")) {
-            notes.push_back({instance_path(connection), "it goes along with " + instance_path(family)});
+            if (sets == nullptr || counterpart(sets, connection) == nullptr) {
+                notes.push_back({instance_path(connection), "it goes along with " + instance_path(family)});
+            }
             unlink(connection);
         }
     });
 }
 
 // All of a native instance: the protocol entry, and those of VRFs when it is the default network instance's.
-void BgpRules::take_instance_along(const Node *protocol, Node *expected, std::vector<Note> &notes) const {
+void BgpRules::take_instance_along(const Node *protocol, Node *expected, const Node *sets,
+                                   std::vector<Note> &notes) const {
     const std::string name(text_of(child(protocol, "name")));
     const bool by_default = is_default(protocol->up()->up());
     if (by_default && name == connections_instance) {
-        take_connections_along(protocol, expected, notes);
+        take_connections_along(protocol, expected, sets, notes);
     }
     if (Node *rest = counterpart(expected, protocol); rest != nullptr) {
         const Node *bgp = child(rest, *bgp_);
@@ -272,7 +267,7 @@ void BgpRules::take_instance_along(const Node *protocol, Node *expected, std::ve
     for_each_entry(by_default ? instances : nullptr, network_instance_, [&](Node *network_instance) {
         for_each_entry(protocols(network_instance), protocol_, [&](Node *other) {
             if (text_of(child(other, "name")) == name) {
-                notes.push_back({instance_path(other), "it goes along with the BGP instance, which is that of " +
+                notes.push_back({instance_path(other) + "/bgp", "it goes along with the BGP instance, which is that of " +
                                                            instance_path(protocol)});
                 unlink(other);
             }
@@ -280,13 +275,24 @@ void BgpRules::take_instance_along(const Node *protocol, Node *expected, std::ve
     });
 }
 
-void BgpRules::take_along(const Node *goes, Node *expected, std::vector<Note> &notes) const {
+// What is set in an entry whose AS number goes needs another one.
+void BgpRules::refuse_orphans(const Node *protocol, const Node *sets) const {
+    const Node *bgp = sets == nullptr ? nullptr : counterpart(sets, protocol);
+    bgp = bgp == nullptr ? nullptr : child(bgp, *bgp_);
+    if (bgp != nullptr && !is_bare(bgp) && below(bgp, {"global", "config", "as"}) == nullptr) {
+        throw Refused(Reason::constraint, instance_path(bgp),
+                      "it cannot be set without an AS number, which this edit takes away");
+    }
+}
+
+void BgpRules::take_along(const Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const {
     const Node *instances = child(goes, *instances_);
     for_each_entry(instances, network_instance_, [&](Node *network_instance) {
         for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
             const Node *as = below(protocol, {"bgp", "global", "config", "as"});
             if (as != nullptr && as->is_delete()) {
-                take_instance_along(protocol, expected, notes);
+                refuse_orphans(protocol, sets);
+                take_instance_along(protocol, expected, sets, notes);
                 return;
             }
             const bool redistributes =
@@ -294,7 +300,7 @@ void BgpRules::take_along(const Node *goes, Node *expected, std::vector<Note> &n
             const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
             for_each_entry(redistributes ? all : nullptr, family_, [&](Node *family) {
                 if (family->is_delete()) {
-                    take_connections_along(family, expected, notes);
+                    take_connections_along(family, expected, sets, notes);
                 }
             });
         });

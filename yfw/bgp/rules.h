@@ -18,6 +18,10 @@ class BgpRules {
     [[nodiscard]] bool is_foreign(const Node &entry) const;
     // The default network instance is there even when nothing in it is configured.
     [[nodiscard]] bool is_always_there(const Node &entry) const;
+    // Entries that are nothing without what lies in them: that one, and protocol entries.
+    [[nodiscard]] bool is_nothing_alone(const Node &entry) const {
+        return &entry.schema() == protocol_ || is_always_there(entry);
+    }
     // Adds to the parts of a read what tells that the entry is there, without reading all of it.
     void add_probe(Arena &arena, Node *parts, const Node *entry) const;
     void add_everything(Arena &arena, Node *parts) const;
@@ -32,7 +36,8 @@ class BgpRules {
     // what is expected.
     void keep_as(Arena &arena, Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const;
     // Takes out of what is expected, which is what is stored without what goes, what goes along with that.
-    void take_along(const Node *goes, Node *expected, std::vector<Note> &notes) const;
+    // sets: may be null. Throws Refused when it has something that cannot be without what goes.
+    void take_along(const Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const;
 
     // A leaf that comes with a node that is set: its path and value, in a tree of its own; null for none. why: in words.
     Node *implied(Arena &arena, const Schema &schema, const Node *set, std::string &why) const;
@@ -44,8 +49,9 @@ class BgpRules {
     [[nodiscard]] Node *protocols(Node *network_instance) const;
     void widen_protocol(Arena &arena, Node *parts, Node *protocol) const;
     [[nodiscard]] bool covers_as(const Node *protocol) const;
-    void take_instance_along(const Node *protocol, Node *expected, std::vector<Note> &notes) const;
-    void take_connections_along(const Node *family, Node *expected, std::vector<Note> &notes) const;
+    void take_instance_along(const Node *protocol, Node *expected, const Node *sets, std::vector<Note> &notes) const;
+    void refuse_orphans(const Node *protocol, const Node *sets) const;
+    void take_connections_along(const Node *family, Node *expected, const Node *sets, std::vector<Note> &notes) const;
 
     const SchemaNode *instances_; // the container of network instances, and the lists and leaves below
     const SchemaNode *network_instance_;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine.h"
-#include "platform/temporary_directory.h"
+#include "temporary_directory.h"
 
 #include <map>
 #include <optional>

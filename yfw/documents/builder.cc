@@ -281,32 +281,39 @@ void Builder::set_level_operation(std::uint32_t operation) {
 }
 
 void Builder::note_operation(const SchemaNode &leaf, std::uint32_t position, std::uint32_t operation) {
-    const auto first = notes_.begin() + static_cast<std::ptrdiff_t>(levels_.back().notes);
-    if (std::any_of(first, notes_.end(),
-                    [&](const Note &note) { return note.leaf == &leaf && note.position == position; })) {
-        refuse(Reason::duplicate, &leaf, "the document gives this node two operations");
-    }
     notes_.push_back({&leaf, position, operation});
 }
 
+// Sorted, so that a leaf-list is gone through once, however many of its values have one.
 void Builder::apply_notes(const Level &level) {
-    for (std::size_t i = level.notes; i < notes_.size(); ++i) {
-        apply_note(level.node, notes_[i]);
+    const auto first = notes_.begin() + static_cast<std::ptrdiff_t>(level.notes);
+    std::stable_sort(first, notes_.end(), [](const Note &a, const Note &b) {
+        return a.leaf == b.leaf ? a.position < b.position : a.leaf->id < b.leaf->id;
+    });
+    const auto again = std::adjacent_find(
+        first, notes_.end(), [](const Note &a, const Note &b) { return a.leaf == b.leaf && a.position == b.position; });
+    if (again != notes_.end()) {
+        refuse(Reason::duplicate, again->leaf, "the document gives this node two operations");
+    }
+    const Note *before = nullptr;
+    Node *value = nullptr; // at the position of the note before, null when there are not so many
+    for (auto note = first; note != notes_.end(); before = &*note++) {
+        const bool is_same = before != nullptr && before->leaf == note->leaf;
+        if (note->leaf->kind == NodeKind::leaf_list) {
+            const Entries *values = is_same ? nullptr : entries(level.node, *note->leaf);
+            value = is_same ? value : values == nullptr ? nullptr : values->first;
+            for (auto at = is_same ? before->position : 0; at < note->position && value != nullptr; ++at) {
+                value = next_entry(value);
+            }
+        } else {
+            value = child(level.node, *note->leaf);
+        }
+        apply_note(level.node, *note, value);
     }
     notes_.resize(level.notes);
 }
 
-void Builder::apply_note(Node *parent, const Note &note) {
-    Node *node = nullptr;
-    if (note.leaf->kind == NodeKind::leaf_list) {
-        const Entries *values = entries(parent, *note.leaf);
-        node = values == nullptr ? nullptr : values->first;
-        for (std::uint32_t i = 0; i < note.position && node != nullptr; ++i) {
-            node = next_entry(node);
-        }
-    } else {
-        node = child(parent, *note.leaf);
-    }
+void Builder::apply_note(Node *parent, const Note &note, Node *node) {
     const bool deletes = note.operation == YFW_OP_DELETE || note.operation == YFW_OP_REMOVE;
     if (node == nullptr && deletes && note.leaf->kind == NodeKind::leaf) {
         node = ensure_child(arena_, parent, *note.leaf);

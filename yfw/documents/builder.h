@@ -112,7 +112,7 @@ class Builder {
     void unknown_identity(const SchemaNode &leaf, std::string_view value);
     void drop_entry(std::size_t level, const SchemaNode &key, std::string_view value);
     void apply_notes(const Level &level);
-    void apply_note(Node *parent, const Note &note);
+    void apply_note(Node *parent, const Note &note, Node *node);
     void check_values(const Level &level);
     void finish_entry(Node *entry);
     void finish_key(Node *entry, std::size_t key, const Node *config);

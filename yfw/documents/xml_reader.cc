@@ -2,12 +2,16 @@
 
 #include "json_check.h"
 
-#include <libxml/xmlreader.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
+#include <exception>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace yfw {
 
@@ -25,28 +29,33 @@ std::string_view trimmed(std::string_view text) {
                                            : text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
 }
 
-// The document type declaration of a text, npos when it has none. Without one there are no entities to expand.
-std::size_t find_doctype(std::string_view text) {
-    std::size_t at = 0;
-    for (;;) {
-        at = text.find('<', at);
-        if (at == std::string_view::npos) {
-            return at;
+constexpr int most_attributes = 100;
+
+// The '<' of a start tag with more attributes and declarations of prefixes than any element here can use, npos when
+// there is none: libxml2 holds each against all before it, ahead of the first call. A '<' begins what stands behind it
+// wherever a tag can be, so a tag is never missed; in a comment or a CDATA section something may be taken for one.
+std::size_t find_crowded_tag(std::string_view text) {
+    for (std::size_t begin = text.find('<'); begin != std::string_view::npos;) {
+        std::size_t at = begin + 1;
+        int count = 0;
+        const char first = at < text.size() ? text[at] : '\0';
+        char quote = first == '!' || first == '?' || first == '/' ? '<' : '\0'; // no attributes: on to the next
+        for (; quote != '<' && at < text.size() && text[at] != '<'; ++at) {
+            const char character = text[at];
+            if (quote != '\0') {
+                quote = character == quote ? '\0' : quote;
+            } else if (character == '"' || character == '\'') {
+                quote = character;
+                if (++count > most_attributes) {
+                    return begin;
+                }
+            } else if (character == '>') {
+                break;
+            }
         }
-        const std::string_view rest = text.substr(at);
-        std::string_view end;
-        if (rest.starts_with("<!DOCTYPE")) {
-            return at;
-        }
-        if (rest.starts_with("<?")) {
-            end = "?>";
-        } else if (rest.starts_with("<!--")) {
-            end = "-->";
-        } else {
-            return std::string_view::npos;
-        }
-        at = text.find(end, at + 2);
+        begin = text.find('<', at);
     }
+    return std::string_view::npos;
 }
 
 // libxml2's own messages quote the text, which may be a password that was not escaped.
@@ -93,14 +102,57 @@ constexpr WrapperRule wrapper_rules[] = {
     {"config", Wrapper::edit_config, Wrapper::data},
 };
 
+// A name as libxml2 has it, which keeps it until the document ends.
+struct XmlName {
+    std::string_view local;
+    std::string_view name_space;
+};
+
+struct XmlAttribute {
+    XmlName name;
+    std::string_view value;
+};
+
+// An element's attributes, five pointers each: local name, prefix, namespace, and the bounds of the value.
+class XmlAttributes {
+  public:
+    XmlAttributes(const xmlChar **begin, int count) : begin_(begin), count_(static_cast<std::size_t>(count)) {}
+    [[nodiscard]] std::size_t size() const { return count_; }
+    [[nodiscard]] XmlAttribute operator[](std::size_t i) const {
+        const xmlChar **at = begin_ + i * 5;
+        return {{view(at[0]), view(at[2])},
+                {reinterpret_cast<const char *>(at[3]), static_cast<std::size_t>(at[4] - at[3])}};
+    }
+
+  private:
+    const xmlChar **begin_;
+    std::size_t count_;
+};
+
+// Appends, and leaves nothing behind in memory that was outgrown.
+void append_secret(std::string &text, std::string_view piece) {
+    if (text.size() + piece.size() > text.capacity()) {
+        std::string larger;
+        larger.reserve(std::max((text.size() + piece.size()) * 2, std::size_t{256}));
+        larger = text;
+        explicit_bzero(text.data(), text.size());
+        text.swap(larger);
+    }
+    text += piece;
+}
+
 class XmlReader {
   public:
     XmlReader(Builder &builder, std::string_view text) : builder_(builder), text_(text) {}
+    ~XmlReader() { explicit_bzero(value_.data(), value_.capacity()); }
+    XmlReader(const XmlReader &) = delete;
+    XmlReader &operator=(const XmlReader &) = delete;
 
     std::optional<DefaultOperation> read() {
         open();
-        while (advance()) {
-            event();
+        xmlParseDocument(context_.get());
+        if (failure_) {
+            std::rethrow_exception(failure_);
         }
         if (wrapped_ && !wrapped_data_) {
             throw Refused(Reason::malformed_document, "", "the document has no <config> or <data>");
@@ -109,90 +161,135 @@ class XmlReader {
     }
 
   private:
-    struct Fault {
-        int code;
-        int line;
-        int column;
-    };
-    struct ReaderDeleter {
-        void operator()(xmlTextReader *reader) const { xmlFreeTextReader(reader); }
-    };
-    struct XmlTextDeleter {
-        void operator()(xmlChar *text) const { xmlFree(text); }
+    struct ContextDeleter {
+        void operator()(xmlParserCtxt *context) const { xmlFreeParserCtxt(context); }
     };
 
     void open() {
-        if (const auto doctype = find_doctype(text_); doctype != std::string_view::npos) {
-            throw Refused(Reason::malformed_document, "",
-                          position_of(text_, doctype) + ": a document type declaration is not allowed");
-        }
         if (trimmed(text_).empty()) {
             throw Refused(Reason::malformed_document, "", "line 1, column 1: the document is empty");
         }
         if (text_.size() > INT_MAX) {
             throw Refused(Reason::too_big, "", "an XML document of more than 2 GiB cannot be read");
         }
-        // HUGE lifts libxml2's limits on depth and size: the builder and the caller have their own.
-        reader_.reset(xmlReaderForMemory(text_.data(), static_cast<int>(text_.size()), nullptr, "UTF-8",
-                                         XML_PARSE_NONET | XML_PARSE_HUGE));
-        if (!reader_) {
+        if (const auto zero = text_.find('\0'); zero != std::string_view::npos) {
+            throw Refused(Reason::malformed_document, "",
+                          position_of(text_, zero) + ": " + fault_reason(XML_ERR_INVALID_CHAR));
+        }
+        if (const auto crowded = find_crowded_tag(text_); crowded != std::string_view::npos) {
+            throw Refused(Reason::too_big, "",
+                          position_of(text_, crowded) + ": an element has more than " +
+                              std::to_string(most_attributes) + " attributes");
+        }
+        context_.reset(xmlNewParserCtxt());
+        if (!context_) {
             throw std::bad_alloc();
         }
-        xmlTextReaderSetStructuredErrorHandler(reader_.get(), note_fault, this);
-    }
-
-    // Called from C, and ahead of the events.
-    static void note_fault(void *self, xmlErrorPtr error) {
-        auto &fault = static_cast<XmlReader *>(self)->fault_;
-        if (error->level >= XML_ERR_ERROR && !fault) {
-            fault = Fault{error->code, std::max(error->line, 1), std::max(error->int2, 1)};
+        *context_->sax = handler();
+        context_->userData = this;
+        xmlCtxtUseOptions(context_.get(), XML_PARSE_NONET);
+        // The text where it lies: there may be passwords in it, and a copy would stay in the heap. It ends with a 0.
+        xmlParserInput *input =
+            xmlNewStringInputStream(context_.get(), reinterpret_cast<const xmlChar *>(text_.data()));
+        if (input == nullptr || inputPush(context_.get(), input) < 0) {
+            throw std::bad_alloc();
         }
     }
 
-    bool advance() {
-        const int result = xmlTextReaderRead(reader_.get());
-        if (fault_) {
+    // Called from C: nothing is thrown through it.
+    template <typename Act>
+    static void act(void *self, Act act) {
+        auto *reader = static_cast<XmlReader *>(self);
+        if (reader->failure_) {
+            return;
+        }
+        try {
+            act(*reader);
+        } catch (...) {
+            reader->failure_ = std::current_exception();
+            xmlStopParser(reader->context_.get());
+        }
+    }
+
+    static xmlSAXHandler handler() {
+        xmlSAXHandler calls{};
+        calls.initialized = XML_SAX2_MAGIC;
+        calls.serror = [](void *self, xmlErrorPtr error) {
+            act(self, [&](XmlReader &reader) { reader.fault(*error); });
+        };
+        calls.startDocument = [](void *self) { act(self, [](XmlReader &reader) { reader.check_encoding(); }); };
+        calls.internalSubset = [](void *self, const xmlChar *, const xmlChar *, const xmlChar *) {
+            act(self, [](XmlReader &reader) {
+                throw Refused(Reason::malformed_document, "",
+                              reader.here() + ": a document type declaration is not allowed");
+            });
+        };
+        calls.startElementNs = [](void *self, const xmlChar *name, const xmlChar *, const xmlChar *uri, int spaces,
+                                  const xmlChar **space, int attributes, int, const xmlChar **attribute) {
+            act(self, [&](XmlReader &reader) {
+                reader.open_names(space, spaces);
+                reader.element({view(name), view(uri)}, {attribute, attributes});
+            });
+        };
+        calls.endElementNs = [](void *self, const xmlChar *name, const xmlChar *, const xmlChar *) {
+            act(self, [&](XmlReader &reader) {
+                reader.end(view(name));
+                reader.close_names();
+            });
+        };
+        calls.characters = [](void *self, const xmlChar *text, int size) {
+            act(self, [&](XmlReader &reader) {
+                reader.text({reinterpret_cast<const char *>(text), static_cast<std::size_t>(size)});
+            });
+        };
+        calls.ignorableWhitespace = calls.characters;
+        calls.cdataBlock = [](void *self, const xmlChar *text, int size) {
+            const auto length = static_cast<std::size_t>(size);
+            act(self, [&](XmlReader &reader) { reader.text({reinterpret_cast<const char *>(text), length}); });
+            // libxml2's copy, which it frees as it is.
+            explicit_bzero(const_cast<xmlChar *>(text), length);
+        };
+        return calls;
+    }
+
+    void fault(const xmlError &error) {
+        if (error.level < XML_ERR_ERROR) {
+            return;
+        }
+        if (error.code == XML_ERR_NO_MEMORY) {
+            throw std::bad_alloc();
+        }
+        throw Refused(Reason::malformed_document, "",
+                      "line " + std::to_string(std::max(error.line, 1)) + ", column " +
+                          std::to_string(std::max(error.int2, 1)) + ": " + fault_reason(error.code));
+    }
+
+    // UTF-8 is noted in another place.
+    void check_encoding() {
+        const std::string_view declared = view(context_->input->encoding);
+        if (!declared.empty() && declared != "US-ASCII") {
             throw Refused(Reason::malformed_document, "",
-                          "line " + std::to_string(fault_->line) + ", column " + std::to_string(fault_->column) + ": " +
-                              fault_reason(fault_->code));
-        }
-        if (result < 0) {
-            throw Refused(Reason::malformed_document, "", fault_reason(XML_ERR_OK));
-        }
-        return result == 1;
-    }
-
-    void event() {
-        xmlNode *node = xmlTextReaderCurrentNode(reader_.get());
-        switch (xmlTextReaderNodeType(reader_.get())) {
-        case XML_READER_TYPE_ELEMENT: {
-            const bool is_empty = xmlTextReaderIsEmptyElement(reader_.get()) == 1;
-            element(node);
-            if (is_empty) {
-                end(node);
-            }
-            break;
-        }
-        case XML_READER_TYPE_END_ELEMENT:
-            end(node);
-            break;
-        case XML_READER_TYPE_TEXT:
-        case XML_READER_TYPE_CDATA:
-        case XML_READER_TYPE_WHITESPACE:
-        case XML_READER_TYPE_SIGNIFICANT_WHITESPACE:
-            text(view(node->content));
-            break;
-        case XML_READER_TYPE_ENTITY_REFERENCE:
-        case XML_READER_TYPE_DOCUMENT_TYPE:
-            throw Refused(Reason::malformed_document, "", here() + ": entities are not allowed");
-        default: // comments, processing instructions
-            break;
+                          here() + ": the encoding is " + std::string(declared.substr(0, 30)) +
+                              ", and only UTF-8 is read");
         }
     }
 
     std::string here() {
-        return "line " + std::to_string(xmlTextReaderGetParserLineNumber(reader_.get())) + ", column " +
-               std::to_string(xmlTextReaderGetParserColumnNumber(reader_.get()));
+        return "line " + std::to_string(context_->input->line) + ", column " + std::to_string(context_->input->col);
+    }
+
+    void open_names(const xmlChar **space, int count) {
+        ++open_elements_;
+        for (int i = 0; i < count; ++i) {
+            prefixes_.push_back({view(space[2 * i]), view(space[2 * i + 1]), open_elements_});
+        }
+    }
+
+    void close_names() {
+        while (!prefixes_.empty() && prefixes_.back().element == open_elements_) {
+            prefixes_.pop_back();
+        }
+        --open_elements_;
     }
 
     void text(std::string_view piece) {
@@ -200,14 +297,14 @@ class XmlReader {
             return;
         }
         if (leaf_ != nullptr || inside() == Wrapper::option) {
-            value_ += piece;
+            append_secret(value_, piece);
         } else if (piece.find_first_not_of(blanks) != std::string_view::npos) {
             throw Refused(Reason::malformed_document, builder_.path_of(nullptr),
                           here() + ": elements are expected, not text");
         }
     }
 
-    void element(xmlNode *node) {
+    void element(const XmlName &name, const XmlAttributes &attributes) {
         if (skipped_ != 0 || builder_.dropping() || inside() == Wrapper::ignored) {
             skip_into();
             return;
@@ -215,35 +312,34 @@ class XmlReader {
         if (leaf_ != nullptr) {
             builder_.refuse(Reason::invalid_value, leaf_, "a value is expected here, not elements");
         }
-        if (builder_.at_top() && inside() != Wrapper::data && wrapper(node)) {
+        if (builder_.at_top() && inside() != Wrapper::data && wrapper(name, attributes)) {
             return;
         }
-        const SchemaNode *schema = builder_.find(
-            {view(node->name), view(node->ns == nullptr ? nullptr : node->ns->href), QualifiedName::Kind::name_space});
+        const SchemaNode *schema = builder_.find({name.local, name.name_space, QualifiedName::Kind::name_space});
         if (schema == nullptr) {
-            unknown_ = view(node->name);
+            unknown_ = name.local;
             skip_into();
             if (builder_.options().skip_unknown) {
                 builder_.unknown(unknown_);
             }
         } else if (schema->is_inner()) {
             builder_.enter(*schema);
-            if (const auto operation = operation_of(node, nullptr)) {
+            if (const auto operation = operation_of(attributes, nullptr)) {
                 builder_.set_level_operation(*operation);
             }
         } else {
             leaf_ = schema;
             value_.clear();
-            operation_ = operation_of(node, schema);
+            operation_ = operation_of(attributes, schema);
         }
     }
 
     [[nodiscard]] Wrapper inside() const { return wrappers_.empty() ? Wrapper::none : wrappers_.back(); }
 
     // Whether the element is one of NETCONF's; refuses what does not belong between these.
-    bool wrapper(xmlNode *node) {
-        const std::string_view name = view(node->name);
-        const std::string_view name_space = view(node->ns == nullptr ? nullptr : node->ns->href);
+    bool wrapper(const XmlName &element, const XmlAttributes &attributes) {
+        const std::string_view name = element.local;
+        const std::string_view name_space = element.name_space;
         const Wrapper outer = inside();
         const auto *rule = std::find_if(std::begin(wrapper_rules), std::end(wrapper_rules),
                                         [&](const WrapperRule &row) { return row.outer == outer && row.name == name; });
@@ -260,15 +356,18 @@ class XmlReader {
         }
         wrapped_ = true;
         wrapped_data_ = wrapped_data_ || rule->inner == Wrapper::data;
-        if (find_operation(node) != nullptr) {
-            throw Refused(Reason::unknown_operation, "/" + std::string(name), "an operation belongs to a data node");
+        for (std::size_t i = 0; i < attributes.size(); ++i) {
+            if (is_operation(attributes[i].name)) {
+                throw Refused(Reason::unknown_operation, "/" + std::string(name),
+                              "an operation belongs to a data node");
+            }
         }
         wrappers_.push_back(rule->inner);
         value_.clear();
         return true;
     }
 
-    void end(xmlNode *node) {
+    void end(std::string_view element) {
         if (skipped_ != 0) {
             if (--skipped_ == 0 && !unknown_.empty()) {
                 const std::string name = std::move(unknown_);
@@ -278,12 +377,12 @@ class XmlReader {
                 }
             }
         } else if (leaf_ != nullptr) {
-            end_leaf(node);
+            end_leaf();
         } else if (!builder_.at_top()) {
             builder_.leave();
         } else {
             if (inside() == Wrapper::option) {
-                option(view(node->name), trimmed(value_));
+                option(element, trimmed(value_));
             }
             wrappers_.pop_back();
         }
@@ -301,47 +400,36 @@ class XmlReader {
         }
     }
 
-    // The document drives the depth here: what is skipped is read over event by event.
+    // The document drives the depth here: what is skipped is read over event by event. libxml2 has its own limit.
     void skip_into() {
         ++skipped_;
-        if (!builder_.options().skip_unknown && builder_.depth() + skipped_ > Builder::max_depth) {
+        if (builder_.depth() + skipped_ > Builder::max_depth) {
             builder_.refuse(Reason::too_big, nullptr,
                             "the document is nested more than " + std::to_string(Builder::max_depth) + " levels");
         }
     }
 
-    static xmlAttr *find_operation(xmlNode *node) {
-        for (xmlAttr *attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
-            if (is_operation(attribute)) {
-                return attribute;
-            }
-        }
-        return nullptr;
+    static bool is_operation(const XmlName &attribute) {
+        return attribute.local == "operation" &&
+               (attribute.name_space.empty() || attribute.name_space == netconf_namespace);
     }
 
-    static bool is_operation(const xmlAttr *attribute) {
-        return view(attribute->name) == "operation" &&
-               (attribute->ns == nullptr || view(attribute->ns->href) == netconf_namespace);
-    }
-
-    std::optional<std::uint32_t> operation_of(xmlNode *node, const SchemaNode *leaf) {
+    std::optional<std::uint32_t> operation_of(const XmlAttributes &attributes, const SchemaNode *leaf) {
         std::optional<std::uint32_t> operation;
-        for (xmlAttr *attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
-            if (!is_operation(attribute)) {
-                builder_.unknown_annotation(leaf, view(attribute->name));
+        for (std::size_t i = 0; i < attributes.size(); ++i) {
+            if (!is_operation(attributes[i].name)) {
+                builder_.unknown_annotation(leaf, attributes[i].name.local);
                 continue;
             }
             if (operation) {
                 builder_.refuse(Reason::duplicate, leaf, "the document gives this node two operations");
             }
-            const std::unique_ptr<xmlChar, XmlTextDeleter> text(
-                xmlNodeListGetString(node->doc, attribute->children, 1));
-            operation = builder_.operation(leaf, view(text.get()));
+            operation = builder_.operation(leaf, attributes[i].value);
         }
         return operation;
     }
 
-    void end_leaf(xmlNode *node) {
+    void end_leaf() {
         const SchemaNode &schema = *leaf_;
         leaf_ = nullptr;
         std::string_view value = schema.type == BaseType::string || schema.type == BaseType::union_
@@ -350,7 +438,7 @@ class XmlReader {
         const bool deletes = operation_ == YFW_OP_DELETE || operation_ == YFW_OP_REMOVE;
         const bool is_named_only = deletes && value.empty() && schema.type != BaseType::empty;
         if (schema.type == BaseType::identityref || schema.type == BaseType::union_) {
-            value = with_module(node, schema, value);
+            value = with_module(schema, value);
         }
         Node *leaf = builder_.leaf(schema, value, is_named_only ? Form::none : Form::text);
         if (leaf != nullptr && operation_) {
@@ -359,15 +447,17 @@ class XmlReader {
     }
 
     // An identity's prefix is the document's: in its place goes the name of the module, as in JSON.
-    std::string_view with_module(xmlNode *node, const SchemaNode &schema, std::string_view value) {
+    std::string_view with_module(const SchemaNode &schema, std::string_view value) {
         const auto colon = value.find(':');
         if (colon == std::string_view::npos) {
             return value;
         }
-        const std::string prefix(value.substr(0, colon));
-        const xmlNs *name_space = xmlSearchNs(node->doc, node, reinterpret_cast<const xmlChar *>(prefix.c_str()));
-        const Module *module =
-            name_space == nullptr ? nullptr : builder_.schema().module_of_namespace(view(name_space->href));
+        const auto declared = std::find_if(prefixes_.rbegin(), prefixes_.rend(), [&](const Prefix &prefix) {
+            return prefix.prefix == value.substr(0, colon);
+        });
+        const Module *module = declared == prefixes_.rend() || colon == 0
+                                   ? nullptr
+                                   : builder_.schema().module_of_namespace(declared->name_space);
         if (module == nullptr) {
             return value;
         }
@@ -380,8 +470,17 @@ class XmlReader {
 
     Builder &builder_;
     std::string_view text_;
-    std::unique_ptr<xmlTextReader, ReaderDeleter> reader_;
-    std::optional<Fault> fault_;
+    std::unique_ptr<xmlParserCtxt, ContextDeleter> context_;
+    std::exception_ptr failure_; // the first: nothing is looked at after it
+
+    // The prefixes in force, each with the depth of the element that declares it.
+    struct Prefix {
+        std::string_view prefix;
+        std::string_view name_space;
+        std::size_t element;
+    };
+    std::vector<Prefix> prefixes_;
+    std::size_t open_elements_ = 0;
 
     std::vector<Wrapper> wrappers_;
     bool wrapped_ = false;

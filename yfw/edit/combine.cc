@@ -6,22 +6,6 @@
 
 namespace yfw {
 
-namespace {
-
-void empty(Node *node) {
-    std::vector<Node *> surplus;
-    for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            surplus.push_back(below);
-        }
-    }
-    for (Node *below : surplus) {
-        unlink(below);
-    }
-}
-
-} // namespace
-
 void keep_deletes(Node *round) {
     std::vector<Node *> surplus;
     for (Node *node = round->first(); node != nullptr; node = node->next()) {
@@ -30,7 +14,7 @@ void keep_deletes(Node *round) {
         }
         if (node->is_delete()) {
             if (node->schema().is_inner()) {
-                empty(node);
+                take_children(node);
             }
             continue;
         }
@@ -60,7 +44,7 @@ void combine(Arena &arena, Node *before, const Node *round) {
         present->set_origin(node->origin());
         if (node->is_delete()) {
             if (node->schema().is_inner()) {
-                empty(present);
+                take_children(present);
             } else if (node->schema().kind == NodeKind::leaf) {
                 present->value = node->value;
             }

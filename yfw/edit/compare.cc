@@ -1,6 +1,7 @@
 #include "edit/compare.h"
 
 #include "edit/trees.h"
+#include "read/cut.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -14,25 +15,42 @@ class Comparing {
     Comparing(Arena &arena, const Mapping &mapping, const BgpRules &bgp, bool only_missing)
         : arena_(arena), mapping_(mapping), bgp_(bgp), only_missing_(only_missing) {}
 
-    // Either may be null.
-    void children(const Node *expected, const Node *found) {
+    // Either may be null. filters cover both; none when all below them counts.
+    void children(const Node *expected, const Node *found, const Filters &filters) {
         for (const Node *node = first_of(expected); node != nullptr; node = node->next()) {
             if (says_something(node)) {
                 const Node *other = found == nullptr ? nullptr : counterpart_below(const_cast<Node *>(found), node);
-                compare(node, other);
+                compare(node, other, below(filters, node));
             }
         }
         for (const Node *node = only_missing_ ? nullptr : first_of(found); node != nullptr; node = node->next()) {
             const bool is_extra = expected == nullptr ||
                                   counterpart_below(const_cast<Node *>(expected), node) == nullptr;
             if (is_extra && says_something(node) && has_content(node)) {
-                copy_to(arena_, root(comparison_.surplus), node, YFW_OP_REMOVE);
+                surplus(node, below(filters, node));
             }
         }
     }
     [[nodiscard]] Comparison take() const { return comparison_; }
 
   private:
+    static Filters below(const Filters &filters, const Node *node) {
+        Filters covering;
+        for (const Node *filter : filters) {
+            add_covering(node, filter, covering);
+        }
+        return any_covers_all(covering) ? Filters() : covering;
+    }
+
+    // What is only on the way to the parts is not to go.
+    void surplus(const Node *node, const Filters &filters) {
+        if (filters.empty()) {
+            copy_to(arena_, root(comparison_.surplus), node, YFW_OP_DELETE);
+        } else {
+            children(nullptr, node, filters);
+        }
+    }
+
     static const Node *first_of(const Node *node) { return node == nullptr ? nullptr : node->first(); }
 
     [[nodiscard]] bool says_something(const Node *node) const {
@@ -47,7 +65,7 @@ class Comparing {
         if (!schema.is_inner()) {
             return is_set(node);
         }
-        if ((schema.kind == NodeKind::list && !bgp_.is_always_there(*node)) || schema.presence) {
+        if ((schema.kind == NodeKind::list && !bgp_.is_nothing_alone(*node)) || schema.presence) {
             return true;
         }
         for (const Node *below = node->first(); below != nullptr; below = below->next()) {
@@ -58,20 +76,20 @@ class Comparing {
         return false;
     }
 
-    void compare(const Node *expected, const Node *found) {
+    void compare(const Node *expected, const Node *found, const Filters &filters) {
         const SchemaNode &schema = expected->schema();
         if (schema.is_inner()) {
-            if (found == nullptr && has_content(expected)) {
+            if (found == nullptr && filters.empty() && has_content(expected)) {
                 add_missing(expected);
-            } else if (found != nullptr) {
-                children(expected, found);
+            } else if (found != nullptr || !filters.empty()) {
+                children(expected, found, filters);
             }
             return;
         }
         if (is_set(expected) && (!is_set(found) || !same_value(expected, found))) {
             copy_to(arena_, root(comparison_.missing), expected, YFW_OP_NONE);
         } else if (!is_set(expected) && is_set(found)) {
-            copy_to(arena_, root(comparison_.surplus), found, YFW_OP_REMOVE);
+            copy_to(arena_, root(comparison_.surplus), found, YFW_OP_DELETE);
         }
     }
 
@@ -83,8 +101,8 @@ class Comparing {
             }
             return;
         }
-        if (node->schema().kind == NodeKind::list) {
-            ensure_counterpart(arena_, root(comparison_.missing), node);
+        if (node->schema().kind == NodeKind::list && !bgp_.is_nothing_alone(*node)) {
+            ensure_counterpart(arena_, root(comparison_.missing), node)->flags |= YFW_NODE_PRESENT;
         }
         for (const Node *below = node->first(); below != nullptr; below = below->next()) {
             if (says_something(below)) {
@@ -128,10 +146,10 @@ class Comparing {
 
 } // namespace
 
-Comparison compare(Arena &arena, const Mapping &mapping, const BgpRules &bgp, const Node *expected, const Node *found,
-                   bool only_missing) {
+Comparison compare(Arena &arena, const Mapping &mapping, const BgpRules &bgp, const Node *parts, const Node *expected,
+                   const Node *found, bool only_missing) {
     Comparing comparing(arena, mapping, bgp, only_missing);
-    comparing.children(expected, found);
+    comparing.children(expected, found, {parts});
     return comparing.take();
 }
 

@@ -166,7 +166,7 @@ void Working::take_away_unnamed(const Node *edit, const Node *stored) {
     for (const Node *there = stored == nullptr ? nullptr : stored->first(); there != nullptr; there = there->next()) {
         if (!there->schema().is_key && !mapping_.repeats_key(there->schema()) &&
             counterpart_below(const_cast<Node *>(edit), there) == nullptr) {
-            add_going(there, YFW_OP_REMOVE, false);
+            add_going(there, YFW_OP_DELETE, false);
         }
     }
 }
@@ -212,7 +212,7 @@ bool Working::keep(Node *edit, const Node *stored, Operation around) {
     }
     const bool was_bare = is_bare(edit);
     children(edit, stored, operation);
-    const bool says_something = operation != Operation::none && (is_set || was_bare);
+    const bool says_something = operation != Operation::none && must_exist(schema) && (is_set || was_bare);
     return says_something || !is_bare(edit);
 }
 

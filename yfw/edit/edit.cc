@@ -65,6 +65,7 @@ class EditRun {
     EditResult &result_;
     Arena &arena_;
     StoredNative stored_;
+    Node *goes_ = nullptr;
     Node *sets_ = nullptr;
     Node *rounds_ = nullptr; // the native edit so far
     std::size_t round_count_ = 0;
@@ -101,6 +102,7 @@ Difference EditRun::work_out(Node *edit) {
         return difference(arena_, ground_.mapping, ground_.bgp, edit, nullptr, result_.default_operation);
     }
     transaction_.keep_again();
+    parts = touched_parts(arena_, ground_.mapping, parts);
     ground_.bgp.widen(arena_, parts);
     const auto stored = read_parts(ground_, parts, transaction_);
     Difference found = difference(arena_, ground_.mapping, ground_.bgp, edit, stored->destination(),
@@ -110,7 +112,7 @@ Difference EditRun::work_out(Node *edit) {
     if (found.goes != nullptr) {
         subtract(expected, found.goes);
         ground_.bgp.keep_as(arena_, found.goes, expected, found.sets, result_.notes);
-        ground_.bgp.take_along(found.goes, expected, result_.notes);
+        ground_.bgp.take_along(found.goes, expected, found.sets, result_.notes);
     }
     if (found.sets != nullptr) {
         overlay(arena_, ground_.mapping, expected, parts, found.sets, result_.notes);
@@ -127,6 +129,7 @@ void EditRun::run() {
     if (found.goes != nullptr && found.goes->first() != nullptr) {
         map_going(found.goes);
     }
+    goes_ = found.goes;
     sets_ = found.sets;
     if (sets_ != nullptr) {
         map_set(sets_);
@@ -234,6 +237,9 @@ void EditRun::watch(const MapResult &mapped, const Node *native) {
     const auto stored = read_parts(ground_, parts, transaction_);
     Node *expected = root();
     copy_into(arena_, expected, stored->destination(), YFW_OP_NONE);
+    if (goes_ != nullptr) {
+        subtract(expected, goes_);
+    }
     overlay(arena_, ground_.mapping, expected, parts, sets_, result_.notes);
     regions_.push_back({parts, expected});
     for (const auto &[leaf, why] : implied) {
@@ -243,6 +249,7 @@ void EditRun::watch(const MapResult &mapped, const Node *native) {
         for (const Region &region : regions_) {
             if (counterpart(sets_, leaf) == nullptr) {
                 copy_to(arena_, region.expected, leaf, YFW_OP_NONE);
+                cut(region.expected, region.parts);
             }
         }
     }
@@ -253,7 +260,7 @@ Comparison EditRun::compare_regions() {
     for (const Region &region : regions_) {
         const auto found = read_parts(ground_, region.parts, transaction_);
         const Comparison one =
-            compare(arena_, ground_.mapping, ground_.bgp, region.expected, found->destination(), false);
+            compare(arena_, ground_.mapping, ground_.bgp, region.parts, region.expected, found->destination(), false);
         for (const auto &[part, whole] : {std::pair{one.missing, &all.missing}, {one.surplus, &all.surplus}}) {
             if (part != nullptr && *whole == nullptr) {
                 *whole = root();
@@ -290,8 +297,9 @@ bool EditRun::mend(const Comparison &comparison) {
             apply_round(request, Round::deletes);
         }
         Node *missing = comparison.missing == nullptr ? root() : comparison.missing;
-        for (const Region &region : regions_) {
-            add_partners(arena_, ground_.mapping, missing, comparison, region.expected);
+        if (const Node *partners = partners_of(arena_, ground_.mapping, comparison); partners->first() != nullptr) {
+            const auto found = read_parts(ground_, partners, transaction_);
+            copy_into(arena_, missing, found->destination(), YFW_OP_NONE);
         }
         if (missing->first() != nullptr) {
             Request &request = new_request();
@@ -344,7 +352,7 @@ void EditRun::verify() {
         }
     }
     const Comparison comparison =
-        compare(arena_, ground_.mapping, ground_.bgp, expected, found->destination(), true);
+        compare(arena_, ground_.mapping, ground_.bgp, parts, expected, found->destination(), true);
     const auto known = [&found](const Node *node) { return counterpart(found->destination(), node); };
     const auto shown = [](const Node *node) -> std::string {
         return node == nullptr || node->value == nullptr ? "" : node->schema().secret ? "(a password)" : node->value;

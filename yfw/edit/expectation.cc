@@ -253,21 +253,20 @@ void collect_partners(Arena &arena, const Mapping &mapping, Node *paths, const N
 
 } // namespace
 
-void add_partners(Arena &arena, const Mapping &mapping, Node *missing, const Comparison &comparison,
-                  const Node *expected) {
+Node *partners_of(Arena &arena, const Mapping &mapping, const Comparison &comparison) {
     Node *paths = new_root(arena, mapping.schema());
-    for (const Node *tree : {static_cast<const Node *>(missing), static_cast<const Node *>(comparison.surplus)}) {
+    for (const Node *tree : {comparison.missing, comparison.surplus}) {
         if (tree != nullptr) {
             collect_partners(arena, mapping, paths, tree);
         }
     }
-    std::vector<Note> none;
-    overlay(arena, mapping, missing, paths, expected, none);
+    return paths;
 }
 
 void copy_with_operations(Arena &arena, Node *into, const Node *from) {
     for_each_below(from, [&](const Node *node) {
         Node *copy = ensure_counterpart_below(arena, into, node);
+        copy->flags |= node->flags & YFW_NODE_PRESENT;
         if (node->is_delete()) {
             copy_into(arena, copy, node, node->operation);
         } else if (node->schema().is_inner()) {
@@ -284,24 +283,84 @@ void for_each_difference(const Node *tree, const std::function<const Node *(cons
         return;
     }
     for_each_below(tree, [&](const Node *node) {
-        const Node *there = known(node);
-        if (!node->schema().is_inner() || (there == nullptr && node->schema().kind == NodeKind::list &&
-                                           (is_bare(node) || node->is_delete()))) {
-            visit(node, there);
-        } else if (there == nullptr && node->schema().kind == NodeKind::list) {
-            visit(node, nullptr);
+        const bool is_entry = node->schema().kind == NodeKind::list && (node->flags & YFW_NODE_PRESENT) != 0;
+        if (is_entry || !node->schema().is_inner()) {
+            visit(node, known(node));
         } else {
             for_each_difference(node, known, visit);
         }
     });
 }
 
+namespace {
+
+bool is_served_whole(const Mapping &mapping, const SchemaNode &schema) {
+    const Binding *binding = mapping.find(schema);
+    return schema.kind == NodeKind::list && binding != nullptr && binding->entry->served == Service::callback;
+}
+
+// What the coming and going of nodes of that kind, and of those below, affects outside them.
+void add_affected(Arena &arena, const Mapping &mapping, Node *paths, const Node *part, const SchemaNode &schema) {
+    if (const auto *affected = mapping.affects(schema); affected != nullptr) {
+        for (const SchemaNode *leaf : *affected) {
+            if (!holds(part->schema(), *leaf)) {
+                ensure_beside(arena, paths, part, *leaf);
+            }
+        }
+    }
+    for (const SchemaNode *below : schema.children) {
+        if (below->kind == NodeKind::list || below->holds_list) {
+            add_affected(arena, mapping, paths, part, *below);
+        }
+    }
+}
+
+void add_touched_part(Arena &arena, const Mapping &mapping, Node *touched, const Node *part) {
+    const Node *entry = entry_around(part);
+    const Node *wide = part;
+    if (part != entry && entry->up() != nullptr && is_served_whole(mapping, entry->schema())) {
+        wide = entry;
+    } else if (!part->schema().is_inner() && part->up()->up() != nullptr) {
+        wide = part->up()->up();
+    }
+    ensure_counterpart(arena, touched, wide)->set_operation(YFW_OP_NONE);
+    add_affected(arena, mapping, touched, part, part->schema());
+}
+
+void collect_touched(Arena &arena, const Mapping &mapping, Node *touched, const Node *parts) {
+    for_each_below(parts, [&](const Node *part) {
+        if (!part->schema().is_inner() || is_bare(part)) {
+            add_touched_part(arena, mapping, touched, part);
+        } else {
+            collect_touched(arena, mapping, touched, part);
+        }
+    });
+}
+
+// A part that lies in another one is not wanted on its own: a whole one, which is marked, has no children.
+void empty_marked(Node *tree) {
+    for_each_below(tree, [](const Node *node) {
+        auto *part = const_cast<Node *>(node);
+        if (part->op_is_set()) {
+            take_children(part);
+        } else if (part->schema().is_inner()) {
+            empty_marked(part);
+        }
+    });
+}
+
+} // namespace
+
+Node *touched_parts(Arena &arena, const Mapping &mapping, const Node *parts) {
+    Node *touched = new_root(arena, mapping.schema());
+    collect_touched(arena, mapping, touched, parts);
+    empty_marked(touched);
+    return touched;
+}
+
 void add_touched(Arena &arena, const Mapping &mapping, Node *parts, const Node *sets) {
     for_each_below(sets, [&](const Node *node) {
-        const Binding *binding = mapping.find(node->schema());
-        const bool whole = node->schema().kind == NodeKind::list && binding != nullptr &&
-                           binding->entry->served == Service::callback;
-        if (whole || !node->schema().is_inner()) {
+        if (is_served_whole(mapping, node->schema()) || !node->schema().is_inner()) {
             ensure_counterpart_below(arena, parts, node);
         } else {
             add_touched(arena, mapping, ensure_counterpart_below(arena, parts, node), node);

@@ -13,6 +13,10 @@
 
 namespace yfw {
 
+// The parts that an edit of some parts touches: the list entries that they lie in, as far as one callback serves them
+// whole, or the containers, and what their coming and going affects beside them.
+Node *touched_parts(Arena &arena, const Mapping &mapping, const Node *parts);
+
 // Takes out of a tree what another one of deletes has.
 void subtract(Node *from, const Node *goes);
 
@@ -30,9 +34,8 @@ Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapp
 
 // Adds the path of the leaf that writes this one along with itself, if there is such a leaf.
 void add_partner(Arena &arena, const Mapping &mapping, Node *paths, const Node *leaf);
-// Adds to what is missing the leaves that are needed to set it, or to take away what is there instead.
-void add_partners(Arena &arena, const Mapping &mapping, Node *missing, const Comparison &comparison,
-                  const Node *expected);
+// The leaves that are needed to set what is missing, or to take away what is there instead: a tree of their paths.
+Node *partners_of(Arena &arena, const Mapping &mapping, const Comparison &comparison);
 
 // Copies a tree with the operations of its nodes.
 void copy_with_operations(Arena &arena, Node *into, const Node *from);

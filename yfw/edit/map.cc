@@ -201,7 +201,8 @@ void SetsWalker::leave_alone(Node *node, const Binding &binding, cerrno code) {
         return;
     }
     const std::string &hint = caller_.note().empty() ? entry.hint : caller_.note();
-    const bool may_come = code == 0; // a subtree that is refused is refused for good
+    // A subtree that the plug-in refuses is refused for good.
+    const bool may_come = code == 0 || entry.served == Service::companion;
     report(node, hint.empty() ? traced(node, binding) : hint, may_come);
 }
 

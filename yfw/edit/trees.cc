@@ -5,6 +5,7 @@
 #include <array>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace yfw {
 
@@ -121,6 +122,18 @@ Node *copy_to(Arena &arena, Node *root, const Node *from, std::uint32_t operatio
     Node *into = ensure_counterpart(arena, root, from);
     copy_into(arena, into, from, operation);
     return into;
+}
+
+void take_children(Node *node) {
+    std::vector<Node *> surplus;
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (!below->schema().is_key) {
+            surplus.push_back(below);
+        }
+    }
+    for (Node *below : surplus) {
+        unlink(below);
+    }
 }
 
 void take_out(Node *node) {

@@ -26,8 +26,10 @@ void copy_into(Arena &arena, Node *into, const Node *from, std::uint32_t operati
 // The copy of a node under its counterpart's place in another tree.
 Node *copy_to(Arena &arena, Node *root, const Node *from, std::uint32_t operation);
 
-// Takes a node out, and what it lies in as far as that holds nothing else then; an entry or container stays when keep
-// is given and says so.
+// Takes out all that lies in a node but its keys.
+void take_children(Node *node);
+
+// Takes a node out, and what it lies in as far as that holds nothing else then and has no operation.
 void take_out(Node *node);
 
 } // namespace yfw

@@ -7,8 +7,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace yfw {
@@ -37,6 +41,19 @@ using Data = std::unique_ptr<lyd_node, decltype(&lyd_free_all)>;
     throw Unusable("the mapping description " + file.string() +
                    " cannot be used: " + (message == nullptr ? "libyang cannot be set up" : message) +
                    (path == nullptr ? std::string() : std::string(" (") + path + ')'));
+}
+
+std::string read_text(const std::filesystem::path &description, const std::filesystem::path &file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    const bool is_directory = std::filesystem::is_directory(file);
+    if (!stream || is_directory) {
+        const std::string reason = std::generic_category().message(is_directory ? EISDIR : errno);
+        throw Unusable("the mapping description " + description.string() + " cannot be used: " +
+                       (file == description ? "" : file.string() + ", which must lie beside it: ") + reason);
+    }
+    return std::move(text).str();
 }
 
 MappingEntry read_entry(const lyd_node *node) {
@@ -119,22 +136,27 @@ const char *service_name(Service service) {
 
 MappingDescription read_mapping(const std::filesystem::path &file) {
     keep_libyang_quiet();
+    const std::string text = read_text(file, file);
+    const auto module = file.parent_path() / "yfw-mapping.yang";
+    const std::string yang = read_text(file, module);
     ly_ctx *created = nullptr;
-    if (ly_ctx_new(file.parent_path().c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD, &created) !=
-        LY_SUCCESS) {
-        throw Unusable("the mapping description " + file.string() + " cannot be used: its directory cannot be read");
+    if (ly_ctx_new(nullptr, LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIRS, &created) != LY_SUCCESS) {
+        fail(file, nullptr);
     }
     const Context context(created, &ly_ctx_destroy);
-    if (ly_ctx_load_module(created, "yfw-mapping", nullptr, nullptr) == nullptr) {
-        throw Unusable("the mapping description " + file.string() +
-                       " cannot be used: its YANG module yfw-mapping.yang must lie beside it");
+    if (lys_parse_mem(created, yang.c_str(), LYS_IN_YANG, nullptr) != LY_SUCCESS) {
+        fail(file, created);
     }
     lyd_node *parsed = nullptr;
     const LY_ERR status =
-        lyd_parse_data_path(created, file.c_str(), LYD_JSON, LYD_PARSE_STRICT, LYD_VALIDATE_PRESENT, &parsed);
+        lyd_parse_data_mem(created, text.c_str(), LYD_JSON, LYD_PARSE_STRICT, LYD_VALIDATE_PRESENT, &parsed);
     const Data data(parsed, &lyd_free_all);
-    if (status != LY_SUCCESS || parsed == nullptr) {
+    if (status != LY_SUCCESS) {
         fail(file, created);
+    }
+    if (parsed == nullptr || lyd_child(parsed) == nullptr) {
+        throw Unusable("the mapping description " + file.string() +
+                       " cannot be used: it has no entry in \"yfw-mapping:mapping\"");
     }
     MappingDescription description;
     const lyd_node *node = nullptr;

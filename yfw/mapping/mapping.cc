@@ -27,12 +27,14 @@ bool takes_target(Service served) {
     return served == Service::copy || served == Service::convert || served == Service::convert_to;
 }
 
-std::string join(const std::vector<std::string> &lines) {
+// On one line, the first of them: a message is one.
+std::string join(const std::vector<std::string> &problems) {
+    constexpr std::size_t most = 20;
     std::string text;
-    for (const std::string &line : lines) {
-        text += "\n  " + line;
+    for (std::size_t i = 0; i < std::min(problems.size(), most); ++i) {
+        text += (i == 0 ? "" : "; ") + problems[i];
     }
-    return text;
+    return problems.size() <= most ? text : text + "; and " + std::to_string(problems.size() - most) + " more";
 }
 
 } // namespace
@@ -166,7 +168,7 @@ Mapping::Mapping(MappingDescription description, const Schema &schema, const Plu
     }
     if (!problems.empty()) {
         throw Unusable("the plug-in " + plugin.file().string() +
-                       " and the mapping description do not fit:" + join(problems));
+                       " and the mapping description do not fit: " + join(problems));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "platform/log.h"
 
+#include "text.h"
 #include "vnos_platform.h"
 
 #include <array>
@@ -21,8 +22,7 @@ void Log::write_debug(std::string_view line) {
         debug_.emplace_back(line);
         return;
     }
-    std::fwrite(line.data(), 1, line.size(), stream_);
-    std::fputc('\n', stream_);
+    std::fprintf(stream_, "%s\n", visible(line).c_str());
 }
 
 namespace {

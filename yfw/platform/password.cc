@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <system_error>
@@ -58,30 +59,58 @@ void check_owner_only(const std::filesystem::path &file, int descriptor) {
     }
 }
 
-// Complete on the disk under another name before it gets its own: a key cut short would lose every password.
+// Makes a name in a directory last.
+bool sync_directory(const std::filesystem::path &directory) {
+    const File opened(open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return opened.get() >= 0 && fsync(opened.get()) == 0;
+}
+
+// Complete on the disk under a name of its own before it gets its own: a key cut short would lose every password.
 void create_key(const std::filesystem::path &file) {
     std::array<unsigned char, key_size> fresh{};
     crypto_secretbox_keygen(fresh.data());
-    const std::filesystem::path part = file.string() + ".new";
-    unlink(part.c_str());
-    const File made(open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    std::string part = file.string() + ".XXXXXX";
+    const File made(mkostemp(part.data(), O_CLOEXEC)); // the owner's alone
     const bool written = made.get() >= 0 && write(made.get(), fresh.data(), fresh.size()) == ssize_t{key_size} &&
                          fsync(made.get()) == 0 && link(part.c_str(), file.c_str()) == 0;
-    const int error = errno;
+    int error = written ? 0 : errno;
     sodium_memzero(fresh.data(), fresh.size());
-    unlink(part.c_str());
-    if (!written && error != EEXIST) {
+    if (made.get() >= 0) {
+        unlink(part.c_str());
+    }
+    if (written && !sync_directory(file.parent_path())) {
+        error = errno;
+    }
+    if (error != 0 && error != EEXIST) {
         errno = error;
         throw Unusable("cannot make the key file " + file.string() + ": " + reason());
     }
 }
 
-} // namespace
-
-PasswordKey::PasswordKey(const std::filesystem::path &file, bool create) {
+void start_sodium() {
     if (sodium_init() < 0) {
         throw Unusable("libsodium cannot be used");
     }
+}
+
+unsigned char *locked_key() {
+    auto *memory = static_cast<unsigned char *>(sodium_malloc(key_size));
+    if (memory == nullptr) {
+        throw Unusable("no locked memory for the key");
+    }
+    return memory;
+}
+
+} // namespace
+
+PasswordKey::PasswordKey() {
+    start_sodium();
+    key = locked_key();
+    crypto_secretbox_keygen(key);
+}
+
+PasswordKey::PasswordKey(const std::filesystem::path &file, bool create) {
+    start_sodium();
     if (create && !std::filesystem::exists(file)) {
         create_key(file);
     }
@@ -93,10 +122,7 @@ PasswordKey::PasswordKey(const std::filesystem::path &file, bool create) {
         throw Unusable("cannot open the key file " + file.string() + ": " + reason());
     }
     check_owner_only(file, opened.get());
-    key = static_cast<unsigned char *>(sodium_malloc(key_size));
-    if (key == nullptr) {
-        throw Unusable("no locked memory for the key");
-    }
+    key = locked_key();
     char more = 0;
     if (read(opened.get(), key, key_size) != ssize_t{key_size} || read(opened.get(), &more, 1) != 0) {
         sodium_free(key);

@@ -12,6 +12,7 @@ class PasswordKey {
     // Reads the key; with create makes the file when it is not there. Without it a missing file is no key: passwords
     // can then be neither written nor read. Throws Unusable when others may read the file, or it holds no key.
     PasswordKey(const std::filesystem::path &file, bool create);
+    PasswordKey(); // a new key, in no file
     ~PasswordKey();
     // Tells this key from others without giving it away; empty when there is no key.
     [[nodiscard]] std::string fingerprint() const;

@@ -38,9 +38,8 @@ bool entry_matches(const Node *entry, const Node *filter) {
     return true;
 }
 
-using Filters = std::vector<const Node *>; // nodes that cover one node of the data, all of them
+} // namespace
 
-// Adds the nodes of a filter that cover the data's.
 void add_covering(const Node *node, const Node *filter, Filters &covering) {
     const SchemaNode &schema = node->schema();
     if (!schema.repeats()) {
@@ -60,8 +59,11 @@ void add_covering(const Node *node, const Node *filter, Filters &covering) {
     }
 }
 
+namespace {
+
 bool covers_all(const Node *filter) {
-    for (const Node *below = filter->first(); below != nullptr; below = below->next()) {
+    for (const Node *below = filter->schema().is_inner() ? filter->first() : nullptr; below != nullptr;
+         below = below->next()) {
         if (!below->schema().is_key) {
             return false;
         }
@@ -69,9 +71,13 @@ bool covers_all(const Node *filter) {
     return true;
 }
 
+} // namespace
+
 bool any_covers_all(const Filters &filters) {
     return std::any_of(filters.begin(), filters.end(), covers_all);
 }
+
+namespace {
 
 void cut_below(Node *data, const Filters &filters) {
     std::vector<Node *> surplus;

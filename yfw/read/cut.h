@@ -4,6 +4,8 @@
 #include "mapping/mapping.h"
 #include "request/request.h"
 
+#include <vector>
+
 namespace yfw {
 
 // Fills the leaves that the mapping serves as repeats of a key, in the entries of a result that are configured; with
@@ -12,5 +14,14 @@ void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool stat
 
 // Takes out of the data what the filter does not cover. A filter node without children but keys covers all below it.
 void cut(Node *data, const Node *filter);
+
+// Nodes of trees of paths that cover one node of the data, all of them.
+using Filters = std::vector<const Node *>;
+
+// Adds the nodes of a filter that cover the data's node, which lies directly below what the filter covers.
+void add_covering(const Node *node, const Node *filter, Filters &covering);
+
+// Whether one of them covers all that lies below, too.
+bool any_covers_all(const Filters &filters);
 
 } // namespace yfw

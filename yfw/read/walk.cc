@@ -44,6 +44,7 @@ class Walker {
     bool serve(Node *node, const Binding *binding);
     void ask_for_state(const Node &node, const Binding &binding);
     void add_served(Node *node);
+    void want_whole(std::size_t first);
 
     Request &request_;
     const Mapping &mapping_;
@@ -59,14 +60,16 @@ void Walker::visit(Node *node) {
         return;
     }
     request_.enter(node);
-    const std::uint64_t added = request_.counts.adds;
+    const std::size_t added = request_.added.size();
     const Binding *binding = mapping_.find(schema);
     if (serve(node, binding) && schema.is_inner()) {
         if (completes_ && is_innermost(node)) {
             const bool by_plugin = binding != nullptr && (binding->entry->served == Service::callback ||
                                                           binding->entry->served == Service::toplevel);
-            if (!by_plugin || request_.counts.adds == added) {
+            if (!by_plugin || request_.added.size() == added) {
                 add_served(node);
+            } else {
+                want_whole(added);
             }
         }
         for_each_member(node, [this](Node *first) {
@@ -76,6 +79,16 @@ void Walker::visit(Node *node) {
         });
     }
     request_.leave();
+}
+
+// What a callback has declared for a container or entry is all of it, whatever is declared in it beside.
+void Walker::want_whole(std::size_t first) {
+    for (std::size_t i = first; i < request_.added.size(); ++i) {
+        const auto &[parent, schema] = request_.added[i];
+        if (Node *node = child(parent, *schema); node != nullptr) { // of a list the entry that is current
+            node->flags |= whole;
+        }
+    }
 }
 
 // One level of what is served of configuration.
@@ -150,7 +163,8 @@ Unanswered declare_walk(Request &request, const Mapping &mapping, const StoredNa
     if (covers && all_at_once) {
         complete_innermost(request, mapping, request.source(), state);
     }
-    Walker walker(request, mapping, stored, covers && !all_at_once);
+    request.keeps_added = covers && !all_at_once;
+    Walker walker(request, mapping, stored, request.keeps_added);
     walker.visit_top(request.source());
     return walker.take_unanswered();
 }

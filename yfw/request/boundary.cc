@@ -190,6 +190,9 @@ cerrno add(yfw_map_ctx ctx, cidl_yfw_datatree *tree, const char *path, const cha
         node = ensure_child(request.arena(), parent, *target);
     }
     ++request.counts.adds;
+    if (request.keeps_added && target->is_inner()) {
+        request.added.emplace_back(parent, target);
+    }
     const auto *origin = static_cast<const Node *>(source);
     if (origin != nullptr && !(origin->is_delete() && !node->is_delete() && is_another_value(node, origin))) {
         take_operation(request, node, origin);

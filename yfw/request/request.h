@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace yfw {
@@ -66,6 +67,10 @@ class Request : public yfw_map_context {
     Counts counts;
     std::string error_path; // where the last error was recorded
     std::string conflict;   // a value that has no place, since another of its leaf-list took the native leaf
+
+    // What callbacks added by its own path, of containers and list entries: its parent and schema. Kept when asked for.
+    bool keeps_added = false;
+    std::vector<std::pair<Node *, const SchemaNode *>> added;
 
     // Nodes of the source that a callback took out of the output and did not put back.
     std::vector<const Node *> withdrawn;

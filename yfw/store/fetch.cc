@@ -14,7 +14,11 @@ bool is_given(const char *key) {
     return key != nullptr && *key != '\0';
 }
 
-bool has_only_keys(const Node *entry) {
+// Whether all that lies in an entry is wanted.
+bool is_wanted_whole(const Node *entry) {
+    if ((entry->flags & whole) != 0) {
+        return true;
+    }
     for (const Node *node = entry->first(); node != nullptr; node = node->next()) {
         if (!node->schema().is_key) {
             return false;
@@ -94,7 +98,7 @@ void Fetch::add_to_plan(Plan &plan, const Node *wanted) {
         const SchemaNode &schema = node->schema();
         if (schema.kind == NodeKind::list) {
             plan.entries.push_back(node);
-        } else if (schema.kind == NodeKind::container && node->first() != nullptr) {
+        } else if (schema.kind == NodeKind::container && node->first() != nullptr && (node->flags & whole) == 0) {
             plan.itself.insert(&schema);
             add_to_plan(plan, node);
         } else if (!schema.is_key) {
@@ -169,7 +173,7 @@ void Fetch::fetch_entries(const Node *wanted, const Level &level) {
 
 // The entry that key_ names, if it is there; the level is what it lies in.
 void Fetch::fetch_entry(const Node *wanted, const Level &level) {
-    if (has_only_keys(wanted)) {
+    if (is_wanted_whole(wanted)) {
         add_records(key_, level);
     } else if (const auto bytes = transaction_.record(key_)) {
         std::string_view rest = std::string_view(key_).substr(level.key_size);

@@ -1,6 +1,7 @@
 #include "store.h"
 
 #include "error.h"
+#include "pages.h"
 
 #include <fcntl.h>
 #include <lmdb.h>
@@ -45,7 +46,12 @@ constexpr std::string_view format_name = "yfw store ";
         throw Unusable(directory.string() + " holds something that is no store: name another directory");
     case MDB_VERSION_MISMATCH:
         throw Unusable(store + " was written by another version: use that version, or name another directory");
+    case ENOMEM:
+        throw Unusable(store + " cannot be opened: there is no address space for it (ulimit -v)");
     case MDB_CORRUPTED:
+    case MDB_CURSOR_FULL:
+    case MDB_INCOMPATIBLE:
+    case MDB_PAGE_FULL:
     case MDB_PAGE_NOTFOUND:
     case MDB_PANIC:
         throw_damaged(directory);
@@ -141,7 +147,9 @@ Store::Store(fs::path directory, const Schema &schema, Access access, StoreLimit
     }
     int code = open(MDB_RDONLY);
     if (code == EACCES || code == EROFS) {
-        // The lock file cannot be made here; who may not write the directory cannot be in a writer's way either.
+        // This reader cannot be noted in the lock file, and a writer would use the pages that it reads: it keeps
+        // writers out while it reads.
+        notes_readers_ = false;
         code = open(MDB_RDONLY | MDB_NOLOCK);
     }
     if (code == ENOENT) {
@@ -159,6 +167,9 @@ int Store::open(unsigned flags) {
         code = mdb_env_set_mapsize(env, limits_.map_size);
     }
     if (code == MDB_SUCCESS) {
+        if (!meta_pages_are_sound(FileView(directory_ / "data.mdb").bytes())) {
+            throw_damaged(directory_);
+        }
         code = mdb_env_open(env, directory_.c_str(), MDB_NOTLS | flags, S_IRUSR | S_IWUSR);
     }
     if (code == MDB_SUCCESS) {
@@ -168,18 +179,31 @@ int Store::open(unsigned flags) {
         int dead = 0; // a killed reader's slot is not freed otherwise
         code = mdb_reader_check(env, &dead);
     }
+    return code == MDB_SUCCESS ? check_pages() : code;
+}
+
+int Store::check_pages() const {
+    const FileHandle held = notes_readers_ ? FileHandle() : lock(LOCK_SH);
+    MDB_txn *begun = nullptr;
+    const int code = mdb_txn_begin(env_.get(), nullptr, MDB_RDONLY, &begun);
+    if (code == MDB_SUCCESS) {
+        const std::unique_ptr<MDB_txn, decltype(&mdb_txn_abort)> txn(begun, &mdb_txn_abort);
+        if (!pages_are_sound(FileView(directory_ / "data.mdb").bytes(), mdb_txn_id(begun))) {
+            throw_damaged(directory_);
+        }
+    }
     return code;
 }
 
-FileHandle Store::lock() const {
+FileHandle Store::lock(int kind) const {
     FileHandle handle(::open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (handle.get() < 0) {
-        fail(errno, directory_, Access::write);
+        fail(errno, directory_, access_);
     }
     const auto deadline = std::chrono::steady_clock::now() + limits_.lock_wait;
-    while (::flock(handle.get(), LOCK_EX | LOCK_NB) != 0) {
+    while (::flock(handle.get(), kind | LOCK_NB) != 0) {
         if (errno != EINTR && (errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline)) {
-            fail(errno, directory_, Access::write);
+            fail(errno, directory_, access_);
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -196,7 +220,9 @@ Transaction Store::begin(Access access) const {
     }
     if (access == Access::write) {
         // LMDB would wait for another writer for ever.
-        transaction.lock_ = lock();
+        transaction.lock_ = lock(LOCK_EX);
+    } else if (!notes_readers_) {
+        transaction.lock_ = lock(LOCK_SH);
     }
     MDB_txn *txn = nullptr;
     check(mdb_txn_begin(env_.get(), nullptr, access == Access::read ? MDB_RDONLY : 0, &txn), directory_, access);

@@ -182,12 +182,14 @@ class Store {
         void operator()(MDB_env *env) const;
     };
     [[nodiscard]] int open(unsigned flags);
-    [[nodiscard]] FileHandle lock() const;
+    [[nodiscard]] FileHandle lock(int kind) const;
+    [[nodiscard]] int check_pages() const;
 
     std::filesystem::path directory_;
     const Schema &schema_;
     Access access_;
     StoreLimits limits_;
+    bool notes_readers_ = true;                // in the lock file, where one may be written
     std::unique_ptr<MDB_env, EnvDeleter> env_; // null for a store that is not there yet
 };
 

@@ -1,4 +1,4 @@
-#include "platform/temporary_directory.h"
+#include "temporary_directory.h"
 
 #include "error.h"
 
