@@ -598,6 +598,8 @@ TEST(InstancePath, KeysOfPlugInsEndWhereThePathGoesOn) {
           "/bgp[instance-name=a]", "/bgp/instance[instance-name=a][instance-name=b]/x"}) {
         EXPECT_EQ(ensure_instance(arena, new_root(arena, schema()), wrong), nullptr) << wrong;
     }
+}
+
 TEST(Text, IsMadeVisible) {
     const Rows rows = {
         {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80 a\\b", ""},

@@ -39,7 +39,7 @@ struct EditCase {
     std::string edit;
     std::string result; // what is stored then; of a refused edit the path refused
     Reason refused = Reason{};
-    bool default_none = false;
+    Round round = Round::sets;
 };
 
 std::string sorted(const std::string &lines) {
@@ -70,12 +70,6 @@ TEST(Edit, EveryOperationOnEveryKindOfNode) {
         {"merge of an entry alone", "@9", start + "@9\n"},
         {"merge of a container that is nothing by itself", "@10/timers", start},
         {"merge of a presence container", af + "/ospf-routes", start + af + "/ospf-routes\n"},
-        {"create of an entry", "@9{create}/create=", start + "@9/create=\n"},
-        {"create of an entry that exists", "@1{create}/create=", "@1", Reason::data_exists},
-        {"create of a leaf that exists", "@1/timers/hold-time{create}=90", "@1/timers/hold-time", Reason::data_exists},
-        {"create of a container with leaves", "@1/timers{create}/hold-time=90", "@1/timers", Reason::data_exists},
-        {"create of a container with entries", "@1/neighbor-afs{create}", "@1/neighbor-afs", Reason::data_exists},
-        {"create of a container", "@10/timers{create}/hold-time=90", start + "@10/timers/hold-time=90\n"},
         {"replace of an entry", "@1{replace}/description=new",
          but({"@1/create=", hold, keepalive, activate}, "@1/description=new\n")},
         {"replace of a container", "@1/timers{replace}/hold-time=9", but({hold, keepalive}, "@1/timers/hold-time=9\n")},
@@ -85,27 +79,25 @@ TEST(Edit, EveryOperationOnEveryKindOfNode) {
         {"delete of a container with entries", "@1/neighbor-afs{delete}", but({activate})},
         {"delete of a leaf, without a value", "@1/timers/hold-time{delete}", but({hold})},
         {"delete of the last leaf leaves the entry", "@10/create{delete}", but({"@10/create="}, "@10\n")},
-        {"delete of a missing leaf", "@10/description{delete}", "@10/description", Reason::data_missing},
-        {"delete of a missing entry", "@9{delete}", "@9", Reason::data_missing},
-        {"a refusal undoes what came before", "@1/timers/hold-time=9\n@10/tcp-mss{delete}", "@10/tcp-mss",
-         Reason::data_missing},
+        {"delete of a missing leaf", "@10/description{delete}", start},
+        {"delete of a missing entry", "@9{delete}", start},
+        {"a create, which is none of a native edit's", "@1/description=x\n@9{create}", "@9", Reason::unknown_operation},
         {"remove of a missing entry", "@9{remove}/description=x", start},
         {"remove of a missing leaf", "@10/description{remove}", start},
         {"remove of an entry of a list never used", "/vrfs/vrf[vrf-name=blue]{remove}", start},
         {"remove of a presence container", af + "/static-routes{remove}", but({af + "/static-routes"}, af + "\n")},
         {"remove of a top-level container", "/bgp{remove}", ""},
-        {"default none touches nothing", "@1/description=x\n@9/create=", start, {}, true},
-        {"default none, an operation below",
-         "@1/timers{merge}/hold-time=9",
-         but({hold}, "@1/timers/hold-time=9\n"),
+        {"deletes only: what is around them is left alone",
+         "@1/description=x\n@9/create=\n@1/timers{delete}\n@10/description{delete}",
+         but({hold, keepalive}),
          {},
-         true},
-        {"default none, a missing level", "@9/description{merge}=x", "@9", Reason::data_missing, true},
-        {"an entry without key is the one there is", "/bgp/instance/instance-as/four-byte-as/" + router_id + '2',
-         but({"~/" + router_id + '1'}, "~/" + router_id + "2\n")},
-        {"an entry without key of several", "@/description=x", "@", Reason::missing_key},
-        {"an entry without key of none", "@10/neighbor-afs/neighbor-af/activate=", "@10/neighbor-afs/neighbor-af",
-         Reason::missing_key},
+         Round::deletes},
+        {"an entry without its key", "@/description=x", "@", Reason::missing_key},
+        {"one of two cases", "@1/neighbor-cluster-id/cluster-id-number=7",
+         start + "@1/neighbor-cluster-id/cluster-id-number=7\n"},
+        {"the other one drives it out",
+         "@1/neighbor-cluster-id/cluster-id-number=7\n@1/neighbor-cluster-id/cluster-id-address=1.1.1.1",
+         start + "@1/neighbor-cluster-id/cluster-id-address=1.1.1.1\n"},
         {"one entry too many", other_as, other_as, Reason::constraint},
         {"another entry in place of the only one", other_as + '\n' + old_as + "{delete}", other_as + '\n'},
     };
@@ -118,7 +110,7 @@ TEST(Edit, EveryOperationOnEveryKindOfNode) {
         edit(store, project_schema(), start);
         EXPECT_TRUE(file_bytes(scratch / "db/data.mdb") == before) << "what changes nothing is not written";
         try {
-            edit(store, project_schema(), row.edit, row.default_none);
+            edit(store, project_schema(), row.edit, row.round);
             EXPECT_EQ(row.refused, Reason{});
             EXPECT_EQ(sorted(fetch(store, project_schema(), all)), sorted(row.result));
         } catch (const Refused &refused) {
@@ -127,30 +119,6 @@ TEST(Edit, EveryOperationOnEveryKindOfNode) {
             EXPECT_EQ(std::string(refused.what()).find("with as 0") != std::string::npos,
                       row.refused == Reason::constraint);
             EXPECT_TRUE(file_bytes(scratch / "db/data.mdb") == before);
-        }
-    }
-}
-
-TEST(Edit, ARequestsDeleteFailsOnlyWhenAllItsNativeDeletesFindNothing) {
-    for (const bool found : {true, false}) {
-        const ScratchDirectory scratch;
-        const Store store(scratch / "db", project_schema(), Access::write);
-        edit(store, project_schema(), found ? start : "@1");
-        Arena arena;
-        Node *request = new_root(arena, project_schema(), traced);
-        Node *asked = add_line(arena, request, "/network-instances{delete}");
-        Node *expanded = add_line(arena, request, "/network-instances/network-instance[name=DEFAULT]");
-        expanded->set_origin(asked);
-        Node *native = new_root(arena, project_schema(), traced);
-        add_line(arena, native, "@1/description{delete}")->set_origin(asked);
-        add_line(arena, native, "@1/timers/hold-time{delete}")->set_origin(expanded);
-        Transaction transaction = store.begin(Access::write);
-        try {
-            apply_edit(transaction, arena, native, false);
-            EXPECT_TRUE(found);
-        } catch (const Refused &refused) {
-            EXPECT_FALSE(found);
-            EXPECT_EQ(refused.path(), "/network-instances");
         }
     }
 }
