@@ -92,7 +92,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     result.unknown = std::move(document.unknown);
     result.default_operation = document.default_operation.value_or(options.default_operation);
     stage("translating");
-    run_edit(ground, options, transaction, result);
+    run_edit(ground, options, !document.has_operations, transaction, result);
     return result;
 }
 

@@ -52,29 +52,42 @@ class References {
     }
 
     // Finds what the edit refers to, and whether a group may have gone.
-    void look(const Node *node) {
-        for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-            const SchemaNode &schema = below->schema();
-            if (below->op_is_set() && below->operation != YFW_OP_NONE && may_take_groups(schema)) {
-                gone_ = below;
+    void look(const Node *instance) {
+        const Node *vrf = child(instance, "default-vrf");
+        note_gone(vrf);
+        const Node *entity = vrf == nullptr ? nullptr : child(vrf, "bgp-entity");
+        note_gone(entity);
+        const Node *groups = entity == nullptr ? nullptr : child(entity, *groups_);
+        note_gone(groups);
+        for_each_entry(groups, *groups_->child("neighbor-group"), [this](const Node *group) { note_gone(group); });
+        look_at(entity == nullptr ? nullptr : child(entity, *neighbor_->parent->parent), *neighbor_);
+        const Node *vrfs = child(instance, "vrfs");
+        for_each_entry(vrfs, *vrf_neighbor_->parent->parent->parent, [this](const Node *other) {
+            look_at(child(other, *vrf_neighbor_->parent->parent), *vrf_neighbor_);
+        });
+    }
+
+    void look_at(const Node *neighbors, const SchemaNode &leaf) {
+        for_each_entry(neighbors, *leaf.parent, [&](const Node *neighbor) {
+            const Node *group = neighbor->is_delete() ? nullptr : child(neighbor, leaf);
+            if (group != nullptr && !group->is_delete() && group->value != nullptr) {
+                used_.try_emplace(group->value, group);
             }
-            if (below->is_delete()) {
-                continue;
-            }
-            if ((&schema == neighbor_ || &schema == vrf_neighbor_) && below->value != nullptr) {
-                used_.try_emplace(below->value, below);
-            } else if (schema.is_inner() && (schema.holds_list || schema.kind == NodeKind::list)) {
-                look(below);
-            }
+        });
+    }
+
+    void note_gone(const Node *node) {
+        if (node != nullptr && node->op_is_set() && node->operation != YFW_OP_NONE) {
+            gone_ = node;
         }
     }
 
-    [[nodiscard]] bool may_take_groups(const SchemaNode &schema) const {
-        const SchemaNode *at = groups_;
-        while (at != nullptr && at != &schema) {
-            at = at->parent;
+    template <typename Visit>
+    static void for_each_entry(const Node *parent, const SchemaNode &list, Visit visit) {
+        const Entries *all = parent == nullptr ? nullptr : entries(parent, list);
+        for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+            visit(entry);
         }
-        return at != nullptr || schema.parent == groups_;
     }
 
     // What is stored of an instance's node, by its path in the schema, with one key for its list or none.

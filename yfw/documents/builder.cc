@@ -199,12 +199,15 @@ const TakenValue *Builder::take(const SchemaNode &leaf, std::string_view value) 
         secret_ = take_value(schema_, leaf, value);
         return secret_ ? &*secret_ : nullptr;
     }
-    Habit &habit = habits_[leaf.id];
-    if (!habit.taken || habit.value != value) {
-        habit.value = value;
-        habit.taken = take_value(schema_, leaf, habit.value);
+    std::unique_ptr<Taking> &taking = habits_[leaf.id].taking;
+    if (taking == nullptr) {
+        taking = std::make_unique<Taking>();
     }
-    return habit.taken ? &*habit.taken : nullptr;
+    if (!taking->taken || taking->value != value) {
+        taking->value = value;
+        taking->taken = take_value(schema_, leaf, taking->value);
+    }
+    return taking->taken ? &*taking->taken : nullptr;
 }
 
 Node *Builder::place(const SchemaNode &schema, std::string_view value) {
@@ -260,7 +263,8 @@ void Builder::drop_entry(std::size_t level, const SchemaNode &key, std::string_v
     dropped_level_ = level + 1;
 }
 
-std::uint32_t Builder::operation(const SchemaNode *of, std::string_view name) const {
+std::uint32_t Builder::operation(const SchemaNode *of, std::string_view name) {
+    has_operations_ = true;
     if (!options_.edit) {
         refuse(Reason::unknown_operation, of, "data that is loaded as it stands carries no operations");
     }
@@ -384,6 +388,7 @@ Document Builder::finish() {
     apply_notes(levels_.front());
     check_values(levels_.front());
     document.root = levels_.front().node;
+    document.has_operations = has_operations_;
     document.unknown.reserve(unknown_.size());
     for (const Unknown &node : unknown_) {
         const bool is_entry = node.parent == nullptr;

@@ -9,6 +9,7 @@
 #include "values.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -53,7 +54,7 @@ class Builder {
     Node *leaf(const SchemaNode &schema, std::string_view value, Form form);
 
     // The code of an operation on a child of the current level, or with null on the level itself.
-    [[nodiscard]] std::uint32_t operation(const SchemaNode *of, std::string_view name) const;
+    [[nodiscard]] std::uint32_t operation(const SchemaNode *of, std::string_view name);
     void set_level_operation(std::uint32_t operation);
     // An operation on a leaf, or on the value of a leaf-list at that position, which may be still to come.
     void note_operation(const SchemaNode &leaf, std::uint32_t position, std::uint32_t operation);
@@ -86,11 +87,14 @@ class Builder {
         std::uint32_t operation;
     };
     // Documents repeat themselves: what came last at a schema node is tried first.
+    struct Taking {
+        std::string value;               // as the document has it
+        std::optional<TakenValue> taken; // what became of it; what it was given is value's
+    };
     struct Habit {
         const SchemaNode *next = nullptr;  // behind this node, of its parent's module
         const SchemaNode *first = nullptr; // in this node, likewise
-        std::string value;                 // of a leaf, as the document has it
-        std::optional<TakenValue> taken;   // what became of it; what it was given is value's
+        std::unique_ptr<Taking> taking;    // of a leaf that came
     };
     // The path is composed at the end, when every entry has its keys.
     struct Unknown {
@@ -126,6 +130,7 @@ class Builder {
     std::vector<Note> notes_;
     std::vector<Node *> valueless_;
     std::vector<Unknown> unknown_;
+    bool has_operations_ = false;
     std::size_t dropped_level_ = 0; // number of levels at the entry being skipped, 0 when none is
 };
 

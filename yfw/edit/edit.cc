@@ -38,7 +38,7 @@ class EditRun {
               transaction.fetch(arena, wanted, into);
           }) {}
 
-    void run();
+    void run(bool is_plain);
 
   private:
     Difference work_out(Node *edit);
@@ -122,9 +122,14 @@ Difference EditRun::work_out(Node *edit) {
     return found;
 }
 
-void EditRun::run() {
+void EditRun::run(bool is_plain) {
     Request &first = *result_.requests.front();
-    Difference found = work_out(first.source());
+    Difference found;
+    if (is_plain && result_.default_operation == DefaultOperation::merge) {
+        found.sets = first.source(); // all of it
+    } else {
+        found = work_out(first.source());
+    }
     std::move(found.not_mapped.begin(), found.not_mapped.end(), std::back_inserter(result_.not_mapped));
     if (found.goes != nullptr && found.goes->first() != nullptr) {
         map_going(found.goes);
@@ -222,7 +227,8 @@ void EditRun::watch(const MapResult &mapped, const Node *native) {
     if (mapped.affecting.empty() && mapped.unset.empty() && mapped.implying.empty()) {
         return;
     }
-    Node *parts = affected_parts(arena_, ground_.mapping, mapped, existing_origins(transaction_, native));
+    Node *parts = affected_parts(arena_, ground_.mapping, mapped,
+                                 [this, native] { return existing_origins(transaction_, native); });
     std::vector<std::pair<Node *, std::string>> implied;
     for (const Node *node : mapped.implying) {
         std::string why;
@@ -372,8 +378,9 @@ void EditRun::verify() {
 
 } // namespace
 
-void run_edit(const Ground &ground, const EditOptions &options, Transaction &transaction, EditResult &result) {
-    EditRun(ground, options, transaction, result).run();
+void run_edit(const Ground &ground, const EditOptions &options, bool is_plain, Transaction &transaction,
+              EditResult &result) {
+    EditRun(ground, options, transaction, result).run(is_plain);
 }
 
 } // namespace yfw

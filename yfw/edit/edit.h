@@ -42,6 +42,8 @@ struct EditResult {
 
 // Carries out an edit: result.requests holds one, whose source is the document and whose default operation result has.
 // Throws Refused; the transaction is then to be given up.
-void run_edit(const Ground &ground, const EditOptions &options, Transaction &transaction, EditResult &result);
+// is_plain: no node of the document has an operation of its own.
+void run_edit(const Ground &ground, const EditOptions &options, bool is_plain, Transaction &transaction,
+              EditResult &result);
 
 } // namespace yfw

@@ -3,6 +3,7 @@
 #include "edit/trees.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace yfw {
 
@@ -203,28 +204,31 @@ std::unordered_set<const Node *> existing_origins(const Transaction &transaction
 }
 
 Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapped,
-                     const std::unordered_set<const Node *> &existing) {
+                     const std::function<std::unordered_set<const Node *>()> &existing) {
     Node *parts = new_root(arena, mapping.schema());
+    std::optional<std::unordered_set<const Node *>> stored;
+    const auto is_stored = [&](const Node *entry) {
+        if (!stored) {
+            stored = existing();
+        }
+        return stored->contains(entry);
+    };
     for (const Node *node : mapped.affecting) {
         for (const SchemaNode *leaf : *mapping.affects(node->schema())) {
-            if (!existing.contains(common_entry(node, *leaf))) {
+            const bool is_named = mapping.find(*leaf)->entry->kept_in.empty() && leaf != &node->schema() &&
+                                  leaf->parent == node->schema().parent && child(node->up(), *leaf) != nullptr;
+            if (is_named || !is_stored(common_entry(node, *leaf))) {
                 continue;
             }
             if (leaf == &node->schema()) { // all values of the leaf-list
-                Node *parent = ensure_counterpart(arena, parts, node->up());
-                ensure_child(arena, parent, *leaf);
-                continue;
-            }
-            const Binding *binding = mapping.find(*leaf);
-            const bool is_named = binding->entry->kept_in.empty() && leaf->parent == node->schema().parent &&
-                                  child(node->up(), *leaf) != nullptr;
-            if (!is_named) {
+                ensure_child(arena, ensure_counterpart(arena, parts, node->up()), *leaf);
+            } else {
                 ensure_beside(arena, parts, node, *leaf);
             }
         }
     }
     for (const Node *node : mapped.unset) {
-        if (existing.contains(entry_around(node))) {
+        if (is_stored(entry_around(node))) {
             ensure_counterpart(arena, parts, node);
         }
     }

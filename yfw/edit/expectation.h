@@ -28,9 +28,10 @@ void overlay(Arena &arena, const Mapping &mapping, Node *expected, const Node *p
 // OpenConfig list entries that nodes of a native edit came from, of those whose native entry is stored already.
 std::unordered_set<const Node *> existing_origins(const Transaction &transaction, const Node *native);
 
-// The parts that nodes of an edit may change beside themselves, in entries that are stored already: a root.
+// The parts that nodes of an edit may change beside themselves, in entries that are stored already: a root. existing
+// tells which are; it is asked only when it matters.
 Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapped,
-                     const std::unordered_set<const Node *> &existing);
+                     const std::function<std::unordered_set<const Node *>()> &existing);
 
 // Adds the path of the leaf that writes this one along with itself, if there is such a leaf.
 void add_partner(Arena &arena, const Mapping &mapping, Node *paths, const Node *leaf);
