@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace yfw::test {
 
@@ -18,11 +19,19 @@ inline constexpr std::array sample_values{"BGP",        "true",         "false",
                                           "0.5",        "ACCEPT_ROUTE", "ipv4-unicast", "PRIVATE_AS_REMOVE_ALL"};
 
 // What the mapping goes by.
-inline constexpr std::array<std::pair<std::string_view, std::string_view>, 7> known_values{
+inline constexpr std::array<std::pair<std::string_view, std::string_view>, 12> known_values{
     {{"/network-instances/network-instance/protocols/protocol/name", "core"},
      {"/network-instances/network-instance/protocols/protocol/bgp/global/config/as", "65000"},
      {"/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbor-address", "10.0.0.1"},
      {"/network-instances/network-instance/protocols/protocol/bgp/peer-groups/peer-group/peer-group-name", "RR"},
+     {"/ocni-bgp/network-instances/network-instance/protocols/protocol/name", "core"},
+     {"/ocni-bgp/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbor-address",
+      "10.0.0.1"},
+     {"/ocni-bpm/network-instances/network-instance/protocols/protocol/name", "core"},
+     {"/ocni-bpm/network-instances/network-instance/protocols/protocol/bgp/peer-groups/peer-group/peer-group-name",
+      "RR"},
+     {"/ocni-bpm/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbor-address",
+      "10.0.0.1"},
      {"/bgp/instance/instance-name", "core"},
      {"/bgp/instance/instance-as/as", "0"},
      {"/bgp/instance/instance-as/four-byte-as/as", "65000"}}};
@@ -44,7 +53,8 @@ inline std::string sample_value(const Schema &schema, const SchemaNode &leaf) {
             return value;
         }
     }
-    return leaf.type == BaseType::empty ? "" : "0";
+    const std::vector<std::string> named = Schema::named_values(leaf);
+    return leaf.type == BaseType::empty ? "" : named.empty() ? "0" : named.front();
 }
 
 // A node's path with a key for every list on the way; network instances are the one of that name.

@@ -2,6 +2,7 @@
 
 #include "bgp/names.h"
 #include "bgp/roots.h"
+#include "bgp/unnamed.h"
 #include "documents/instance_path.h"
 #include "edit/apply.h"
 #include "edit/check.h"
@@ -39,6 +40,16 @@ std::vector<std::string> tell_unanswered(const Unanswered &unanswered) {
         notes.push_back(more == 0 ? line : line + " (and " + std::to_string(more) + " more like it)");
     }
     return notes;
+}
+
+// Whether every list entry that a node lies in is named. Of those that are not, some may lack what others have.
+bool is_of_one_entry(const Node &node) {
+    for (const Node *at = &node; at->up() != nullptr; at = at->up()) {
+        if (at->schema().kind == NodeKind::list && !has_all_keys(at)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 StoredNative stored_in(const Transaction &transaction) {
@@ -97,8 +108,34 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
 }
 
 std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
-                                         const Transaction &transaction, Below below) const {
-    const std::uint32_t kind = content(paths, state) == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE;
+                                         const Transaction &transaction) const {
+    auto request = declare_form(paths, state, transaction, Below::covered, true);
+    const std::vector<std::string> everything{"/network-instances"};
+    for (const std::string &path : paths.empty() ? everything : paths) {
+        Arena arena;
+        const std::vector<std::string> forms =
+            other_forms(add_instance_path(arena, schema_, new_root(arena, schema_), path));
+        const auto alone = forms.empty() || paths.size() < 2
+                               ? nullptr
+                               : declare_form({path}, state, transaction, Below::covered, false);
+        for (const std::string &form : forms) {
+            const auto other = declare_form({form}, state, transaction, Below::covered, false);
+            const Node *known = alone == nullptr ? request->destination() : alone->destination();
+            add_wanted(request->arena(), schema_, request->destination(), known, other->destination());
+        }
+    }
+    narrow_configuration(*request);
+    return request;
+}
+
+std::unique_ptr<Request> Engine::declare_as_given(const std::string &path, bool state, const Transaction &transaction,
+                                                  Below below) const {
+    return declare_form({path}, state, transaction, below, true);
+}
+
+std::unique_ptr<Request> Engine::declare_form(const std::vector<std::string> &paths, bool state,
+                                              const Transaction &transaction, Below below, bool refuses) const {
+    const std::uint32_t kind = reads_state(paths, state) ? YFW_KIND_READ_STATE : YFW_KIND_READ;
     auto request = std::make_unique<Request>(schema_, kind, log_, &pool_);
     request->trust(plugin_.constants());
     std::vector<const Node *> asked;
@@ -116,7 +153,7 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     const BoundSystemDatabase bound(database);
     for (const auto &[node, refusal] :
          declare_walk(*request, mapping_, stored_in(transaction), below == Below::covered, state)) {
-        if (std::find(asked.begin(), asked.end(), node) != asked.end()) {
+        if (refuses && std::find(asked.begin(), asked.end(), node) != asked.end() && is_of_one_entry(*node)) {
             throw Refused(refusal);
         }
     }
@@ -126,10 +163,9 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
     return request;
 }
 
-Engine::Content Engine::content(const std::vector<std::string> &paths, bool state) const {
+bool Engine::reads_state(const std::vector<std::string> &paths, bool state) const {
     Arena arena;
-    bool config = paths.empty();
-    bool any_state = paths.empty() && state;
+    bool any = paths.empty() && state;
     for (const std::string &path : paths) {
         const SchemaNode &asked = add_instance_path(arena, schema_, new_root(arena, schema_), path)->schema();
         if (const Side side = side_of(asked); side == Side::native || side == Side::operational) {
@@ -138,26 +174,21 @@ Engine::Content Engine::content(const std::vector<std::string> &paths, bool stat
         if (!asked.config && !state && mapping_.reaches(asked)) {
             throw Refused(Reason::not_served, path, "this is state, which a read of configuration leaves out");
         }
-        config = config || asked.config;
-        any_state = any_state || (state && reaches_state(mapping_, asked));
+        any = any || (state && reaches_state(mapping_, asked));
     }
-    return !any_state ? Content::config : config ? Content::all : Content::state;
+    return any;
 }
 
 Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool state,
                                 const Transaction &transaction) const {
     const auto declared = declare(paths, state, transaction);
-    const Content wanted = content(paths, state);
+    const bool with_state = reads_state(paths, state);
     ReadResult result;
-    result.request = std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE,
-                                               log_, &pool_);
+    result.request = std::make_unique<Request>(schema_, with_state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_, &pool_);
     Request &request = *result.request;
     request.trust(plugin_.constants());
     request.renders = true;
     name_default_twice(*declared, operational_roots);
-    if (wanted == Content::state) {
-        request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
-    }
     stage("fetching");
     transaction.fetch(request.arena(), declared->destination(), request.source());
     stage("rendering");
@@ -169,7 +200,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     for (const Node *node : request.withdrawn) {
         result.notes.push_back(instance_path(node) + ": it did not get into the result");
     }
-    repeat_keys(request, mapping_, request.destination(), wanted != Content::config);
+    repeat_keys(request, mapping_, request.destination(), with_state);
     Node *filter = new_root(request.arena(), schema_);
     for (const std::string &path : paths) {
         add_instance_path(request.arena(), schema_, filter, path);

@@ -41,12 +41,14 @@ class Engine {
     // Throws Refused; then give the transaction up.
     EditResult edit(std::string &text, Syntax syntax, const EditOptions &options, Transaction &transaction) const;
 
-    // Whether a read covers what lies below the nodes it names.
-    enum class Below { covered, left_out };
     // The native paths that a read of these instance paths fetches (of everything, when there are none), as a tree
     // whose list entries without keys stand for all. Throws Refused.
-    std::unique_ptr<Request> declare(const std::vector<std::string> &paths, bool state, const Transaction &transaction,
-                                     Below below = Below::covered) const;
+    std::unique_ptr<Request> declare(const std::vector<std::string> &paths, bool state,
+                                     const Transaction &transaction) const;
+    // The native paths that the callbacks of one path declare, which are more or fewer.
+    enum class Below { covered, left_out }; // what lies below the path
+    std::unique_ptr<Request> declare_as_given(const std::string &path, bool state, const Transaction &transaction,
+                                              Below below) const;
 
     // Renders what the store holds at these instance paths (everything, when there are none) as OpenConfig. notes tells
     // of native nodes that could not be rendered. Throws Refused.
@@ -67,10 +69,11 @@ class Engine {
   private:
     Engine(const EngineFiles &files, Log *log, std::future<MappingDescription> description);
 
-    // What a read of these paths wants: state is left out unless some of them reach it, configuration when all of them
-    // are state.
-    enum class Content { config, all, state };
-    Content content(const std::vector<std::string> &paths, bool state) const;
+    // What the callbacks declare when they are given the paths as they are. refuses: throws what refused a path.
+    std::unique_ptr<Request> declare_form(const std::vector<std::string> &paths, bool state,
+                                          const Transaction &transaction, Below below, bool refuses) const;
+    // Whether a read of these paths reaches state. Throws Refused for a path that it cannot be of.
+    bool reads_state(const std::vector<std::string> &paths, bool state) const;
     [[nodiscard]] Ground ground() const {
         return {schema_, mapping_, bgp_, rules_, plugin_.constants(), log_, &pool_};
     }

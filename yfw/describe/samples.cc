@@ -72,14 +72,16 @@ std::set<std::string> fetched_in(const Engine &engine, const SchemaNode &leaf, c
         return path.starts_with(instances) ? path.insert(instances.size(), network_instance) : path;
     };
     std::set<std::string> found;
-    collect_declared(engine.declare({named(leaf.path)}, !leaf.config, transaction)->destination(), found);
+    using Below = Engine::Below;
+    collect_declared(
+        engine.declare_as_given(named(leaf.path), !leaf.config, transaction, Below::covered)->destination(), found);
     const SchemaNode *parent = leaf.parent;
     while (parent->depth > 0 && engine.mapping().find(*parent) == nullptr) {
         parent = parent->parent;
     }
     std::set<std::string> above;
     if (parent->depth > 0) {
-        const auto asked = engine.declare({named(parent->path)}, !leaf.config, transaction, Engine::Below::left_out);
+        const auto asked = engine.declare_as_given(named(parent->path), !leaf.config, transaction, Below::left_out);
         collect_declared(asked->destination(), above);
     }
     for (const std::string &path : above) {

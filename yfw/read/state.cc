@@ -1,5 +1,7 @@
 #include "read/state.h"
 
+#include "bgp/roots.h"
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -35,6 +37,36 @@ void narrow(Node *node) {
         const SchemaNode &schema = child->schema();
         if (is_bare(child) && (schema.kind == NodeKind::list || holds_list(schema))) {
             unlink(child);
+        }
+    }
+}
+
+// Adds a node below one of those that it lies in; of lists on the way the current entries.
+void add_below(Arena &arena, Node *node, const SchemaNode &wanted) {
+    std::vector<const SchemaNode *> levels;
+    for (const SchemaNode *level = &wanted; level != &node->schema(); level = level->parent) {
+        levels.push_back(level);
+    }
+    for (; !levels.empty(); levels.pop_back()) {
+        node = ensure_child(arena, node, *levels.back());
+    }
+}
+
+void narrow_entries(Request &request, Node *node) {
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        const SchemaNode &schema = below->schema();
+        const auto *signs = schema.kind != NodeKind::list || !is_bare(below)
+                                ? entry_signs.end()
+                                : std::find_if(entry_signs.begin(), entry_signs.end(),
+                                               [&](const EntrySigns &row) { return row.list == schema.path; });
+        if (signs != entry_signs.end()) {
+            for (const std::string_view leaf : signs->leaves) {
+                if (const SchemaNode *wanted = request.schema().find(leaf); !leaf.empty() && wanted != nullptr) {
+                    add_below(request.arena(), below, *wanted);
+                }
+            }
+        } else if (schema.holds_list) {
+            narrow_entries(request, below);
         }
     }
 }
@@ -82,6 +114,10 @@ bool reaches_state(const Mapping &mapping, const SchemaNode &schema) {
     return mapping.reaches(schema) &&
            (!schema.config || std::any_of(schema.children.begin(), schema.children.end(),
                                           [&](const SchemaNode *below) { return reaches_state(mapping, *below); }));
+}
+
+void narrow_configuration(Request &request) {
+    narrow_entries(request, request.destination());
 }
 
 void narrow_operational(Request &request, std::span<const std::string_view> roots) {

@@ -12,6 +12,10 @@ namespace yfw {
 // Whether a node, or any served one below it, is state.
 bool reaches_state(const Mapping &mapping, const SchemaNode &schema);
 
+// Makes of the native entries that were declared without anything in them, which would mean all below, ones that are
+// wanted for their being there.
+void narrow_configuration(Request &request);
+
 // Takes out of the destination, below these roots, the entries and containers of lists that callbacks declared only on
 // their way to what is asked for: with nothing in them they would mean everything below.
 void narrow_operational(Request &request, std::span<const std::string_view> roots);

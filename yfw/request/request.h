@@ -122,7 +122,8 @@ class Request : public yfw_map_context {
     Node *source_;
     Node *destination_;
     Node *current_list_ = nullptr;
-    std::array<Chain, 8> chains_; // by the list's id
+    const Node *scratch_entry_ = nullptr; // that fields_.scratch_as is of
+    std::array<Chain, 8> chains_;         // by the list's id
 };
 
 inline Request &request_of(yfw_map_ctx ctx) {
