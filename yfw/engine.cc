@@ -55,6 +55,20 @@ std::vector<std::string> tell_unanswered(const WalkResult &walked) {
     return notes;
 }
 
+// What the native and the operational models ask of their data is seen to, or the work does not begin. Of the others'
+// only the conditions matter, where something is served: the plug-in judges them.
+void check_constraints(const Schema &schema, const Mapping &mapping) {
+    for (std::uint32_t id = 1; id < schema.size(); ++id) {
+        const SchemaNode &node = schema.node(id);
+        const std::string_view root = std::string_view(node.path).substr(0, node.path.find('/', 1));
+        const bool is_native = is_one_of(native_roots, root) || is_one_of(operational_roots, root);
+        const std::string constraint = Schema::unchecked_constraint(node);
+        if (!constraint.empty() && (is_native || (constraint.starts_with("when") && mapping.reaches(node)))) {
+            throw Unusable("the model of " + node.path + " has a condition that cannot be checked: " + constraint);
+        }
+    }
+}
+
 StoredNative stored_in(const Transaction &transaction) {
     return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
 }
@@ -88,6 +102,7 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
             throw Unusable("the models lack the native configuration's " + std::string(path));
         }
     }
+    check_constraints(schema_, mapping_);
     using Initialise = cerrno (*)();
     auto initialise = reinterpret_cast<Initialise>(plugin_.find("yfw_bgpcfg_sysdb_init"));
     if (initialise != nullptr && initialise() != 0) {
