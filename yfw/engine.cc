@@ -60,8 +60,12 @@ std::vector<std::string> tell_unanswered(const WalkResult &walked) {
 void check_constraints(const Schema &schema, const Mapping &mapping) {
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
-        const std::string_view root = std::string_view(node.path).substr(0, node.path.find('/', 1));
-        const bool is_native = is_one_of(native_roots, root) || is_one_of(operational_roots, root);
+        const SchemaNode *root = &node; // which another model may have under the same name
+        while (root->parent != &schema.root()) {
+            root = root->parent;
+        }
+        const bool has_role = is_one_of(native_roots, root->path) || is_one_of(operational_roots, root->path);
+        const bool is_native = has_role && root == schema.find(root->path);
         const std::string constraint = Schema::unchecked_constraint(node);
         if (!constraint.empty() && (is_native || (constraint.starts_with("when") && mapping.reaches(node)))) {
             throw Unusable("the model of " + node.path + " has a condition that cannot be checked: " + constraint);
