@@ -27,7 +27,7 @@ class Deviations : public testing::Test {
   protected:
     // The models with the module that is printed for them.
     std::vector<fs::path> deviated(const std::string &arguments, std::vector<fs::path> models) {
-        const std::string module = output_of(YFW_COMMAND " map --deviations " + arguments);
+        const std::string module = output_of(shell_word(YFW_COMMAND) + " map --deviations " + arguments);
         write_file(directory_ / "more/yfw-openconfig-deviations.yang", module);
         models.insert(models.begin() + 1, directory_ / "more");
         return models;
@@ -64,8 +64,7 @@ TEST_F(Deviations, FitThePublishedModels) {
         GTEST_SKIP() << "YFW_PUBLISHED_MODELS names no directory with the published modules";
     }
     const Engine engine(
-        {deviated(std::string("--models ") + published, {published, YFW_MODELS_DIR}), YFW_MAPPING, YFW_PLUGIN},
-        nullptr);
+        {deviated("--models " + shell_word(published), {published, YFW_MODELS_DIR}), YFW_MAPPING, YFW_PLUGIN}, nullptr);
     EXPECT_EQ(left_over(engine), std::vector<std::string>());
     const Schema &schema = engine.schema();
     for (const char *gone :
@@ -87,8 +86,9 @@ TEST_F(Deviations, FitThePublishedModels) {
 
 TEST_F(Deviations, LeaveWhatReadsShow) {
     const Schema schema(deviated("", {YFW_MODELS_DIR}));
-    const std::string yfw = YFW_COMMAND " --db " + (directory_ / "db").string();
-    output_of(yfw + " edit --skip-unknown " YFW_EXAMPLES_DIR "/70-published/*.json >/dev/null 2>&1; true");
+    const std::string yfw = shell_word(YFW_COMMAND) + " --db " + shell_word(directory_ / "db");
+    output_of(yfw + " edit --skip-unknown " + shell_word(YFW_EXAMPLES_DIR) +
+              "/70-published/*.json >/dev/null 2>&1; true");
     std::string shown = output_of(yfw + " get --state");
     EXPECT_NE(shown.find("\"neighbor\""), std::string::npos);
     Arena arena;
@@ -113,7 +113,8 @@ TEST_F(Deviations, LeaveANodeThatAnotherModuleDeviates) {
     write_file(directory_ / "mapping/bgp.json", mapping);
     fs::copy(fs::path(YFW_MAPPING).parent_path() / "yfw-mapping.yang", directory_ / "mapping/yfw-mapping.yang");
     const std::string description = (directory_ / "mapping/bgp.json").string();
-    const Engine engine({deviated("--mapping " + description, {YFW_MODELS_DIR}), description, YFW_PLUGIN}, nullptr);
+    const Engine engine({deviated("--mapping " + shell_word(description), {YFW_MODELS_DIR}), description, YFW_PLUGIN},
+                        nullptr);
     EXPECT_EQ(left_over(engine), std::vector{leaf});
     EXPECT_NE(file_bytes(directory_ / "more/yfw-openconfig-deviations.yang")
                   .find("// Not served either, but yfw-openconfig-departures deviates it already:\n  // " + bgp + leaf),

@@ -98,8 +98,8 @@ TEST(Secrets, HaveOneKeyWhoeverIsFirst) {
         std::vector<std::thread> runs;
         for (int &code : codes) {
             runs.emplace_back([&] {
-                code = std::system((std::string(YFW_COMMAND) + " --db " + db + " edit " +
-                                    (scratch / "edit.json").string() + " >" + db + ".out")
+                code = std::system((shell_word(YFW_COMMAND) + " --db " + shell_word(db) + " edit " +
+                                    shell_word(scratch / "edit.json") + " >" + shell_word(db + ".out"))
                                        .c_str());
             });
         }

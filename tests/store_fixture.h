@@ -166,6 +166,15 @@ class ScratchDirectory {
     fs::path path_;
 };
 
+// A word of a shell's command line: the build's directory may be called anything.
+inline std::string shell_word(const fs::path &word) {
+    std::string text = "'";
+    for (const char character : word.string()) {
+        text += character == '\'' ? "'\\''" : std::string(1, character);
+    }
+    return text + '\'';
+}
+
 inline std::string file_bytes(const fs::path &file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};

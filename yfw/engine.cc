@@ -52,6 +52,25 @@ bool is_of_one_entry(const Node &node) {
     return true;
 }
 
+// What the native and the operational models ask of their data is seen to, or the work does not begin. Of the others'
+// only the conditions matter, where something is served: the plug-in judges them.
+void check_constraints(const Schema &schema, const Mapping &mapping) {
+    for (std::uint32_t id = 1; id < schema.size(); ++id) {
+        const SchemaNode &node = schema.node(id);
+        const SchemaNode *root = &node; // which another model may have under the same name
+        while (root->parent != &schema.root()) {
+            root = root->parent;
+        }
+        const bool has_role = std::find(native_roots.begin(), native_roots.end(), root->path) != native_roots.end() ||
+                              std::find(operational_roots.begin(), operational_roots.end(), root->path) != operational_roots.end();
+        const bool is_native = has_role && root == schema.find(root->path);
+        const std::string constraint = Schema::unchecked_constraint(node);
+        if (!constraint.empty() && (is_native || (constraint.starts_with("when") && mapping.reaches(node)))) {
+            throw Unusable("the model of " + node.path + " has a condition that cannot be checked: " + constraint);
+        }
+    }
+}
+
 StoredNative stored_in(const Transaction &transaction) {
     return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
 }
@@ -70,6 +89,7 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
         }
     }
     declare_names(schema_);
+    check_constraints(schema_, mapping_);
     using Initialise = cerrno (*)();
     auto initialise = reinterpret_cast<Initialise>(plugin_.find("yfw_bgpcfg_sysdb_init"));
     if (initialise != nullptr && initialise() != 0) {

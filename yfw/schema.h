@@ -117,6 +117,10 @@ class Schema {
     // Whether a union leaf's value is a number for JSON.
     [[nodiscard]] bool is_number(const SchemaNode &leaf, std::string_view value) const;
 
+    // What the node's model asks of its data and the framework does not see to, in YANG's words: a condition of another
+    // form, "unique". Empty when there is nothing.
+    [[nodiscard]] static std::string unchecked_constraint(const SchemaNode &node);
+
     // The leaf's type in YANG's words: "uint32", "identity of AFI_SAFI_TYPE", "uint32 or string".
     [[nodiscard]] static std::string type_name(const SchemaNode &leaf);
     // The values that the leaf's type spells out: true and false, enumerated names, identities. A union's are those of

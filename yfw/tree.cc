@@ -440,7 +440,7 @@ void unlink_entry(Node *node) {
 } // namespace
 
 void release_name_spaces(Node *node) {
-    if (memory::name_spaces() == 0) {
+    if (memory::outstanding() == 0) { // copies of namespaces are tagged memory
         return;
     }
     if ((node->flags & YFW_NODE_NS_SET) != 0) {

@@ -1,6 +1,7 @@
 #include "mapping/plugin.h"
 
 #include "error.h"
+#include "platform/files.h"
 
 #include <dlfcn.h>
 #include <elf.h>
@@ -105,6 +106,16 @@ Plugin::Plugin(const std::filesystem::path &file) : file_(file), exports_(export
         throw Unusable(std::string("the plug-in cannot be loaded: ") + dlerror());
     }
     constants_ = read_only_part(handle_.get());
+    const link_map *map = nullptr;
+    if (dlinfo(handle_.get(), RTLD_DI_LINKMAP, &map) != 0) {
+        throw Unusable(std::string("the plug-in cannot be loaded: ") + dlerror());
+    }
+    dynamic_section_ = map->l_ld;
+    files::offer_to(dynamic_section_);
+}
+
+Plugin::~Plugin() {
+    files::withdraw_from(dynamic_section_);
 }
 
 void *Plugin::find(const std::string &name) const {

@@ -13,6 +13,9 @@ class Plugin {
   public:
     // Opens it with all its symbols bound. Throws Unusable with the file and the reason.
     explicit Plugin(const std::filesystem::path &file);
+    ~Plugin();
+    Plugin(const Plugin &) = delete;
+    Plugin &operator=(const Plugin &) = delete;
 
     [[nodiscard]] void *find(const std::string &name) const; // null when it exports no such function
     // The functions that it exports, sorted.
@@ -29,6 +32,7 @@ class Plugin {
     std::unique_ptr<void, Closer> handle_;
     std::vector<std::string> exports_;
     std::span<const char> constants_;
+    const void *dynamic_section_ = nullptr; // an address in the object
 };
 
 // The names of the functions that an ELF shared object exports, sorted. Throws Unusable when it is none.

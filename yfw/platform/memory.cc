@@ -8,17 +8,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <string_view>
 
 namespace {
 
 struct alignas(std::max_align_t) Header {
     std::uint64_t size;
-    bool is_name_space;
 };
 
 std::int64_t blocks = 0;
-std::int64_t name_space_blocks = 0;
 std::uint64_t failing = 0;
 
 // All of the text or nothing of it.
@@ -41,9 +38,6 @@ namespace yfw::memory {
 std::int64_t outstanding() {
     return blocks;
 }
-std::int64_t name_spaces() {
-    return name_space_blocks;
-}
 void fail_after(std::uint64_t count) {
     failing = count;
 }
@@ -52,7 +46,7 @@ void fail_after(std::uint64_t count) {
 
 extern "C" {
 
-void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *tag, int) {
+void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *, int) {
     const bool fails = failing != 0 && --failing == 0;
     std::uint64_t total = 0;
     const bool too_big =
@@ -63,9 +57,7 @@ void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *tag, int) {
         return nullptr;
     }
     header->size = total;
-    header->is_name_space = std::string_view(tag).ends_with(" NS");
     ++blocks;
-    name_space_blocks += header->is_name_space ? 1 : 0;
     return header + 1;
 }
 
@@ -77,7 +69,6 @@ void vnos_named_free(void *memory) {
     // It may have held a password.
     explicit_bzero(memory, header->size);
     --blocks;
-    name_space_blocks -= header->is_name_space ? 1 : 0;
     std::free(header);
 }
 

@@ -8,9 +8,6 @@ namespace yfw::memory {
 // The number of tagged allocations that are not freed yet.
 std::int64_t outstanding();
 
-// Those of them that are copies of namespaces, which nodes own.
-std::int64_t name_spaces();
-
 // Makes the count-th tagged allocation from now on fail (1: the next), once. 0 turns it off.
 void fail_after(std::uint64_t count);
 

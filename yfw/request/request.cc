@@ -27,11 +27,11 @@ Request::Request(const Schema &schema, std::uint32_t kind, Log *log, ChunkPool *
 }
 
 Request::~Request() {
-    release_name_spaces(destination_);
-    release_name_spaces(source_);
     vnos_named_free(fields_.error_text);
     vnos_named_free(fields_.common_data_ptr);
     vnos_named_free(fields_.trim_path);
+    release_name_spaces(destination_); // the last of tagged memory, if there are any
+    release_name_spaces(source_);
     arena_.wipe();
 }
 
