@@ -117,6 +117,7 @@ TEST_F(MappingRules, WhatAnotherNodeWritesIsNoLoss) {
         {false, {pas}, none, ""},
         {false, {hops}, "not mapped: it goes with the flag beside it", ""},
         {false, {hops, flag}, "", ""},
+        {false, {hops, "/ebgp-multihop/config/enabled=false"}, "not mapped: it goes with the flag beside it", ""},
         {false, {hops, "/ebgp-multihop/config/enabled{remove}"}, "not mapped: it goes with the flag beside it", ""},
         {false, {policy}, "not mapped: policies are mapped by address family", ""},
         // A group's families take nothing over by themselves: it is written once they are there.
