@@ -111,7 +111,8 @@ class Faults : public testing::Test {
         std::vector<const SchemaNode *> found;
         for (const MappingEntry &entry : engine().mapping().description().entries) {
             const SchemaNode &leaf = *schema().find(entry.path);
-            if (leaf.is_inner() || !leaf.config || !leaf.path.starts_with("/network-instances")) {
+            const bool is_key = leaf.is_key || engine().mapping().repeats_key(leaf); // not to be deleted
+            if (leaf.is_inner() || is_key || !leaf.config || !leaf.path.starts_with("/network-instances")) {
                 continue;
             }
             try {

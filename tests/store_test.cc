@@ -216,7 +216,7 @@ TEST(Store, OutlivesModelsThatGrowAndNamesThoseItNeeds) {
         EXPECT_EQ(fetch(store, after, "/top"),
                   "/top/first=f\n/top/last=l\n/top/pair[a=x][b=y]/v=1\n/top/pair[a=x][b=y]/v=3\n/top/pair[a=x][b=z]\n");
         EXPECT_EQ(fetch(store, after, "/top/pair[b=z]"), "/top/pair[a=x][b=z]\n");
-        edit(store, after, "/top/pair[b=y]/v{delete}");
+        edit(store, after, "/top/pair[a=x][b=y]/v{delete}");
         EXPECT_EQ(fetch(store, after, "/top/pair[a=x][b=y]"), "/top/pair[a=x][b=y]\n");
         EXPECT_THROW(edit(store, after, "/top/pair[a=" + std::string(600, 'x') + "][b=y]"), Refused);
     }

@@ -278,6 +278,10 @@ const std::string metric = R"("disable-metric-propagation":true)", policy = R"("
 const std::string running = "I default 0 65000]/bgp-running=\n", enabled = "I default 0 65000] ipv4-unicast]/enable=\n";
 const std::string connected = "I default 0 65000] ipv4-unicast]/connected-routes";
 const std::string as = R"("name":"default","bgp":{"global":{"config":{"as":65000}}})";
+const std::string family_comes =
+    "note: it comes with /network-instances/network-instance[name=DEFAULT]/table-connections/"
+    "table-connection[src-protocol=DIRECTLY_CONNECTED][dst-protocol=BGP]"
+    "[address-family=IPV4]\n";
 
 TEST(TableConnections, AnEditNeedsTheInstanceNamedDefault) {
     const struct {
@@ -287,8 +291,10 @@ TEST(TableConnections, AnEditNeedsTheInstanceNamedDefault) {
          "operation-failed: the AS number of the BGP instance default is not known: configure it before, or in the "
          "same "
          "edit"},
-        {"", item("DIRECTLY_CONNECTED", policy), as, running + enabled + connected + "/route-policy-name=P\n"},
-        {as, item("DIRECTLY_CONNECTED", metric), "", running + enabled + connected + "/default-metric=0\n"},
+        {"", item("DIRECTLY_CONNECTED", policy), as,
+         running + enabled + connected + "/route-policy-name=P\n" + family_comes},
+        {as, item("DIRECTLY_CONNECTED", metric), "",
+         running + enabled + connected + "/default-metric=0\n" + family_comes},
         {R"("name":"core","bgp":{"global":{"config":{"as":65000}}})", item("STATIC", policy), "",
          "~/bgp-running=\nnote: redistribution goes into the BGP instance named default, and this one is "
          "named core\n"},
@@ -302,8 +308,7 @@ TEST(TableConnections, AnEditNeedsTheInstanceNamedDefault) {
         {as, item("OSPF3", policy), "",
          running + "note: BGP takes routes of DIRECTLY_CONNECTED, STATIC, OSPF and ISIS\n"},
         {as, item("STATIC", policy, "", "MPLS"), "", running + "note: BGP takes routes of IPV4 and IPV6\n"},
-        {as, item("STATIC", policy, "delete", "IPV4", "ISIS"), "",
-         running + "note: only table connections into BGP are mapped\n"},
+        {as, item("STATIC", policy, "delete", "IPV4", "ISIS"), "", running},
         {as, item("STATIC", "", "delete"), "", "data-missing: there is nothing to delete"},
         {as, item("STATIC", "", "remove"), "", running},
     };
@@ -318,9 +323,6 @@ TEST(TableConnections, AnEditNeedsTheInstanceNamedDefault) {
 }
 
 TEST(TableConnections, OperationsAreTheRedistributionsAlone) {
-    const std::string exists =
-        "data-exists: /bgp/instance[instance-name=default]/instance-as[as=0]/four-byte-as[as=65000]/default-vrf/global/"
-        "global-afs/global-af[af-name=ipv4-unicast]/connected-routes exists already";
     const auto deleted = [](const std::string &leaf, const std::string &operation) {
         return leaf + ",\"@" + leaf.substr(1, leaf.find(':') - 2) + "\":" + operation;
     };
@@ -331,7 +333,7 @@ TEST(TableConnections, OperationsAreTheRedistributionsAlone) {
         std::string request, expected; // on one with both settings
     } rows[] = {
         {item("DIRECTLY_CONNECTED", "", "delete"), running + enabled},
-        {item("DIRECTLY_CONNECTED", metric, "create"), exists},
+        {item("DIRECTLY_CONNECTED", metric, "create"), "data-exists: it is there already"},
         {item("DIRECTLY_CONNECTED", metric, "replace"), running + enabled + whole_metric},
         {item("DIRECTLY_CONNECTED", "", "replace"), running + enabled + connected + '\n'},
         {item("DIRECTLY_CONNECTED", R"("disable-metric-propagation":false)"), running + enabled + whole_policy},
@@ -365,17 +367,21 @@ TEST(TableConnections, AnEditKeepsWhatItSets) {
     const std::string unknown = "operation-failed: the AS number of the BGP instance default is not known: configure "
                                 "it before, or in the same edit";
     const std::string bgp = R"({"protocol":[{"identifier":"BGP",)" + as + "}]}";
+    const std::string default_families = "/network-instances/network-instance[name=DEFAULT]/protocols/"
+                                         "protocol[identifier=BGP][name=default]/bgp/global/afi-safis";
     const std::string no_family = R"({"protocol":[{"identifier":"BGP","name":"default","bgp":{"global":{"afi-safis":)"
                                   R"({"afi-safi":[{"afi-safi-name":"IPV4_UNICAST",)"
                                   R"("@":{"ietf-netconf:operation":"delete"}}]}}}}]})";
     const struct {
         std::string operation, protocols, expected; // of the network instance
     } rows[] = {
-        {replace, bgp, running + enabled + connected + "/route-policy-name=P\n"},
+        {replace, bgp, running + enabled + connected + "/route-policy-name=P\n" + family_comes},
         {replace, "", unknown},
         {"", R"({"@":{"ietf-netconf:operation":"delete"}})", unknown},
         {"", R"({"@":{"ietf-netconf:operation":"replace"}})", unknown},
-        {"", no_family, running + enabled + connected + "/route-policy-name=P\n"},
+        {"", no_family,
+         running + enabled + connected + "/route-policy-name=P\nnote: it goes along with " + default_families +
+             "/afi-safi[afi-safi-name=IPV4_UNICAST]\n" + family_comes},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.operation + row.protocols);
