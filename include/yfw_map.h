@@ -97,7 +97,7 @@ struct yfw_req_ctx {
     bool entire_bgp_delete; /* the plug-in's mark that the request deletes the whole BGP configuration */
     void *common_data_ptr;  /* the plug-in's own block; from vnos_named_calloc_, freed by the framework at the end */
     char *trim_path;        /* the prefix that adds are relative to, or null; from vnos_named_calloc_ */
-    uint32_t scratch_as;    /* a number that one callback keeps for the next; 0 in a new outermost list entry */
+    uint32_t scratch_as;    /* a number that one callback keeps for the next; 0 in a new entry below the top */
     struct yfw_content_selection selection;
 };
 

@@ -129,17 +129,15 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
 
 std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
                                          const Transaction &transaction) const {
-    auto request = declare_form(paths, state, transaction, Below::covered, true);
-    const std::vector<std::string> everything{"/network-instances"};
-    for (const std::string &path : paths.empty() ? everything : paths) {
-        Arena arena;
-        const std::vector<std::string> forms =
-            other_forms(add_instance_path(arena, schema_, new_root(arena, schema_), path));
+    std::vector<const Node *> asked;
+    auto request = declare_form(paths, state, transaction, Below::covered, &asked);
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+        const std::vector<std::string> forms = other_forms(asked[i]);
         const auto alone = forms.empty() || paths.size() < 2
                                ? nullptr
-                               : declare_form({path}, state, transaction, Below::covered, false);
+                               : declare_form({paths[i]}, state, transaction, Below::covered, nullptr);
         for (const std::string &form : forms) {
-            const auto other = declare_form({form}, state, transaction, Below::covered, false);
+            const auto other = declare_form({form}, state, transaction, Below::covered, nullptr);
             const Node *known = alone == nullptr ? request->destination() : alone->destination();
             add_wanted(request->arena(), schema_, request->destination(), known, other->destination());
         }
@@ -150,42 +148,48 @@ std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, 
 
 std::unique_ptr<Request> Engine::declare_as_given(const std::string &path, bool state, const Transaction &transaction,
                                                   Below below) const {
-    return declare_form({path}, state, transaction, below, true);
+    std::vector<const Node *> asked;
+    return declare_form({path}, state, transaction, below, &asked);
 }
 
 std::unique_ptr<Request> Engine::declare_form(const std::vector<std::string> &paths, bool state,
-                                              const Transaction &transaction, Below below, bool refuses) const {
-    const std::uint32_t kind = reads_state(paths, state) ? YFW_KIND_READ_STATE : YFW_KIND_READ;
+                                              const Transaction &transaction, Below below,
+                                              std::vector<const Node *> *asked) const {
+    const std::uint32_t kind = content(paths, state) == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE;
     auto request = std::make_unique<Request>(schema_, kind, log_, &pool_);
     request->trust(plugin_.constants());
-    std::vector<const Node *> asked;
+    std::vector<const Node *> nodes;
     for (const std::string &path : paths) {
         const Node *node = add_instance_path(request->arena(), schema_, request->source(), path);
         if (!(state ? mapping_.reaches(node->schema()) : mapping_.reaches_config(node->schema()))) {
             throw Refused(Reason::not_served, path, "nothing serves this path");
         }
-        asked.push_back(node);
+        nodes.push_back(node);
     }
     if (paths.empty()) {
-        add_instance_path(request->arena(), schema_, request->source(), "/network-instances");
+        nodes.push_back(add_instance_path(request->arena(), schema_, request->source(), "/network-instances"));
     }
     const SystemDatabase database(transaction, rules_);
     const BoundSystemDatabase bound(database);
     for (const auto &[node, refusal] :
          declare_walk(*request, mapping_, stored_in(transaction), below == Below::covered, state)) {
-        if (refuses && std::find(asked.begin(), asked.end(), node) != asked.end() && is_of_one_entry(*node)) {
+        if (asked != nullptr && std::find(nodes.begin(), nodes.end(), node) != nodes.end() && is_of_one_entry(*node)) {
             throw Refused(refusal);
         }
     }
     if (kind == YFW_KIND_READ_STATE) {
         narrow_operational(*request, operational_roots);
     }
+    if (asked != nullptr) {
+        *asked = std::move(nodes);
+    }
     return request;
 }
 
-bool Engine::reads_state(const std::vector<std::string> &paths, bool state) const {
+Engine::Content Engine::content(const std::vector<std::string> &paths, bool state) const {
     Arena arena;
-    bool any = paths.empty() && state;
+    bool config = paths.empty();
+    bool any_state = paths.empty() && state;
     for (const std::string &path : paths) {
         const SchemaNode &asked = add_instance_path(arena, schema_, new_root(arena, schema_), path)->schema();
         if (const Side side = side_of(asked); side == Side::native || side == Side::operational) {
@@ -194,21 +198,26 @@ bool Engine::reads_state(const std::vector<std::string> &paths, bool state) cons
         if (!asked.config && !state && mapping_.reaches(asked)) {
             throw Refused(Reason::not_served, path, "this is state, which a read of configuration leaves out");
         }
-        any = any || (state && reaches_state(mapping_, asked));
+        config = config || needs_configuration(mapping_, asked);
+        any_state = any_state || (state && reaches_state(mapping_, asked));
     }
-    return any;
+    return !any_state ? Content::config : config ? Content::all : Content::state;
 }
 
 Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool state,
                                 const Transaction &transaction) const {
     const auto declared = declare(paths, state, transaction);
-    const bool with_state = reads_state(paths, state);
+    const Content wanted = content(paths, state);
     ReadResult result;
-    result.request = std::make_unique<Request>(schema_, with_state ? YFW_KIND_READ_STATE : YFW_KIND_READ, log_, &pool_);
+    result.request = std::make_unique<Request>(schema_, wanted == Content::config ? YFW_KIND_READ : YFW_KIND_READ_STATE,
+                                               log_, &pool_);
     Request &request = *result.request;
     request.trust(plugin_.constants());
     request.renders = true;
     name_default_twice(*declared, operational_roots);
+    if (wanted == Content::state) {
+        request.fields().selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
+    }
     stage("fetching");
     transaction.fetch(request.arena(), declared->destination(), request.source());
     stage("rendering");
@@ -220,7 +229,7 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     for (const Node *node : request.withdrawn) {
         result.notes.push_back(instance_path(node) + ": it did not get into the result");
     }
-    repeat_keys(request, mapping_, request.destination(), with_state);
+    repeat_keys(request, mapping_, request.destination(), wanted != Content::config);
     Node *filter = new_root(request.arena(), schema_);
     for (const std::string &path : paths) {
         add_instance_path(request.arena(), schema_, filter, path);

@@ -69,11 +69,15 @@ class Engine {
   private:
     Engine(const EngineFiles &files, Log *log, std::future<MappingDescription> description);
 
-    // What the callbacks declare when they are given the paths as they are. refuses: throws what refused a path.
+    // What the callbacks declare when they are given the paths as they are. asked, if it is not null, takes the nodes
+    // of the paths; a path that is refused as a whole throws then.
     std::unique_ptr<Request> declare_form(const std::vector<std::string> &paths, bool state,
-                                          const Transaction &transaction, Below below, bool refuses) const;
-    // Whether a read of these paths reaches state. Throws Refused for a path that it cannot be of.
-    bool reads_state(const std::vector<std::string> &paths, bool state) const;
+                                          const Transaction &transaction, Below below,
+                                          std::vector<const Node *> *asked) const;
+    // What a read of these paths wants: state is left out unless some of them reach it, configuration when all of them
+    // are state that does without. Throws Refused for a path that cannot be read.
+    enum class Content { config, all, state };
+    Content content(const std::vector<std::string> &paths, bool state) const;
     [[nodiscard]] Ground ground() const {
         return {schema_, mapping_, bgp_, rules_, plugin_.constants(), log_, &pool_};
     }

@@ -134,9 +134,10 @@ class Schema {
         void operator()(ly_ctx *context) const;
     };
     struct Accepted; // per type, the values accepted before
+    struct RememberedValue;
 
-    bool accepts_other(const SchemaNode &leaf, const lysc_type *type, std::string_view value, std::string *reason,
-                       std::string *canonical) const;
+    bool accepts_new(const SchemaNode &leaf, std::string_view value, RememberedValue &known, std::string *reason,
+                     std::string *canonical) const;
     bool union_takes(const SchemaNode &leaf, const lysc_type *type, std::string_view value,
                      std::string &canonical) const;
     void load(const std::vector<std::filesystem::path> &directories);

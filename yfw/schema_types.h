@@ -18,13 +18,15 @@ BaseType base_type(const lysc_type *type);
 // Whether the type or one of a union's is that of IPv6 addresses: such types come as plain strings with patterns.
 bool takes_addresses(const lysc_type *type);
 
+struct Schema::RememberedValue {
+    const lysc_type *type = nullptr;
+    std::string text;
+    std::string canonical; // empty when it is the text
+};
+
 struct Schema::Accepted {
     using Identities = std::unordered_map<std::string, const lys_module *>;
-    struct Value {
-        const lysc_type *type = nullptr;
-        std::string text;
-        std::string canonical; // empty when it is the text
-    };
+    using Value = RememberedValue;
     static constexpr std::size_t longest_value = 128;
 
     std::unordered_map<const lysc_type *, Identities> identities; // that a type takes

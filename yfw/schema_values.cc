@@ -119,6 +119,8 @@ bool store_takes(const ly_ctx *context, const SchemaNode &leaf, const lysc_type 
     return taken;
 }
 
+constexpr const char *not_yang = "it has a character that YANG does not allow";
+
 // False, and if it is asked for, why.
 template <typename Text>
 bool because(std::string *reason, Text text) {
@@ -226,39 +228,46 @@ bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string
         *canonical = leaf.spelling->kept;
         return true;
     }
-    const bool is_plain = is_plain_string(type);
-    if (!is_plain) {
-        if (const Accepted::Value &known = accepted_->place(type, value); known.type == type && known.text == value) {
-            if (canonical != nullptr && !known.canonical.empty()) {
-                *canonical = known.canonical;
-            }
-            return true;
-        }
+    if (is_plain_string(type)) {
+        return !excluded_character(value) || because(reason, [] { return not_yang; });
     }
-    if (excluded_character(value)) {
-        return because(reason, [] { return "it has a character that YANG does not allow"; });
+    Accepted::Value &known = accepted_->place(type, value);
+    if (known.type != type || known.text != value) {
+        return accepts_new(leaf, value, known, reason, canonical);
     }
-    return is_plain || accepts_other(leaf, type, value, reason, canonical);
+    if (canonical != nullptr && !known.canonical.empty()) {
+        *canonical = known.canonical;
+    }
+    return true;
 }
 
-// Of the types that libyang is asked about. What they take is remembered.
-bool Schema::accepts_other(const SchemaNode &leaf, const lysc_type *type, std::string_view value, std::string *reason,
-                           std::string *canonical) const {
+// Asks libyang. What is taken is remembered in that place.
+bool Schema::accepts_new(const SchemaNode &leaf, std::string_view value, Accepted::Value &known, std::string *reason,
+                         std::string *canonical) const {
+    if (excluded_character(value)) {
+        return because(reason, [] { return not_yang; });
+    }
+    const lysc_type *type = type_of(leaf.compiled);
     std::string form;
     const bool taken = leaf.type == BaseType::union_
                            ? union_takes(leaf, type, value, form) ||
                                  because(reason, [] { return "none of the leaf's types takes the value"; })
                            : store_takes(context_.get(), leaf, type, value, reason, &form);
+    if (!taken) {
+        return false;
+    }
     if (form == value) {
         form.clear();
     }
-    if (taken && canonical != nullptr) {
+    if (canonical != nullptr && !form.empty()) {
         *canonical = form;
     }
-    if (taken && value.size() <= Accepted::longest_value && !leaf.secret) {
-        accepted_->place(type, value) = {type, std::string(value), std::move(form)};
+    if (value.size() <= Accepted::longest_value && !leaf.secret) {
+        known.type = type;
+        known.text = value;
+        known.canonical = form;
     }
-    return taken;
+    return true;
 }
 
 // Member by member: an identity may come without its module's name, which libyang would not take.

@@ -116,6 +116,14 @@ bool reaches_state(const Mapping &mapping, const SchemaNode &schema) {
                                           [&](const SchemaNode *below) { return reaches_state(mapping, *below); }));
 }
 
+bool needs_configuration(const Mapping &mapping, const SchemaNode &schema) {
+    const Binding *binding = mapping.find(schema);
+    const bool shared = binding != nullptr && binding->target == nullptr && mapping.state_source(schema) != nullptr;
+    return schema.config || shared ||
+           std::any_of(schema.children.begin(), schema.children.end(),
+                       [&](const SchemaNode *below) { return needs_configuration(mapping, *below); });
+}
+
 void narrow_configuration(Request &request) {
     narrow_entries(request, request.destination());
 }

@@ -12,6 +12,9 @@ namespace yfw {
 // Whether a node, or any served one below it, is state.
 bool reaches_state(const Mapping &mapping, const SchemaNode &schema);
 
+// Whether a node, or any below it, is configuration, or state that a callback writes along with configuration.
+bool needs_configuration(const Mapping &mapping, const SchemaNode &schema);
+
 // Makes of the native entries that were declared without anything in them, which would mean all below, ones that are
 // wanted for their being there.
 void narrow_configuration(Request &request);

@@ -152,7 +152,29 @@ Node *find_node(Node *base, std::string_view path) {
     return node == base ? nullptr : node;
 }
 
+namespace {
+
+// Of an expression without keys.
+Node *find_current(Node *base, std::string_view expression) {
+    Node *node = base;
+    while (node != nullptr && !expression.empty()) {
+        const auto end = std::min(expression.find('/'), expression.size());
+        if (end > 0) {
+            const SchemaNode *schema =
+                node->schema().is_inner() ? node->schema().child(without_prefix(expression.substr(0, end))) : nullptr;
+            node = schema == nullptr ? nullptr : child(node, *schema);
+        }
+        expression.remove_prefix(std::min(end + 1, expression.size()));
+    }
+    return node == base ? nullptr : node;
+}
+
+} // namespace
+
 Node *find_instance(Node *base, std::string_view expression) {
+    if (expression.find('[') == std::string_view::npos) {
+        return find_current(base, expression);
+    }
     ExpressionParser parser(base->schema());
     Node *node = parser.read(expression) && !parser.steps().empty() ? base : nullptr;
     for (const Step &step : parser.steps()) {

@@ -88,25 +88,13 @@ void Request::note_entry(Node *entry) {
     chain.list = &entry->schema();
 }
 
-namespace {
-
-bool is_outermost_list(const SchemaNode &list) {
-    const SchemaNode *above = list.parent;
-    while (above != nullptr && above->kind != NodeKind::list) {
-        above = above->parent;
-    }
-    return above == nullptr;
-}
-
-} // namespace
-
 void Request::enter(Node *node) {
     if (depth_ == deepest) {
         throw Refused(Reason::too_big, instance_path(node), "the node lies deeper than any model goes");
     }
     path_[depth_] = {node->name, node};
-    // What callbacks keep for the next one is of one outermost entry: of a BGP instance.
-    if (node->schema().kind == NodeKind::list && node != scratch_entry_ && is_outermost_list(node->schema())) {
+    // What callbacks keep for the next one is of one entry below the top: of a BGP instance.
+    if (depth_ <= 1 && node->schema().kind == NodeKind::list && node != scratch_entry_) {
         fields_.scratch_as = 0;
         scratch_entry_ = node;
     }
