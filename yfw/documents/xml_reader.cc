@@ -280,8 +280,8 @@ class XmlReader {
 
     void open_names(const xmlChar **space, int count) {
         ++open_elements_;
-        for (int i = 0; i < count; ++i) {
-            prefixes_.push_back({view(space[2 * i]), view(space[2 * i + 1]), open_elements_});
+        for (int i = 0; i < count; ++i, space += 2) {
+            prefixes_.push_back({view(space[0]), view(space[1]), open_elements_});
         }
     }
 
