@@ -5,8 +5,8 @@
 #include "documents/writer.h"
 #include "error.h"
 #include "path_text.h"
-#include "request/instance.h"
 #include "platform/log.h"
+#include "request/instance.h"
 #include "text.h"
 
 #include <gtest/gtest.h>

@@ -65,7 +65,11 @@ class EditCases : public testing::Test {
             transaction.commit();
             return outcome;
         } catch (const Refused &refused) {
-            return {std::string(code_name(refused.code())) + ' ' + refused.path() + ": " + refused.what(), {}};
+            std::string text = std::string(code_name(refused.code())) + ' ' + refused.path() + ": " + refused.what();
+            for (const std::string &path : refused.lines()) {
+                text += '\n' + path;
+            }
+            return {text, {}};
         }
     }
 

@@ -122,9 +122,9 @@ TEST_F(EditCases, KeysTakeNoOperation) {
             edit(store, document(expand_node("@.peer-as=1", place, false) + '\n' +
                                  expand_node("~/bgp/global.as=65000", place, false)));
             const std::string before = native(store);
-            for (const std::string key : {"@/neighbor-address", "%/neighbor-address", "@/peer-group-name",
-                                          "~/bgp/global#4/afi-safi-name", "@#4/afi-safi-name", "~/name", "$/name",
-                                          "&/src-protocol"}) {
+            for (const std::string key :
+                 {"@/neighbor-address", "%/neighbor-address", "@/peer-group-name", "~/bgp/global#4/afi-safi-name",
+                  "@#4/afi-safi-name", "~/name", "$/name", "&/src-protocol"}) {
                 const std::string name = key.substr(key.rfind('/') + 1);
                 if (name == (group ? "neighbor-address" : "peer-group-name")) {
                     continue;

@@ -48,7 +48,11 @@ inline std::string entry_path(const std::string &network_instance) {
     return "/network-instances/network-instance[name=" + network_instance + ']';
 }
 
-inline std::string expand_node(const std::string &line, const Place &place, bool as_shown) {
+inline std::string expand_node(std::string line, const Place &place, bool as_shown) {
+    const std::string shown = entry_path("DEFAULT");
+    if (!as_shown && place.given == "default" && line.starts_with(shown)) {
+        line.replace(0, shown.size(), entry_path("default")); // one spelling in one document
+    }
     const std::string instance = entry_path(as_shown ? place.shown : place.given);
     const std::string default_instance = place.shown == "DEFAULT" ? instance : entry_path("DEFAULT");
     const std::string protocol = "/protocols/protocol[identifier=BGP][name=" + place.protocol + ']';

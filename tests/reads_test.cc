@@ -205,7 +205,7 @@ TEST_F(Reads, FetchWhatTheyNeed) {
         protocol + "[identifier=BGP][name=core]/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]";
     const std::string neighbor =
         in_bgp + "/vrfs/vrf[vrf-name=blue]/vrf-neighbors/vrf-neighbor[neighbor-address=10.0.0.1]";
-    EXPECT_NE(declared(named, false).find("[neighbor-address=10.0.0.1]/description\n"), std::string::npos);
+    EXPECT_NE(declared(named, false).find("[neighbor-address=10.0.0.1]\n"), std::string::npos); // all of it
     EXPECT_EQ(declared(named, false).find("vrf-neighbor/"), std::string::npos) << declared(named, false);
 }
 

@@ -61,8 +61,9 @@ void check_constraints(const Schema &schema, const Mapping &mapping) {
         while (root->parent != &schema.root()) {
             root = root->parent;
         }
-        const bool has_role = std::find(native_roots.begin(), native_roots.end(), root->path) != native_roots.end() ||
-                              std::find(operational_roots.begin(), operational_roots.end(), root->path) != operational_roots.end();
+        const bool has_role =
+            std::find(native_roots.begin(), native_roots.end(), root->path) != native_roots.end() ||
+            std::find(operational_roots.begin(), operational_roots.end(), root->path) != operational_roots.end();
         const bool is_native = has_role && root == schema.find(root->path);
         const std::string constraint = Schema::unchecked_constraint(node);
         if (!constraint.empty() && (is_native || (constraint.starts_with("when") && mapping.reaches(node)))) {
@@ -82,7 +83,11 @@ Engine::Engine(const EngineFiles &files, Log *log)
     : Engine(files, log, std::async(std::launch::async | std::launch::deferred, read_mapping, files.mapping)) {}
 
 Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescription> description)
-    : log_(log), schema_(files.models), plugin_(files.plugin), mapping_(description.get(), schema_, plugin_), bgp_(schema_) {
+    : log_(log),
+      schema_(files.models),
+      plugin_(files.plugin),
+      mapping_(description.get(), schema_, plugin_),
+      bgp_(schema_) {
     for (const std::string_view path : native_roots) {
         if (schema_.find(path) == nullptr) {
             throw Unusable("the models lack the native configuration's " + std::string(path));

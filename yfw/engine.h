@@ -3,14 +3,14 @@
 
 #include "documents/reader.h"
 #include "documents/writer.h"
+#include "edit/edit.h"
 #include "mapping/mapping.h"
 #include "platform/log.h"
+#include "read/walk.h"
 #include "request/request.h"
 #include "store/key.h"
 #include "store/store.h"
 #include "sysdb/view.h"
-#include "edit/edit.h"
-#include "read/walk.h"
 
 #include <filesystem>
 #include <functional>
@@ -78,9 +78,7 @@ class Engine {
     // are state that does without. Throws Refused for a path that cannot be read.
     enum class Content { config, all, state };
     Content content(const std::vector<std::string> &paths, bool state) const;
-    [[nodiscard]] Ground ground() const {
-        return {schema_, mapping_, bgp_, rules_, plugin_.constants(), log_, &pool_};
-    }
+    [[nodiscard]] Ground ground() const { return {schema_, mapping_, bgp_, rules_, plugin_.constants(), log_, &pool_}; }
     void stage(const char *what) const {
         if (on_stage) {
             on_stage(what);

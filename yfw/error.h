@@ -34,19 +34,22 @@ class Refused : public std::runtime_error {
     Refused(Reason code, std::string path, const std::string &reason)
         : Refused(static_cast<cerrno>(code), std::move(path), reason) {}
 
-    // With more paths that the reason is about.
-    Refused(Reason code, std::vector<std::string> paths, const std::string &reason)
-        : std::runtime_error(reason), code_(static_cast<cerrno>(code)), path_(paths.front()), paths_(std::move(paths)) {}
+    // With a line for each node that the reason is about.
+    Refused(Reason code, std::string path, std::vector<std::string> lines, const std::string &reason)
+        : std::runtime_error(reason),
+          code_(static_cast<cerrno>(code)),
+          path_(std::move(path)),
+          lines_(std::move(lines)) {}
 
     [[nodiscard]] cerrno code() const { return code_; }
-    // All of them; none where there is but the one of path().
-    [[nodiscard]] const std::vector<std::string> &paths() const { return paths_; }
+    // None where there is nothing more to say than path and reason do.
+    [[nodiscard]] const std::vector<std::string> &lines() const { return lines_; }
     [[nodiscard]] const std::string &path() const { return path_; }
 
   private:
     cerrno code_;
     std::string path_;
-    std::vector<std::string> paths_;
+    std::vector<std::string> lines_;
 };
 
 // A store, plug-in, mapping description, model or key that cannot be used.

@@ -22,6 +22,10 @@ void Messages::error(const std::string &text) const {
 }
 
 void Messages::error(const Refused &refused) const {
+    const bool unmapped = refused.code() == static_cast<cerrno>(Reason::not_mapped);
+    for (const std::string &text : refused.lines()) {
+        line(unmapped ? "not mapped" : "differs", text);
+    }
     std::array<char, 80> code{};
     std::snprintf(code.data(), code.size(), " (0x%08x %s)", refused.code(), code_name(refused.code()));
     error((refused.path().empty() ? std::string() : refused.path() + ": ") + refused.what() + code.data());

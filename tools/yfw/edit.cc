@@ -43,9 +43,7 @@ void report(const Messages &messages, const EditResult &result) {
         messages.line("note", note.path + ": " + note.text);
     }
     for (const Deviation &deviation : result.deviations) {
-        messages.line("differs", deviation.path + ": wanted " +
-                                     (deviation.wanted.empty() ? "nothing" : deviation.wanted) + ", found " +
-                                     (deviation.found.empty() ? "nothing" : deviation.found));
+        messages.line("differs", deviation.text());
     }
 }
 

@@ -13,7 +13,8 @@ namespace yfw {
 namespace {
 
 constexpr std::string_view instance_path_text = "/bgp/instance/instance-as/four-byte-as";
-constexpr std::string_view groups_path = "/bgp/instance/instance-as/four-byte-as/default-vrf/bgp-entity/neighbor-groups";
+constexpr std::string_view groups_path =
+    "/bgp/instance/instance-as/four-byte-as/default-vrf/bgp-entity/neighbor-groups";
 constexpr std::string_view neighbor_path =
     "/bgp/instance/instance-as/four-byte-as/default-vrf/bgp-entity/neighbors/neighbor/neighbor-group";
 constexpr std::string_view vrf_neighbor_path =
@@ -41,6 +42,7 @@ class References {
             const SchemaNode &schema = below->schema();
             if (&schema == instance_ && !below->is_delete()) {
                 used_.clear();
+                made_.clear();
                 gone_ = nullptr;
                 look(below);
                 check_used(below);
@@ -59,7 +61,12 @@ class References {
         note_gone(entity);
         const Node *groups = entity == nullptr ? nullptr : child(entity, *groups_);
         note_gone(groups);
-        for_each_entry(groups, *groups_->child("neighbor-group"), [this](const Node *group) { note_gone(group); });
+        for_each_entry(groups, *groups_->child("neighbor-group"), [this](const Node *group) {
+            note_gone(group);
+            if (!group->is_delete()) {
+                made_.insert(key_value(group, 0));
+            }
+        });
         look_at(entity == nullptr ? nullptr : child(entity, *neighbor_->parent->parent), *neighbor_);
         const Node *vrfs = child(instance, "vrfs");
         for_each_entry(vrfs, *vrf_neighbor_->parent->parent->parent, [this](const Node *other) {
@@ -131,7 +138,7 @@ class References {
         }
         const auto names = group_names(instance);
         for (const auto &[name, leaf] : used_) {
-            if (!names.contains(name)) {
+            if (!made_.contains(name) && !names.contains(name)) { // a dry run stores no groups
                 throw refusal(Reason::constraint, leaf, "names the peer group " + name + ", which is not there");
             }
         }
@@ -155,7 +162,8 @@ class References {
     static void collect_members(const Node *node, const SchemaNode *leaf,
                                 const std::set<std::string, std::less<>> &names, std::string &members) {
         for (const Node *below = node == nullptr ? nullptr : node->first(); below != nullptr; below = below->next()) {
-            if (&below->schema() == leaf && below->value != nullptr && !names.contains(std::string_view(below->value))) {
+            if (&below->schema() == leaf && below->value != nullptr &&
+                !names.contains(std::string_view(below->value))) {
                 const char *address = key_value(below->up(), 0);
                 members += (members.empty() ? "" : ", ") + std::string(address) + " (" + below->value + ')';
             } else if (below->schema().is_inner()) {
@@ -171,6 +179,7 @@ class References {
     const SchemaNode *neighbor_;
     const SchemaNode *vrf_neighbor_;
     std::map<std::string, const Node *, std::less<>> used_;
+    std::set<std::string, std::less<>> made_; // groups that the edit sets
     const Node *gone_ = nullptr;
 };
 

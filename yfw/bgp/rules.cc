@@ -172,8 +172,8 @@ void BgpRules::widen_protocol(Arena &arena, Node *parts, Node *protocol) const {
     if (is_default(protocol->up()->up())) {
         ensure_child(arena, protocol->up()->up(), *connection_->parent);
         Node *any = open_entry(arena, ensure_child(arena, parts, *instances_), *network_instance_);
-        copy_into(arena, ensure_counterpart_below(arena, ensure_child(arena, any, *protocol_->parent), protocol), protocol,
-                  YFW_OP_NONE);
+        copy_into(arena, ensure_counterpart_below(arena, ensure_child(arena, any, *protocol_->parent), protocol),
+                  protocol, YFW_OP_NONE);
     }
 }
 
@@ -267,8 +267,8 @@ void BgpRules::take_instance_along(const Node *protocol, Node *expected, const N
     for_each_entry(by_default ? instances : nullptr, network_instance_, [&](Node *network_instance) {
         for_each_entry(protocols(network_instance), protocol_, [&](Node *other) {
             if (text_of(child(other, "name")) == name) {
-                notes.push_back({instance_path(other) + "/bgp", "it goes along with the BGP instance, which is that of " +
-                                                           instance_path(protocol)});
+                notes.push_back({instance_path(other) + "/bgp",
+                                 "it goes along with the BGP instance, which is that of " + instance_path(protocol)});
                 unlink(other);
             }
         });

@@ -26,20 +26,21 @@ class BgpRules {
     void add_probe(Arena &arena, Node *parts, const Node *entry) const;
     void add_everything(Arena &arena, Node *parts) const;
 
-    // One native instance serves the default network instance and VRFs, and redistributions lie in the address families:
-    // adds to the parts that an edit deletes or replaces those that may go along.
+    // One native instance serves the default network instance and VRFs, and redistributions lie in the address
+    // families: adds to the parts that an edit deletes or replaces those that may go along.
     void widen(Arena &arena, Node *parts) const;
 
     // The AS number that a delete names is held against the stored one by the mapping: it is to see the client's.
     void take_given_as(Arena &arena, Node *goes, const Node *edit) const;
-    // Takes out of `goes` an AS number that a replace does not name and that something else needs, and puts it back into
-    // what is expected.
+    // Takes out of `goes` an AS number that a replace does not name and that something else needs, and puts it back
+    // into what is expected.
     void keep_as(Arena &arena, Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const;
     // Takes out of what is expected, which is what is stored without what goes, what goes along with that.
     // sets: may be null. Throws Refused when it has something that cannot be without what goes.
     void take_along(const Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const;
 
-    // A leaf that comes with a node that is set: its path and value, in a tree of its own; null for none. why: in words.
+    // A leaf that comes with a node that is set: its path and value, in a tree of its own; null for none. why: in
+    // words.
     Node *implied(Arena &arena, const Schema &schema, const Node *set, std::string &why) const;
     // Whether a node of that kind may imply one.
     [[nodiscard]] bool may_imply(const SchemaNode &schema) const { return &schema == as_ || &schema == connection_; }

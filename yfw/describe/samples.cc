@@ -264,7 +264,15 @@ std::vector<Sample> Sampler::edits(const SchemaNode &node, Place place, const Sc
             with.emplace_back(instance(*other, place, list, entry), values_for(*other, nullptr).front());
         }
     }
-    const auto around = baseline(instance(*node.parent, place, list, entry), with);
+    // An entry is set alone, a container is not; what a protocol entry has around it comes with the AS number.
+    Values base = with;
+    const SchemaNode *as = engine_.schema().find(std::string(protocols) + "/bgp/global/config/as");
+    if (as != nullptr && &node != as && node.path.starts_with(std::string(protocols) + '/')) {
+        base.emplace_back(instance(*as, place, nullptr, nullptr), configured_as);
+    }
+    const SchemaNode *entry_around = list_around(*node.parent);
+    const auto around =
+        baseline(instance(entry_around == nullptr ? *node.parent : *entry_around, place, list, entry), base);
     std::set<std::string> context{instance_name, configured_as, name_of(place)};
     if (entry != nullptr) {
         context.insert(entry->begin(), entry->end());

@@ -29,7 +29,7 @@ struct ReadOptions {
 
 struct Document {
     Node *root = nullptr;
-    bool has_operations = false; // some node has one of its own
+    bool has_operations = false;                       // some node has one of its own
     std::optional<DefaultOperation> default_operation; // what an <edit-config> around the data asks for
     std::vector<std::string> unknown;                  // paths of the topmost nodes that were skipped
 };

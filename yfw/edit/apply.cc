@@ -328,8 +328,8 @@ void Application::apply_entry(const Pending &pending) {
     Node *node = pending.entry;
     const SchemaNode &list = node->schema();
     const Operation operation = operation_of(node);
-    const Number number = operation == Operation::remove || passes(node) ? transaction_.number(list)
-                                                                         : transaction_.ensure_number(list);
+    const Number number =
+        operation == Operation::remove || passes(node) ? transaction_.number(list) : transaction_.ensure_number(list);
     append_number(key_, number);
     const std::size_t list_size = key_.size();
     append_keys(node);

@@ -24,8 +24,8 @@ class Comparing {
             }
         }
         for (const Node *node = only_missing_ ? nullptr : first_of(found); node != nullptr; node = node->next()) {
-            const bool is_extra = expected == nullptr ||
-                                  counterpart_below(const_cast<Node *>(expected), node) == nullptr;
+            const bool is_extra =
+                expected == nullptr || counterpart_below(const_cast<Node *>(expected), node) == nullptr;
             if (is_extra && says_something(node) && has_content(node)) {
                 surplus(node, below(filters, node));
             }

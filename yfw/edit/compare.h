@@ -14,8 +14,8 @@ struct Comparison {
     Node *surplus = nullptr; // a root: what should not be there; as a tree of removes
 };
 
-// Compares two trees of OpenConfig configuration as far as the parts go; copies of keys say nothing, and a value that is
-// the same as none is none. only_missing: what is found beyond what is expected is all right.
+// Compares two trees of OpenConfig configuration as far as the parts go; copies of keys say nothing, and a value that
+// is the same as none is none. only_missing: what is found beyond what is expected is all right.
 Comparison compare(Arena &arena, const Mapping &mapping, const BgpRules &bgp, const Node *parts, const Node *expected,
                    const Node *found, bool only_missing);
 

@@ -1,6 +1,7 @@
 #include "edit/difference.h"
 
 #include "edit/trees.h"
+#include "when.h"
 
 namespace yfw {
 
@@ -106,6 +107,7 @@ class Working {
     void refuse_key_operation(const Node *key) const;
     bool go(const Node *edit, const Node *stored, Operation operation);
     void refuse_sets_below(const Node *edit) const;
+    void hold_conditions(const Node *edit) const;
     void take_away_unnamed(const Node *edit, const Node *stored);
     void add_going(const Node *stored, std::uint32_t operation, bool named);
     [[nodiscard]] bool is_served(const Node *node) const { return mapping_.reaches_config(node->schema()); }
@@ -141,8 +143,21 @@ void Working::refuse_sets_below(const Node *edit) const {
     }
 }
 
+// What goes is not mapped as the client names it, and is held to its when-conditions here.
+void Working::hold_conditions(const Node *edit) const {
+    const SchemaNode &schema = edit->schema();
+    if (mapping_.when(schema) != nullptr && !when_holds(*schema.when, edit, false)) {
+        throw Refused(Reason::unknown_element, instance_path(edit),
+                      "the when condition \"" + schema.when->text + "\" is not satisfied");
+    }
+    for (const Node *below = edit->first(); schema.is_inner() && below != nullptr; below = below->next()) {
+        hold_conditions(below);
+    }
+}
+
 // A delete or remove. Always false: nothing of the node is set.
 bool Working::go(const Node *edit, const Node *stored, Operation operation) {
+    hold_conditions(edit);
     refuse_sets_below(edit);
     if (stored != nullptr && (!stored->schema().is_inner() || must_exist(stored->schema()) || !is_bare(stored))) {
         if (edit->schema().kind == NodeKind::leaf_list && edit->value == nullptr) {
@@ -210,7 +225,7 @@ bool Working::keep(Node *edit, const Node *stored, Operation around) {
     if (operation == Operation::replace) {
         take_away_unnamed(edit, stored);
     }
-    const bool was_bare = is_bare(edit);
+    const bool was_bare = is_hollow(edit);
     children(edit, stored, operation);
     const bool says_something = operation != Operation::none && must_exist(schema) && (is_set || was_bare);
     return says_something || !is_bare(edit);

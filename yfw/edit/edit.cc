@@ -5,8 +5,8 @@
 #include "edit/check.h"
 #include "edit/combine.h"
 #include "edit/compare.h"
-#include "edit/expectation.h"
 #include "edit/difference.h"
+#include "edit/expectation.h"
 #include "edit/map.h"
 #include "edit/trees.h"
 #include "read/cut.h"
@@ -105,8 +105,8 @@ Difference EditRun::work_out(Node *edit) {
     parts = touched_parts(arena_, ground_.mapping, parts);
     ground_.bgp.widen(arena_, parts);
     const auto stored = read_parts(ground_, parts, transaction_);
-    Difference found = difference(arena_, ground_.mapping, ground_.bgp, edit, stored->destination(),
-                                  result_.default_operation);
+    Difference found =
+        difference(arena_, ground_.mapping, ground_.bgp, edit, stored->destination(), result_.default_operation);
     Node *expected = root();
     copy_into(arena_, expected, stored->destination(), YFW_OP_NONE);
     if (found.goes != nullptr) {
@@ -146,7 +146,7 @@ void EditRun::run(bool is_plain) {
         verify();
     }
     if (options_.strict && !result_.not_mapped.empty()) {
-        throw Refused(Reason::not_mapped, result_.not_mapped,
+        throw Refused(Reason::not_mapped, result_.not_mapped.front(), result_.not_mapped,
                       result_.not_mapped.size() == 1
                           ? "the node is not mapped"
                           : "the node and " + std::to_string(result_.not_mapped.size() - 1) + " more are not mapped");
@@ -162,8 +162,8 @@ void EditRun::map_going(Node *goes) {
 void EditRun::map_set(Node *sets) {
     Request &request = *result_.requests.front();
     const MapResult mapped = map_round(request, Round::sets, sets);
-    const bool again =
-        std::any_of(mapped.left_alone.begin(), mapped.left_alone.end(), [](const LeftAlone &left) { return left.served; });
+    const bool again = std::any_of(mapped.left_alone.begin(), mapped.left_alone.end(),
+                                   [](const LeftAlone &left) { return left.served; });
     watch(mapped, request.destination());
     if (again || options_.verify || !regions_.empty()) {
         transaction_.keep_again();
@@ -231,6 +231,11 @@ void EditRun::watch(const MapResult &mapped, const Node *native) {
                                  [this, native] { return existing_origins(transaction_, native); });
     std::vector<std::pair<Node *, std::string>> implied;
     for (const Node *node : mapped.implying) {
+        const bool left_alone = std::any_of(mapped.left_alone.begin(), mapped.left_alone.end(),
+                                            [node](const LeftAlone &left) { return left.node == node; });
+        if (left_alone) {
+            continue;
+        }
         std::string why;
         if (Node *leaf = ground_.bgp.implied(arena_, ground_.schema, node, why); leaf != nullptr) {
             ensure_counterpart(arena_, parts, leaf);
@@ -334,16 +339,19 @@ void EditRun::report(const Comparison &comparison) {
     for_each_difference(comparison.missing, known, [&](const Node *node, const Node *there) {
         const bool was_set = sets_ != nullptr && counterpart(sets_, node) != nullptr;
         if (there != nullptr && !node->schema().secret) {
-            result_.notes.push_back({instance_path(node), std::string("it is ") + there->value + ", and not " + node->value});
+            result_.notes.push_back(
+                {instance_path(node), std::string("it is ") + there->value + ", and not " + node->value});
         } else if (was_set) {
             result_.not_mapped.push_back(instance_path(node));
         } else {
             result_.notes.push_back({instance_path(node), "it goes along with what the edit takes away"});
         }
     });
-    for_each_difference(comparison.surplus, [](const Node *) { return nullptr; }, [&](const Node *node, const Node *) {
-        result_.notes.push_back({instance_path(node), "it stays, or comes along: nothing takes it away alone"});
-    });
+    for_each_difference(
+        comparison.surplus, [](const Node *) { return nullptr; },
+        [&](const Node *node, const Node *) {
+            result_.notes.push_back({instance_path(node), "it stays, or comes along: nothing takes it away alone"});
+        });
 }
 
 void EditRun::verify() {
@@ -368,11 +376,12 @@ void EditRun::verify() {
             {instance_path(node), node->schema().is_inner() ? "there" : shown(node), shown(there)});
     });
     if (options_.strict && !result_.deviations.empty()) {
-        std::vector<std::string> paths;
+        std::vector<std::string> told;
         for (const Deviation &deviation : result_.deviations) {
-            paths.push_back(deviation.path);
+            told.push_back(deviation.text());
         }
-        throw Refused(Reason::not_mapped, std::move(paths), "what is read back differs from what the edit says");
+        throw Refused(Reason::constraint, result_.deviations.front().path, std::move(told),
+                      "what is read back is not what the edit says");
     }
 }
 

@@ -25,6 +25,11 @@ struct Deviation {
     std::string path;
     std::string wanted; // empty: it should not be there
     std::string found;  // empty: it is not there
+
+    [[nodiscard]] std::string text() const {
+        return path + ": wanted " + (wanted.empty() ? "nothing" : wanted) + ", found " +
+               (found.empty() ? "nothing" : found);
+    }
 };
 
 // A translated edit. What it holds lives as long as it does, and no longer than the engine.

@@ -84,7 +84,8 @@ class Overlay {
             }
         }
         for (Node *value : others) {
-            notes_.push_back({instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
+            notes_.push_back(
+                {instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
             unlink(value);
         }
     }
@@ -237,9 +238,9 @@ Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapp
 
 void add_partner(Arena &arena, const Mapping &mapping, Node *paths, const Node *leaf) {
     const Binding *binding = mapping.find(leaf->schema());
-    const SchemaNode *partner =
-        binding == nullptr || binding->entry->taken_with.empty() ? nullptr
-                                                                 : leaf->schema().parent->child(binding->entry->taken_with);
+    const SchemaNode *partner = binding == nullptr || binding->entry->taken_with.empty()
+                                    ? nullptr
+                                    : leaf->schema().parent->child(binding->entry->taken_with);
     if (partner != nullptr && !partner->is_inner() && child(leaf->up(), *partner) == nullptr) {
         ensure_beside(arena, paths, leaf, *partner);
     }

@@ -1,5 +1,6 @@
 #include "edit/map.h"
 
+#include "edit/trees.h"
 #include "mapping/call.h"
 #include "mapping/explain.h"
 #include "vnos_platform.h"
@@ -17,18 +18,18 @@ Node *next_of(const Node *node) {
 }
 
 // Whether a path of names, ".." for a parent, leads from the node to one that is set: of a list to any entry.
-bool reaches_node(const Node *node, std::string_view path) {
+bool reaches_node(const Mapping &mapping, const Node *node, std::string_view path) {
     if (path.empty()) {
-        return true;
+        return !mapping.is_unset(node->schema(), node->value);
     }
     const std::string_view name = path.substr(0, path.find('/'));
     path.remove_prefix(std::min(path.size(), name.size() + 1));
     if (name == "..") {
-        return reaches_node(node->up(), path);
+        return reaches_node(mapping, node->up(), path);
     }
     const SchemaNode *below = node->schema().child(name);
     const Node *next = below == nullptr ? nullptr : first_of(node, *below);
-    while (next != nullptr && !reaches_node(next, path)) {
+    while (next != nullptr && !reaches_node(mapping, next, path)) {
         next = next_of(next);
     }
     return next != nullptr;
@@ -135,15 +136,16 @@ class SetsWalker : public Walker {
 
 void SetsWalker::visit(Node *node) {
     const SchemaNode &schema = node->schema();
+    if (schema.kind == NodeKind::container && !schema.presence && is_hollow(node)) {
+        return;
+    }
     if (const WhenHandler when = mapping_.when(schema); when != nullptr) {
         hold_condition(node, when);
     }
     // Where only state is served, there is nothing to edit.
     if (!mapping_.reaches(schema) || (schema.config && !mapping_.reaches_config(schema))) {
-        // The key leaves of an entry are its own; whether anything serves them is asked of the entry. An empty
-        // container says nothing.
-        const bool hollow = schema.kind == NodeKind::container && !schema.presence && node->first() == nullptr;
-        if (!schema.is_key && !hollow) {
+        // The key leaves of an entry are its own; whether anything serves them is asked of the entry.
+        if (!schema.is_key) {
             report(node, {}, false);
             hold_conditions_below(node);
         }
@@ -194,15 +196,15 @@ bool SetsWalker::serve(Node *node, const Binding *binding) {
 // Nothing was written: the client is to know, unless that is no loss.
 void SetsWalker::leave_alone(Node *node, const Binding &binding, cerrno code) {
     const MappingEntry &entry = *binding.entry;
-    const bool taken = !entry.taken_with.empty() && reaches_node(node->up(), entry.taken_with);
+    const bool taken = !entry.taken_with.empty() && reaches_node(mapping_, node->up(), entry.taken_with);
     const bool expected = entry.may_write_nothing && !caller_.in_vrf(); // what only the default VRF has it keeps
     const bool nothing = mapping_.is_unset(node->schema(), node->value) && code == 0;
     if (taken || expected || caller_.handled() || (nothing && entry.hint.empty())) {
         return;
     }
     const std::string &hint = caller_.note().empty() ? entry.hint : caller_.note();
-    // A subtree that the plug-in refuses is refused for good.
-    const bool may_come = code == 0 || entry.served == Service::companion;
+    // A subtree that the plug-in refuses is refused for good, and a value in whose place another one is written.
+    const bool may_come = !entry.one_value && (code == 0 || entry.served == Service::companion);
     report(node, hint.empty() ? traced(node, binding) : hint, may_come);
 }
 
@@ -253,7 +255,8 @@ bool GoesWalker::goes_with_entry(const Node *node, const Binding *binding) const
     while (entry->up() != nullptr && entry->schema().kind != NodeKind::list) {
         entry = entry->up();
     }
-    return binding != nullptr && (binding->entry->served == Service::key || (binding->entry->covered && entry->is_delete()));
+    return binding != nullptr &&
+           (binding->entry->served == Service::key || (binding->entry->covered && entry->is_delete()));
 }
 
 // Whether what lies below is to be gone through.

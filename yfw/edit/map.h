@@ -21,8 +21,8 @@ struct LeftAlone {
 
 struct MapResult {
     std::vector<LeftAlone> left_alone;
-    // Nodes whose edit may change leaves beside them (Mapping::affects), and leaves that are to be deleted for the value
-    // that they are given.
+    // Nodes whose edit may change leaves beside them (Mapping::affects), and leaves that are to be deleted for the
+    // value that they are given.
     std::vector<Node *> affecting;
     std::vector<Node *> unset;
     std::vector<Node *> implying; // nodes that something else may come with (BgpRules::implied)

@@ -46,6 +46,17 @@ bool is_bare(const Node *node) {
     return true;
 }
 
+bool is_hollow(const Node *node) {
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        const SchemaNode &schema = below->schema();
+        const bool says_nothing = schema.kind == NodeKind::container && !schema.presence && !below->op_is_set();
+        if (!schema.is_key && !(says_nothing && is_hollow(below))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 Node *counterpart_below(Node *parent, const Node *node) {
     const SchemaNode &schema = node->schema();
     if (schema.kind == NodeKind::list) {

@@ -10,6 +10,9 @@ namespace yfw {
 // Whether a node holds nothing but its keys.
 bool is_bare(const Node *node);
 
+// The same with containers that say nothing in it: without presence, operation, or anything but such containers below.
+bool is_hollow(const Node *node);
+
 // The counterpart of a node in another tree, found by names and keys; null when it is not there.
 Node *counterpart(Node *root, const Node *node);
 const Node *counterpart(const Node *root, const Node *node);

@@ -80,6 +80,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.may_write_nothing = value == "true";
         } else if (name == "taken-with") {
             entry.taken_with = value;
+        } else if (name == "fetches") {
+            entry.fetches.push_back(value);
         } else if (name == "kept-in") {
             entry.kept_in = value;
         } else if (name == "unset-value") {

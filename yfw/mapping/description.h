@@ -15,16 +15,17 @@ struct MappingEntry {
     Service served = Service::callback;
     std::string name; // empty for Service::key
     std::vector<std::string> candidates;
-    std::string target;             // of the copying services
-    std::string hands_on_to;        // of Service::companion: the function that it calls
-    bool may_write_nothing = false; // an edit that writes nothing is not to be reported
-    std::string taken_with;         // from the parent, the node whose function writes this one too
-    std::string kept_in;            // from the parent, a list that natively has the setting in every entry
+    std::string target;                     // of the copying services
+    std::string hands_on_to;                // of Service::companion: the function that it calls
+    bool may_write_nothing = false;         // an edit that writes nothing is not to be reported
+    std::string taken_with;                 // from the parent, the node whose function writes this one too
+    std::vector<std::string> fetches;       // native paths that a read needs beside those that the function declares
+    std::string kept_in;                    // from the parent, a list that natively has the setting in every entry
     std::optional<std::string> unset_value; // the value that is the same as none
     bool unset_deletes = false;             // it is to be deleted for that value
     bool one_value = false;                 // natively a leaf-list has one value
-    std::string hint;               // why an edit may write nothing
-    bool covered = false;           // deletes of an outer node take it along
+    std::string hint;                       // why an edit may write nothing
+    bool covered = false;                   // deletes of an outer node take it along
 };
 
 // A node whose when-condition the plug-in has a handler for.

@@ -69,11 +69,15 @@ std::string Explanation::message(const std::function<void()> &again) {
     }
     Log quiet(Log::Level::off, true, nullptr);
     void *const kept_buffer = request_.trace_buffer;
+    const int kept_level = request_.debug_filter.level;
+    const TraceNumbers kept_numbers; // what is said twice is numbered and logged once
+    request_.debug_filter.level = static_cast<int>(Log::Level::off);
     request_.trace_buffer = &quiet;
     request_.trace_enabled = true;
     again();
     request_.trace_enabled = false;
     request_.trace_buffer = kept_buffer;
+    request_.debug_filter.level = kept_level;
     return collect(quiet.trace());
 }
 

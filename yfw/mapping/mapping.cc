@@ -75,6 +75,12 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
             binding->candidates.push_back(make_candidate(*target));
         }
     }
+    for (const std::string &path : entry.fetches) {
+        binding->fetches.push_back(schema_.find(path));
+        if (binding->fetches.back() == nullptr) {
+            problems.push_back("no model has " + path + ", which " + entry.path + " fetches");
+        }
+    }
     if (entry.served == Service::select && entry.candidates.empty()) {
         problems.push_back("nothing to select from for " + entry.path);
     }
@@ -104,8 +110,8 @@ void Mapping::bind_affected(const MappingEntry &entry, const std::string &by, st
     }
     if (node != nullptr && other == nullptr) {
         problems.push_back("no model has " + by + " beside " + entry.path);
-    } else if (node != nullptr && std::find(affects_[other->id].begin(), affects_[other->id].end(), node) ==
-                                      affects_[other->id].end()) {
+    } else if (node != nullptr &&
+               std::find(affects_[other->id].begin(), affects_[other->id].end(), node) == affects_[other->id].end()) {
         affects_[other->id].push_back(node);
     }
 }

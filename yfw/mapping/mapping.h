@@ -46,6 +46,7 @@ struct Binding {
     CompanionService companion = nullptr; // set for Service::companion
     std::vector<xpath_list_type_t> candidates;
     const SchemaNode *target = nullptr; // of the copying services
+    std::vector<const SchemaNode *> fetches;
 };
 
 class Mapping {

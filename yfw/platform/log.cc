@@ -31,6 +31,12 @@ std::uint32_t trace_index = 0;
 constexpr std::size_t longest_line = 1024;
 } // namespace
 
+TraceNumbers::TraceNumbers() : kept_(trace_index) {}
+
+TraceNumbers::~TraceNumbers() {
+    trace_index = kept_;
+}
+
 } // namespace yfw
 
 extern "C" {

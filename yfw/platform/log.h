@@ -3,6 +3,7 @@
 
 #include "yfw_map.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -32,6 +33,18 @@ class Log {
     std::FILE *stream_;
     std::vector<std::string> trace_;
     std::vector<std::string> debug_;
+};
+
+// Puts the sequence of the trace's numbers back when it goes.
+class TraceNumbers {
+  public:
+    TraceNumbers();
+    ~TraceNumbers();
+    TraceNumbers(const TraceNumbers &) = delete;
+    TraceNumbers &operator=(const TraceNumbers &) = delete;
+
+  private:
+    std::uint32_t kept_;
 };
 
 } // namespace yfw

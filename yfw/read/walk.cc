@@ -124,10 +124,14 @@ bool Walker::serve(Node *node, const Binding *binding) {
     vnos_named_free(std::exchange(request_.fields().error_text, nullptr));
     Explanation explanation(request_);
     const cerrno code = caller_.call(node, *binding);
+    for (const SchemaNode *more : binding->fetches) {
+        yfw_map_datatree_add_path_flagged(&request_, request_.destination(), more->path.c_str(), nullptr, nullptr,
+                                          nullptr, nullptr, 0, 0);
+    }
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
         const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
-        unanswered_.emplace_back(
-            node, Refused(code, path, explanation.reason(code, [&] { caller_.call(node, *binding); })));
+        unanswered_.emplace_back(node,
+                                 Refused(code, path, explanation.reason(code, [&] { caller_.call(node, *binding); })));
     }
     return code == 0;
 }
