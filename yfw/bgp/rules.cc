@@ -164,13 +164,13 @@ void BgpRules::widen_protocol(Arena &arena, Node *parts, Node *protocol) const {
         bool any = (all != nullptr && is_bare(all)) || (global != nullptr && is_bare(global));
         for_each_entry(all, family_, [&any](const Node *family) { any = any || is_bare(family); });
         if (any && is_default(protocol->up()->up())) {
-            ensure_child(arena, protocol->up()->up(), *connection_->parent);
+            take_children(ensure_child(arena, protocol->up()->up(), *connection_->parent));
         }
         return;
     }
     take_children(protocol);
     if (is_default(protocol->up()->up())) {
-        ensure_child(arena, protocol->up()->up(), *connection_->parent);
+        take_children(ensure_child(arena, protocol->up()->up(), *connection_->parent));
         Node *any = open_entry(arena, ensure_child(arena, parts, *instances_), *network_instance_);
         copy_into(arena, ensure_counterpart_below(arena, ensure_child(arena, any, *protocol_->parent), protocol),
                   protocol, YFW_OP_NONE);

@@ -34,6 +34,15 @@ struct Deviation {
 
 // A translated edit. What it holds lives as long as it does, and no longer than the engine.
 struct EditResult {
+    EditResult() = default;
+    EditResult(EditResult &&) = default;
+    EditResult &operator=(EditResult &&) = delete;
+    ~EditResult() {
+        while (!requests.empty()) { // the later ones work on trees of the first
+            requests.pop_back();
+        }
+    }
+
     std::vector<std::unique_ptr<Request>> requests;
     std::vector<std::string> not_mapped; // instance paths of nodes that came to nothing
     std::vector<Note> notes;             // why, and what the edit brought about beside what it says

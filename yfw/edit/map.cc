@@ -62,7 +62,7 @@ class Walker {
           mapping_(ground.mapping),
           bgp_(ground.bgp),
           database_(ground.database),
-          caller_(request, ground.mapping, ground.stored) {}
+          caller_(request, ground.stored) {}
     virtual ~Walker() = default;
     Walker(const Walker &) = delete;
     Walker &operator=(const Walker &) = delete;

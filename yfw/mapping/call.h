@@ -13,8 +13,7 @@ namespace yfw {
 class Caller {
   public:
     // All must outlive it; stored may be empty where nothing may look at what is stored.
-    Caller(Request &request, const Mapping &mapping, const StoredNative &stored)
-        : request_(request), mapping_(mapping), stored_(stored) {}
+    Caller(Request &request, const StoredNative &stored) : request_(request), stored_(stored) {}
 
     // The code of what serves the node. What failed meanwhile below the boundary is thrown, whatever the code says.
     cerrno call(Node *node, const Binding &binding);
@@ -34,7 +33,6 @@ class Caller {
     cerrno call_convert(const Node *node, const Binding &binding);
 
     Request &request_;
-    const Mapping &mapping_;
     const StoredNative &stored_;
     std::unordered_map<const Binding *, std::vector<xpath_list_type_t>> candidates_;
     std::string note_;
