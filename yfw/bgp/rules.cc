@@ -119,6 +119,19 @@ bool BgpRules::is_always_there(const Node &entry) const {
     return &entry.schema() == network_instance_ && is_default(&entry);
 }
 
+bool BgpRules::is_as_alone(const Node &node) const {
+    if (&node.schema() == as_) {
+        return true;
+    }
+    const SchemaNode *above = as_;
+    while (above->depth > node.schema().depth) {
+        above = above->parent;
+    }
+    const bool holds_it = above == &node.schema() && above->depth >= bgp_->depth;
+    const Node *below = holds_it ? node.first() : nullptr;
+    return below != nullptr && below->next() == nullptr && is_as_alone(*below);
+}
+
 void BgpRules::add_probe(Arena &arena, Node *parts, const Node *entry) const {
     Node *node = ensure_counterpart(arena, parts, entry);
     if (&entry->schema() == protocol_) {

@@ -22,6 +22,8 @@ class BgpRules {
     [[nodiscard]] bool is_nothing_alone(const Node &entry) const {
         return &entry.schema() == protocol_ || is_always_there(entry);
     }
+    // Whether a node of a protocol entry holds its AS number and nothing else: a VRF's entry has it by being there.
+    [[nodiscard]] bool is_as_alone(const Node &node) const;
     // Adds to the parts of a read what tells that the entry is there, without reading all of it.
     void add_probe(Arena &arena, Node *parts, const Node *entry) const;
     void add_everything(Arena &arena, Node *parts) const;

@@ -26,7 +26,8 @@ class Comparing {
         for (const Node *node = only_missing_ ? nullptr : first_of(found); node != nullptr; node = node->next()) {
             const bool is_extra =
                 expected == nullptr || counterpart_below(const_cast<Node *>(expected), node) == nullptr;
-            if (is_extra && says_something(node) && has_content(node)) {
+            const bool by_itself = expected != nullptr && bgp_.is_as_alone(*node);
+            if (is_extra && !by_itself && says_something(node) && has_content(node)) {
                 surplus(node, below(filters, node));
             }
         }
