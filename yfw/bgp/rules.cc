@@ -3,11 +3,9 @@
 #include "edit/trees.h"
 #include "error.h"
 #include "mapping/companion.h"
+#include "mapping/table_connections.h"
 
 #include <algorithm>
-#include <array>
-#include <strings.h>
-#include <utility>
 
 namespace yfw {
 
@@ -15,11 +13,6 @@ namespace {
 
 constexpr std::string_view default_name = "DEFAULT";
 constexpr std::string_view connections_instance = "default"; // whose redistributions table connections are
-constexpr auto families = std::to_array<std::pair<std::string_view, std::string_view>>({
-    {"IPV4", "IPV4_UNICAST"},
-    {"IPV6", "IPV6_UNICAST"},
-});
-constexpr auto sources = std::to_array<std::string_view>({"DIRECTLY_CONNECTED", "STATIC", "OSPF", "ISIS"});
 
 std::string_view text_of(const Node *leaf) {
     return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
@@ -86,17 +79,6 @@ Node *add_entry(Arena &arena, Node *parent, const SchemaNode &list, std::initial
 }
 
 } // namespace
-
-std::string family_of_connection(const Node &connection) {
-    const auto family = std::find_if(families.begin(), families.end(), [&](const auto &row) {
-        return row.first == identity(connection, "address-family");
-    });
-    const bool source =
-        std::find(sources.begin(), sources.end(), identity(connection, "src-protocol")) != sources.end();
-    const bool taken = source && family != families.end() && identity(connection, "dst-protocol") == "BGP" &&
-                       is_default_network_instance(key_value(connection.up()->up(), 0));
-    return taken ? std::string(family->second) : std::string();
-}
 
 BgpRules::BgpRules(const Schema &schema)
     : instances_(schema.find("/network-instances")),
@@ -331,7 +313,7 @@ Node *BgpRules::implied(Arena &arena, const Schema &schema, const Node *set, std
     if (by_as == is_default(network_instance)) {
         return nullptr;
     }
-    const std::string family = by_as ? std::string() : family_of_connection(*set);
+    const std::string_view family = by_as ? std::string_view() : family_of_connection(*set);
     if (!by_as && family.empty()) {
         return nullptr;
     }

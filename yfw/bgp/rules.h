@@ -66,8 +66,4 @@ class BgpRules {
     const SchemaNode *connection_;
 };
 
-// Natively one address family of BGP has a table connection's redistribution: its OpenConfig identity; empty for a
-// connection that BGP does not take.
-std::string family_of_connection(const Node &connection);
-
 } // namespace yfw

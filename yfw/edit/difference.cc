@@ -106,6 +106,7 @@ class Working {
     bool keep(Node *edit, const Node *stored, Operation around);
     void refuse_key_operation(const Node *key) const;
     bool go(const Node *edit, const Node *stored, Operation operation);
+    [[noreturn]] static void refuse_missing(const Node *edit);
     void refuse_sets_below(const Node *edit) const;
     void hold_conditions(const Node *edit) const;
     void take_away_unnamed(const Node *edit, const Node *stored);
@@ -131,6 +132,10 @@ void Working::add_going(const Node *stored, std::uint32_t operation, bool named)
 void Working::refuse_key_operation(const Node *key) const {
     throw Refused(Reason::unknown_operation, instance_path(key),
                   "a key takes no operation: it comes and goes with its list entry");
+}
+
+void Working::refuse_missing(const Node *edit) {
+    throw Refused(Reason::data_missing, instance_path(edit), "it is not there, and is not to be made");
 }
 
 void Working::refuse_sets_below(const Node *edit) const {
@@ -198,6 +203,9 @@ bool Working::keep(Node *edit, const Node *stored, Operation around) {
     const Operation operation = operation_of(edit, around);
     const bool is_set = edit->op_is_set();
     if (schema.kind == NodeKind::list && bgp_.is_foreign(*edit)) {
+        if (operation == Operation::none && any_operation_below(edit)) {
+            refuse_missing(edit);
+        }
         if (deletes(operation)) {
             difference_.not_mapped.push_back(instance_path(edit));
         }
@@ -220,7 +228,7 @@ bool Working::keep(Node *edit, const Node *stored, Operation around) {
     }
     if (operation == Operation::none && must_exist(schema) && stored == nullptr && !bgp_.is_always_there(*edit) &&
         any_operation_below(edit)) {
-        throw Refused(Reason::data_missing, instance_path(edit), "it is not there, and is not to be made");
+        refuse_missing(edit);
     }
     if (operation == Operation::replace) {
         take_away_unnamed(edit, stored);

@@ -32,9 +32,14 @@ constexpr auto sources = std::to_array<Source>({
     {"OSPF", "/ospf-routes", "/ospf-route"},
     {"ISIS", "/isis-routes", "/isis-route"},
 });
-constexpr auto families = std::to_array<std::pair<std::string_view, std::string_view>>({
-    {"IPV4", "ipv4-unicast"},
-    {"IPV6", "ipv6-unicast"},
+struct Family {
+    std::string_view openconfig;
+    std::string_view native;
+    std::string_view family; // of BGP, in OpenConfig's words
+};
+constexpr auto families = std::to_array<Family>({
+    {"IPV4", "ipv4-unicast", "IPV4_UNICAST"},
+    {"IPV6", "ipv6-unicast", "IPV6_UNICAST"},
 });
 
 using RedistributionCall = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, const char *,
@@ -55,6 +60,7 @@ std::string_view identity(const Node &entry, std::string_view key) {
 struct Redistribution {
     const Source *source = nullptr;
     std::string_view family;
+    std::string_view openconfig_family;
 
     [[nodiscard]] std::string path(std::string_view leaf) const {
         return std::string(native_family) + std::string(source->container) +
@@ -77,12 +83,13 @@ std::string place(const Node &entry, Redistribution &found) {
     if (source == sources.end()) {
         return "BGP takes routes of DIRECTLY_CONNECTED, STATIC, OSPF and ISIS";
     }
-    const auto *family = std::find_if(families.begin(), families.end(),
-                                      [&](const auto &row) { return row.first == identity(entry, "address-family"); });
+    const auto *family = std::find_if(families.begin(), families.end(), [&](const auto &row) {
+        return row.openconfig == identity(entry, "address-family");
+    });
     if (family == families.end()) {
         return "BGP takes routes of IPV4 and IPV6";
     }
-    found = {source, family->second};
+    found = {source, family->native, family->family};
     return {};
 }
 
@@ -213,6 +220,12 @@ cerrno leave_alone(CompanionCall &call, std::string why) {
 }
 
 } // namespace
+
+std::string_view family_of_connection(const Node &connection) {
+    Redistribution native;
+    place(connection, native);
+    return native.openconfig_family;
+}
 
 cerrno map_table_connection(CompanionCall &call) {
     if (call.request.is_read()) {

@@ -14,4 +14,8 @@ cerrno map_table_connection(CompanionCall &call);
 // operation of its own, a delete, the end of a metric that was not propagated.
 cerrno map_table_connection_leaf(CompanionCall &call);
 
+// The address family of BGP, an OpenConfig identity, that natively has an entry's redistribution; empty for an entry
+// that the BGP mapping does not take.
+std::string_view family_of_connection(const Node &connection);
+
 } // namespace yfw

@@ -1,0 +1,119 @@
+// Instance paths, and texts made safe for a terminal.
+#include "documents/instance_path.h"
+#include "error.h"
+#include "path_text.h"
+#include "platform/log.h"
+#include "request/instance.h"
+#include "text.h"
+#include "tree.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace yfw {
+namespace {
+
+using Rows = std::vector<std::pair<std::string_view, std::string_view>>;
+
+const Schema &schema() {
+    static const Schema loaded({YFW_MODELS_DIR});
+    return loaded;
+}
+
+// The end of the path as it is printed.
+constexpr std::pair<std::string_view, std::string_view> printed_values[] = {
+    {"core", "[instance-name=core]"},
+    {"2001:db8::1", "[instance-name=2001:db8::1]"},
+    {"eth0/1", "[instance-name=\"eth0/1\"]"},
+    {"a b", "[instance-name=\"a b\"]"},
+    {" ", "[instance-name=\" \"]"},
+    {"", "[instance-name=\"\"]"},
+    {"'q'", "[instance-name=\"'q'\"]"},
+    {"a\"b", "[instance-name='a\"b']"},
+    {"a'\"b", R"([instance-name="a'""b"])"},
+    {"\"'\"", R"([instance-name="""'"""])"},
+    {"a][b", "[instance-name=\"a][b\"]"},
+    {"a]/b[c=d", "[instance-name=\"a]/b[c=d\"]"},
+    {"\\", "[instance-name=\\]"},
+    {"a=b", "[instance-name=a=b]"},
+    {"'", "[instance-name=\"'\"]"},
+    {"\"", "[instance-name='\"']"},
+};
+
+TEST(InstancePath, EveryKeyReadsBack) {
+    for (const auto &[value, text] : printed_values) {
+        Arena arena;
+        Node *root = new_root(arena, schema());
+        Node *instance =
+            open_entry(arena, ensure_child(arena, root, *schema().find("/bgp")), *schema().find("/bgp/instance"));
+        set_value(arena, ensure_child(arena, instance, *schema().find("/bgp/instance/instance-name")), value);
+        instance = complete_entry(arena, instance);
+        const std::string path = instance_path(instance);
+        EXPECT_EQ(path, "/bgp/instance" + std::string(text));
+        EXPECT_EQ(find_node(root, path), instance) << path;
+        PathParser parser(path);
+        PathStep step;
+        EXPECT_TRUE(parser.next(step) && parser.next(step) && parser.at_end()) << parser.fault();
+        EXPECT_EQ(step.predicates.at(0).value, value) << path;
+    }
+}
+
+// A plug-in puts keys into its paths as they are.
+TEST(InstancePath, KeysOfPlugInsEndWhereThePathGoesOn) {
+    for (const auto &[value, text] : printed_values) {
+        for (const std::string tail : {"", "/afi-safis/afi-safi[afi-safi-name=IPV4_UNICAST]"}) {
+            Arena arena;
+            Node *root = new_root(arena, schema());
+            const std::string path = "/network-instances/network-instance[name=" + std::string(value) +
+                                     "]/protocols/protocol[identifier=BGP][name=core]/bgp/peer-groups/"
+                                     "peer-group[peer-group-name=" +
+                                     std::string(value) + ']' + tail + '/';
+            Node *entry = join_instance(arena, schema(), root, path);
+            ASSERT_NE(entry, nullptr) << path;
+            EXPECT_EQ(find_instance(root, path), entry);
+            EXPECT_EQ(find_node(root, instance_path(entry)), entry) << instance_path(entry);
+            const Node *group = tail.empty() ? entry : entry->up()->up();
+            EXPECT_EQ(key_value(group, 0), value) << path;
+        }
+    }
+    Arena arena;
+    for (const char *wrong :
+         {"/bgp/instance[name=a]", "/bgp/instance[instance-name=a", "/bgp/instance[instance-name=a]b",
+          "/bgp[instance-name=a]", "/bgp/instance[instance-name=a][instance-name=b]/x"}) {
+        EXPECT_EQ(ensure_instance(arena, new_root(arena, schema()), wrong), nullptr) << wrong;
+    }
+}
+
+TEST(Text, IsMadeVisible) {
+    const Rows rows = {
+        {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80 a\\b", ""},
+        {"\x1b[2J\a\n\r\t\x7f", "\\x1b[2J\\x07\\x0a\\x0d\\x09\\x7f"},
+        {"\xc2\x80 \xc2\x9f \xc2\xa0", "\\x80 \\x9f \xc2\xa0"},
+        {"\xe2\x80\xaa\xe2\x80\xae\xe2\x81\xa6\xe2\x81\xa9\xe2\x80\x8f", "\\u202a\\u202e\\u2066\\u2069\\u200f"},
+        {"\xe2\x80\xa8\xe2\x80\xa9", "\\u2028\\u2029"},
+        {"a\xff\xc3", "a\\xff\\xc3"},                          // no UTF-8, cut short
+        {"\xc0\x9b\xe0\x82\x9b", "\\xc0\\x9b\\xe0\\x82\\x9b"}, // a control character in too many bytes
+    };
+    std::FILE *stream = std::tmpfile();
+    Log log(Log::Level::trace, false, stream);
+    std::string lines;
+    for (const auto &[text, shown] : rows) {
+        const std::string_view expected = shown.empty() ? text : shown;
+        EXPECT_EQ(visible(text), expected);
+        log.write_debug(text);
+        lines += std::string(expected) + '\n';
+    }
+    std::string written(lines.size() + 1, ' ');
+    std::rewind(stream);
+    written.resize(std::fread(written.data(), 1, written.size(), stream));
+    EXPECT_EQ(written, lines);
+    std::fclose(stream);
+}
+
+} // namespace
+} // namespace yfw
