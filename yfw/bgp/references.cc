@@ -1,7 +1,6 @@
 #include "bgp/references.h"
 
-#include "edit/check.h"
-#include "edit/trees.h"
+#include "trees.h"
 
 #include <map>
 #include <set>

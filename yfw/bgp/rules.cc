@@ -1,9 +1,9 @@
 #include "bgp/rules.h"
 
-#include "edit/trees.h"
 #include "error.h"
 #include "mapping/companion.h"
 #include "mapping/table_connections.h"
+#include "trees.h"
 
 #include <algorithm>
 

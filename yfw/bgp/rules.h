@@ -1,7 +1,7 @@
 // What BGP's configuration has of its own beside the mapping: what stands for what natively, what goes along with what.
 #pragma once
 
-#include "edit/note.h"
+#include "note.h"
 #include "tree.h"
 
 #include <string>

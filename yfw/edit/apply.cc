@@ -1,6 +1,6 @@
 #include "apply.h"
 
-#include "check.h"
+#include "trees.h"
 
 #include <algorithm>
 #include <memory>

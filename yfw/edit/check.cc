@@ -1,5 +1,6 @@
 #include "check.h"
 
+#include "trees.h"
 #include "when.h"
 
 namespace yfw {
@@ -58,15 +59,6 @@ void check_children(const Schema &schema, const Node *parent) {
 }
 
 } // namespace
-
-Refused refusal(Reason reason, const Node *node, const std::string &why) {
-    const Node *origin = nullptr;
-    for (const Node *at = node; at != nullptr && origin == nullptr; at = at->up()) {
-        origin = at->origin();
-    }
-    const std::string native = instance_path(node);
-    return {reason, origin == nullptr ? native : instance_path(origin), native + ' ' + why};
-}
 
 void check_native(const Schema &schema, const Node *edit) {
     check_children(schema, edit);

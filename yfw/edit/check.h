@@ -12,7 +12,4 @@ namespace yfw {
 // a list where the store cannot tell which one is meant. What lies in a node that is deleted is not looked at.
 void check_native(const Schema &schema, const Node *edit);
 
-// A refusal that names the node in words, and as its path the request's node that it came from, where there is one.
-[[nodiscard]] Refused refusal(Reason reason, const Node *node, const std::string &why);
-
 } // namespace yfw

@@ -1,6 +1,6 @@
 #include "edit/combine.h"
 
-#include "edit/trees.h"
+#include "trees.h"
 
 #include <vector>
 

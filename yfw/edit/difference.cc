@@ -1,6 +1,6 @@
 #include "edit/difference.h"
 
-#include "edit/trees.h"
+#include "trees.h"
 #include "when.h"
 
 namespace yfw {

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "documents/reader.h"
-#include "edit/note.h"
 #include "ground.h"
+#include "note.h"
 #include "store/store.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #include "edit/expectation.h"
 
-#include "edit/trees.h"
+#include "trees.h"
 
 #include <algorithm>
 #include <optional>

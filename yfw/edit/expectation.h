@@ -3,7 +3,7 @@
 
 #include "edit/compare.h"
 #include "edit/map.h"
-#include "edit/note.h"
+#include "note.h"
 #include "store/store.h"
 
 #include <functional>

@@ -1,8 +1,8 @@
 #include "edit/map.h"
 
-#include "edit/trees.h"
 #include "mapping/call.h"
 #include "mapping/explain.h"
+#include "trees.h"
 #include "vnos_platform.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "read/parts.h"
 
-#include "edit/trees.h"
 #include "read/cut.h"
 #include "read/walk.h"
 #include "sysdb/view.h"
+#include "trees.h"
 
 namespace yfw {
 

@@ -1,9 +1,11 @@
-// What the steps of an edit do with trees.
+// What reads and edits do with trees beyond their nodes.
 #pragma once
 
+#include "error.h"
 #include "tree.h"
 
 #include <cstdint>
+#include <string>
 
 namespace yfw {
 
@@ -34,5 +36,8 @@ void take_children(Node *node);
 
 // Takes a node out, and what it lies in as far as that holds nothing else then and has no operation.
 void take_out(Node *node);
+
+// A refusal that names the node in words, and as its path the request's node that it came from, where there is one.
+[[nodiscard]] Refused refusal(Reason reason, const Node *node, const std::string &why);
 
 } // namespace yfw

@@ -1,4 +1,4 @@
-#include "edit/trees.h"
+#include "trees.h"
 
 #include "yfw_map.h"
 
@@ -155,6 +155,15 @@ void take_out(Node *node) {
         unlink(parent);
         parent = above;
     }
+}
+
+Refused refusal(Reason reason, const Node *node, const std::string &why) {
+    const Node *origin = nullptr;
+    for (const Node *at = node; at != nullptr && origin == nullptr; at = at->up()) {
+        origin = at->origin();
+    }
+    const std::string native = instance_path(node);
+    return {reason, origin == nullptr ? native : instance_path(origin), native + ' ' + why};
 }
 
 } // namespace yfw
