@@ -112,6 +112,7 @@ Entries &ensure_entries(Arena &arena, Node *parent, const SchemaNode &schema) {
 }
 
 void append_entry(Entries &entries, Node *entry) {
+    entries.keys = Entries::Keys::unknown;
     if (EntryNode *own = list_entry(entry); own != nullptr) {
         own->previous_entry = entries.last;
     }
@@ -371,6 +372,7 @@ Node *find_entry(const Node *parent, const SchemaNode &list, std::span<const std
 Node *complete_entry(Arena &arena, Node *entry, bool fold) {
     const SchemaNode &list = entry->schema();
     Entries &all = *entries(entry->up(), list);
+    all.keys = Entries::Keys::unknown;
     const std::uint64_t hash = identity_hash(entry);
     Node *sibling = search(all, hash, [entry, &list](const Node *other) {
         if (other == entry) {
@@ -399,6 +401,17 @@ Node *complete_entry(Arena &arena, Node *entry, bool fold) {
     return sibling;
 }
 
+bool all_complete(Entries &all) {
+    if (all.keys == Entries::Keys::unknown) {
+        const Node *entry = all.first;
+        while (entry != nullptr && has_identity(entry)) {
+            entry = next_entry(entry);
+        }
+        all.keys = entry == nullptr ? Entries::Keys::complete : Entries::Keys::incomplete;
+    }
+    return all.keys == Entries::Keys::complete;
+}
+
 void make_current(Node *entry) {
     for (Node *node = entry; node->up() != nullptr; node = node->up()) {
         if (node->schema().repeats()) {
@@ -411,6 +424,7 @@ namespace {
 
 void unlink_entry(Node *node) {
     Entries &all = *entries(node->up(), node->schema());
+    all.keys = Entries::Keys::unknown;
     leave_index(all, node);
     Node *previous = nullptr;
     if (const EntryNode *own = list_entry(node); own != nullptr) {

@@ -54,6 +54,7 @@ struct Entries {
     std::uint32_t count;
     std::uint32_t index_size; // a power of two, or 0: few entries are searched one by one
     IndexPlace *index;        // open addressing by key values; entries without complete keys are not in it
+    enum class Keys : std::uint8_t { unknown, complete, incomplete } keys; // of all entries, as last looked at
 };
 
 // A value of a leaf-list.
@@ -170,6 +171,9 @@ Node *find_entry(const Node *parent, const SchemaNode &list, std::span<const std
 // same keys, moves what it holds to that one and takes it out. Returns the entry that stands. With fold false a sibling
 // is left as it is and null is returned.
 Node *complete_entry(Arena &arena, Node *entry, bool fold = true);
+
+// Whether every entry has all its keys, or its value; looked at once for an unchanged list.
+bool all_complete(Entries &all);
 
 // Makes the entry and all those it lies in current.
 void make_current(Node *entry);

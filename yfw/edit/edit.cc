@@ -70,7 +70,7 @@ class EditRun {
     Node *rounds_ = nullptr; // the native edit so far
     std::size_t round_count_ = 0;
     std::vector<Region> regions_;
-    std::vector<const Node *> unmapped_;
+    std::vector<Node *> unmapped_; // of what is set
 };
 
 MapResult EditRun::map_round(Request &request, Round round, Node *source) {
@@ -358,15 +358,11 @@ void EditRun::verify() {
     Node *parts = root();
     add_touched(arena_, ground_.mapping, parts, sets_);
     const auto found = read_parts(ground_, parts, transaction_);
-    Node *expected = root();
-    copy_into(arena_, expected, sets_, YFW_OP_NONE);
-    for (const Node *node : unmapped_) {
-        if (Node *copy = counterpart(expected, node); copy != nullptr) {
-            take_out(copy);
-        }
+    for (Node *node : unmapped_) {
+        take_out(node);
     }
     const Comparison comparison =
-        compare(arena_, ground_.mapping, ground_.bgp, parts, expected, found->destination(), true);
+        compare(arena_, ground_.mapping, ground_.bgp, parts, sets_, found->destination(), true);
     const auto known = [&found](const Node *node) { return counterpart(found->destination(), node); };
     const auto shown = [](const Node *node) -> std::string {
         return node == nullptr || node->value == nullptr ? "" : node->schema().secret ? "(a password)" : node->value;

@@ -218,7 +218,9 @@ Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapp
         for (const SchemaNode *leaf : *mapping.affects(node->schema())) {
             const bool is_named = mapping.find(*leaf)->entry->kept_in.empty() && leaf != &node->schema() &&
                                   leaf->parent == node->schema().parent && child(node->up(), *leaf) != nullptr;
-            if (is_named || !is_stored(common_entry(node, *leaf))) {
+            // An entry changes the setting that all share only by coming.
+            const bool is_there = node->schema().kind == NodeKind::list && is_stored(node);
+            if (is_named || is_there || !is_stored(common_entry(node, *leaf))) {
                 continue;
             }
             if (leaf == &node->schema()) { // all values of the leaf-list

@@ -105,7 +105,13 @@ cerrno Walker::call(Node *node, const Binding &binding) {
     request_.error_path.clear();
     vnos_named_free(std::exchange(request_.fields().error_text, nullptr));
     explanation_.emplace(request_);
+    // A callback may take a decimal apart where it stands; what is compared later is the whole of it.
+    const bool is_decimal = node->schema().type == BaseType::decimal64 && node->value != nullptr;
+    const std::string decimal = is_decimal ? node->value : "";
     const cerrno code = caller_.call(node, binding);
+    if (is_decimal) {
+        std::copy(decimal.begin(), decimal.end(), node->value);
+    }
     if (!request_.conflict.empty()) {
         throw Refused(Reason::invalid_value, request_.conflict,
                       "its native leaf takes one value, and the edit names two");

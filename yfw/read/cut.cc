@@ -1,5 +1,7 @@
 #include "read/cut.h"
 
+#include "trees.h"
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -48,7 +50,13 @@ void add_covering(const Node *node, const Node *filter, Filters &covering) {
         }
         return;
     }
-    const Entries *all = entries(filter, schema);
+    Entries *all = entries(filter, schema);
+    if (all != nullptr && all_complete(*all)) {
+        if (const Node *same = counterpart_below(const_cast<Node *>(filter), node); same != nullptr) {
+            covering.push_back(same);
+        }
+        return;
+    }
     for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
         const bool matches = schema.kind == NodeKind::list
                                  ? entry_matches(node, entry)
