@@ -126,17 +126,50 @@ inline void complete_as(Item &root, Item *before) {
     }
 }
 
-// Takes out protocol entries with an AS number and nothing else.
-inline void drop_bare_as(Item &root) {
-    for_each_protocol(root, [](Item &, Item &protocol) {
-        Item *bgp = below(&protocol, {"bgp"});
-        Item *config = below(&protocol, {"bgp", "global", "config"});
-        if (as_of(protocol) != nullptr && bgp->children.size() == 1 && config->children.size() == 1 &&
-            below(bgp, {"global"})->children.size() == 1) {
+inline bool has_as_alone(Item &protocol) {
+    Item *bgp = below(&protocol, {"bgp"});
+    Item *config = below(&protocol, {"bgp", "global", "config"});
+    return as_of(protocol) != nullptr && bgp->children.size() == 1 && config->children.size() == 1 &&
+           below(bgp, {"global"})->children.size() == 1;
+}
+
+inline const Item *item_at(const Item &root, const Steps &path) {
+    const Item *at = &root;
+    for (const std::string &step : path) {
+        at = at == nullptr ? nullptr : at->child(step);
+    }
+    return at;
+}
+
+// Takes out protocol entries with an AS number and nothing else that the other tree does not have.
+inline void drop_bare_as(Item &root, const Item &other) {
+    for_each_protocol(root, [&other](Item &instance, Item &protocol) {
+        const Steps path{"network-instances", step_of(instance), "protocols", step_of(protocol)};
+        if (has_as_alone(protocol) && item_at(other, path) == nullptr) {
             protocol.children.clear();
         }
     });
     normalise(root);
+}
+
+inline bool sets_value(const Item &item) {
+    return !item.is_erased() &&
+           (!item.value.empty() || std::any_of(item.children.begin(), item.children.end(),
+                                               [](const auto &child) { return sets_value(child.second); }));
+}
+
+// A flag that an edit switches off is nothing natively, but the VRF's entry that it is set in comes into being, with
+// its AS number. Takes those out of what is found.
+inline void drop_made_for_unset(Item &found, const Item &wanted, const Item &edit) {
+    for_each_protocol(found, [&](Item &instance, Item &protocol) {
+        const Steps path{"network-instances", step_of(instance), "protocols", step_of(protocol)};
+        const Item *edited = item_at(edit, path);
+        if (instance.keys[0] != default_instance && has_as_alone(protocol) && item_at(wanted, path) == nullptr &&
+            edited != nullptr && sets_value(*edited)) {
+            protocol.children.clear();
+        }
+    });
+    normalise(found);
 }
 
 inline Item comparable(Item root, Item *before = nullptr) {

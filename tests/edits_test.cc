@@ -127,9 +127,10 @@ class RandomEdits : public testing::Test {
         Item whole = comparable(std::move(wanted), &before);
         Item found = comparable(outcome.after);
         if (model.kept_as()) {
-            drop_bare_as(whole);
-            drop_bare_as(found);
+            drop_bare_as(whole, found);
+            drop_bare_as(found, whole);
         }
+        drop_made_for_unset(found, whole, edit.document);
         return differences(whole, found, reports);
     }
     // What is there and what is not, and what a document may hold, the model knows as well.
