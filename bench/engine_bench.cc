@@ -1,7 +1,7 @@
 // Whole requests: an edit of many neighbours, its commit, the read of them and of their state, and the read of many
 // VRFs. Items are neighbours, or VRFs.
 #include "engine.h"
-#include "platform/password.h"
+#include "store/password_key.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 // What the frame of a callback costs while nothing is logged, against a call that does nothing.
+#include "boundary/instance.h"
+#include "boundary/request.h"
 #include "mapping/plugin.h"
-#include "request/instance.h"
-#include "request/request.h"
 
 #include <benchmark/benchmark.h>
 

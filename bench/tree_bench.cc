@@ -1,5 +1,5 @@
 // The tree's operations as a callback calls them, at few and at many siblings. Items are single operations.
-#include "request/request.h"
+#include "boundary/request.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,10 +1,10 @@
 // The reader of documents: any text is read or refused, and what was read is written so that it reads the same again.
 #pragma once
 
+#include "base/error.h"
 #include "bytes.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
-#include "error.h"
 
 namespace yfw::fuzz {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bytes.h"
-#include "schema.h"
+#include "model/schema.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,7 @@
 // The mapping description: any text is read and bound, or it cannot be used and the reason is told.
+#include "base/error.h"
+#include "bgp/companion.h"
 #include "bytes.h"
-#include "error.h"
 #include "mapping/mapping.h"
 
 #include <filesystem>
@@ -40,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::ofstream(directory.file(), std::ios::binary)
         .write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));
     try {
-        const yfw::Mapping mapping(yfw::read_mapping(directory.file()), schema, plugin);
+        const yfw::Mapping mapping(yfw::read_mapping(directory.file()), schema, plugin, yfw::bgp_companion);
     } catch (const yfw::Unusable &unusable) {
         yfw::fuzz::require(*unusable.what() != '\0', "there is a reason");
     }

@@ -1,8 +1,8 @@
 // The parser of route distinguishers, with a text that ends where its memory does.
+#include "base/error.h"
+#include "boundary/request.h"
 #include "bytes.h"
-#include "error.h"
 #include "mapping/plugin.h"
-#include "request/request.h"
 
 #include <cstring>
 

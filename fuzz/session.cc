@@ -1,8 +1,8 @@
 #include "session.h"
 
-#include "documents/instance_path.h"
-#include "error.h"
-#include "platform/memory.h"
+#include "base/error.h"
+#include "base/memory.h"
+#include "model/instance_path.h"
 #include "tests/sample_values.h"
 
 #include <libyang/libyang.h>

@@ -1,6 +1,7 @@
 // Commits that are killed, and commits of two processes at once.
+#include "base/error.h"
+#include "bgp/items.h"
 #include "engine.h"
-#include "error.h"
 #include "store_fixture.h"
 
 #include <sys/wait.h>
@@ -65,7 +66,7 @@ int stored_generation(const Store &store) {
     }
     const Transaction transaction = store.begin(Access::read);
     int items = 0;
-    for (const SystemDatabase::Item &item : SystemDatabase(transaction, engine().schema()).items("")) {
+    for (const SystemDatabase::Item &item : SystemDatabase(transaction, bgp_items(engine().schema())).items("")) {
         if (item.path.ends_with("update-source")) {
             shown.insert(item.value.text.substr(item.value.text.rfind('k') + 1));
             ++items;

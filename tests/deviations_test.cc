@@ -1,7 +1,7 @@
 // yfw map --deviations: the module fits the models in use, takes away what the mapping does not serve and nothing else.
+#include "base/error.h"
 #include "documents/reader.h"
 #include "engine.h"
-#include "error.h"
 #include "store_fixture.h"
 
 #include <gtest/gtest.h>

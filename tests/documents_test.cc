@@ -1,9 +1,9 @@
+#include "base/error.h"
 #include "bgp/names.h"
 #include "bgp/roots.h"
-#include "documents/instance_path.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
-#include "error.h"
+#include "model/instance_path.h"
 
 #include <gtest/gtest.h>
 

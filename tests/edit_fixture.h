@@ -1,10 +1,10 @@
 // The tests that run rows of edits (edit_rows.h): each in the network instances and for the peers that it is about.
 #pragma once
 
+#include "base/error.h"
 #include "edit_rows.h"
 #include "engine.h"
-#include "error.h"
-#include "platform/password.h"
+#include "store/password_key.h"
 
 #include <optional>
 

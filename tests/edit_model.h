@@ -4,7 +4,7 @@
 
 #include "documents/reader.h"
 #include "documents/writer.h"
-#include "tree.h"
+#include "model/tree.h"
 
 #include <algorithm>
 #include <array>

@@ -2,10 +2,10 @@
 // begin. Each sequence of edits has a seed of its own; that of a sequence with a failure is printed, and
 // YFW_RANDOM_SEED of that value with YFW_RANDOM_EDITS=1 plays the sequence again. Of each kind of failure the first is
 // shown, its edit cut down to what fails still; YFW_RANDOM_SHOWN says of how many kinds.
+#include "base/error.h"
 #include "edit_generator.h"
 #include "engine.h"
-#include "error.h"
-#include "platform/password.h"
+#include "store/password_key.h"
 #include "store_fixture.h"
 
 #include <iostream>

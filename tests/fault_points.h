@@ -2,7 +2,7 @@
 // of a test program, since they replace the program's operator new.
 #pragma once
 
-#include "platform/memory.h"
+#include "base/memory.h"
 #include "sysdb.h"
 #include "vnos_platform.h"
 

@@ -2,12 +2,12 @@
 // the store is as it was, or the whole result: never a crash, a leak or half an edit.
 #include "fault_points.h"
 
-#include "documents/instance_path.h"
+#include "base/error.h"
+#include "base/memory.h"
 #include "engine.h"
-#include "error.h"
-#include "platform/memory.h"
-#include "platform/password.h"
+#include "model/instance_path.h"
 #include "sample_values.h"
+#include "store/password_key.h"
 #include "store_fixture.h"
 
 #include <functional>

@@ -1,4 +1,5 @@
 // The OpenConfig global settings: what each becomes in either VRF form, in an edit, a delete and a read.
+#include "bgp/items.h"
 #include "settings_fixture.h"
 
 namespace yfw::test {
@@ -145,7 +146,7 @@ TEST(GlobalSettings, KeepAPurgeTimeThatIsThere) {
             edit(store, project_schema(), stored);
         }
         const Transaction transaction = store.begin(Access::read);
-        const SystemDatabase view(transaction, project_schema());
+        const SystemDatabase view(transaction, bgp_items(project_schema()));
         const BoundSystemDatabase bound(view);
         Scene scene;
         if (!request_as.empty()) {

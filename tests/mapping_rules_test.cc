@@ -1,7 +1,7 @@
 // Rules of the mapping, through the engine: leaf-lists for which there is one native leaf, nodes that others write too,
 // values that are converted on their way.
+#include "base/error.h"
 #include "engine.h"
-#include "error.h"
 #include "store_fixture.h"
 
 #include <regex>

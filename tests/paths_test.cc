@@ -1,11 +1,11 @@
 // Instance paths, and texts made safe for a terminal.
-#include "documents/instance_path.h"
-#include "error.h"
-#include "path_text.h"
-#include "platform/log.h"
-#include "request/instance.h"
-#include "text.h"
-#include "tree.h"
+#include "base/error.h"
+#include "base/text.h"
+#include "boundary/instance.h"
+#include "boundary/log.h"
+#include "model/instance_path.h"
+#include "model/path_text.h"
+#include "model/tree.h"
 
 #include <gtest/gtest.h>
 

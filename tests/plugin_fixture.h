@@ -2,11 +2,12 @@
 // the end stand before libyfw's: they write the journal and hand the call on.
 #pragma once
 
+#include "base/memory.h"
+#include "boundary/request.h"
+#include "bgp/items.h"
+#include "boundary/system_database.h"
 #include "mapping/plugin.h"
-#include "platform/memory.h"
-#include "request/request.h"
 #include "store_fixture.h"
-#include "sysdb/view.h"
 #include "vnos_platform.h"
 
 #include <dlfcn.h>
@@ -123,7 +124,7 @@ class Database {
   private:
     void show(const std::string &lines) {
         edit(store_, project_schema(), lines);
-        guard_.emplace(view_.emplace(transaction_.emplace(store_.begin(Access::read)), project_schema()));
+        guard_.emplace(view_.emplace(transaction_.emplace(store_.begin(Access::read)), bgp_items(project_schema())));
     }
 
     ScratchDirectory scratch_;

@@ -1,11 +1,11 @@
 // Properties of reads over the whole mapping: a read of a path agrees with the whole read cut to it, with and without
 // keys, and a read with state shows the configuration that a read without it shows.
-#include "documents/instance_path.h"
+#include "base/error.h"
 #include "engine.h"
-#include "error.h"
-#include "platform/password.h"
+#include "model/instance_path.h"
 #include "read/cut.h"
 #include "sample_values.h"
+#include "store/password_key.h"
 #include "store_fixture.h"
 
 #include <set>

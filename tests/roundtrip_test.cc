@@ -1,9 +1,9 @@
 // Properties over the whole mapping description: what is set through OpenConfig reads back, a delete leaves nothing
 // behind, a refused edit changes nothing. A leaf comes under them by being mapped.
-#include "documents/instance_path.h"
+#include "base/error.h"
 #include "engine.h"
-#include "error.h"
-#include "platform/password.h"
+#include "model/instance_path.h"
+#include "store/password_key.h"
 #include "store_fixture.h"
 
 #include <set>

@@ -1,7 +1,7 @@
 // Values for any model: a leaf takes those of its type, a list key the first of them.
 #pragma once
 
-#include "schema.h"
+#include "model/schema.h"
 
 #include <array>
 #include <string>

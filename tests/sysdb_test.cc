@@ -1,8 +1,9 @@
 // The system database: each item against the native node it shows, and the functions that the plug-in calls.
-#include "platform/memory.h"
+#include "base/memory.h"
+#include "bgp/items.h"
+#include "boundary/system_database.h"
 #include "store_fixture.h"
 #include "sysdb.h"
-#include "sysdb/view.h"
 #include "vnos_platform.h"
 
 #include <array>
@@ -25,7 +26,7 @@ class SysdbTest : public testing::Test {
         transaction_.reset();
         edit(store_, project_schema(), lines);
         transaction_.emplace(store_.begin(Access::read));
-        view_.emplace(*transaction_, project_schema());
+        view_.emplace(*transaction_, bgp_items(project_schema()));
         guard_.emplace(*view_);
     }
 
@@ -162,7 +163,7 @@ TEST_F(SysdbTest, ShowsEachNativeNodeAndLosesItWithIt) {
         apply("/bgp{remove}");
         EXPECT_TRUE(view_->items("").empty());
     }
-    EXPECT_EQ(seen.size(), item_rules(project_schema()).size()) << "a rule without a row here";
+    EXPECT_EQ(seen.size(), bgp_items(project_schema()).size()) << "a rule without a row here";
 }
 
 TEST_F(SysdbTest, ListsAndFindsWithoutLookingInsideEntries) {
@@ -238,14 +239,20 @@ TEST_F(SysdbTest, RefusesWhatItCannotAnswer) {
 TEST(Families, AreThoseOfTheModel) {
     const SchemaNode &leaf = *project_schema().find(
         "/bgp/instance/instance-as/four-byte-as/default-vrf/global/global-afs/global-af/af-name");
+    const auto rules = bgp_items(project_schema());
+    const ItemRule::Component *family = nullptr;
+    for (const ItemRule::Component &component : rules.back().path) {
+        family = component.numbered.empty() ? family : &component;
+    }
+    ASSERT_NE(family, nullptr);
     for (int number = 0; number <= 0x1a; ++number) {
         std::ostringstream component;
         component << "0x" << std::hex << number;
-        const std::string_view name = family_name(component.str());
+        const std::string_view name = family->name_of(component.str());
         EXPECT_EQ(project_schema().accepts(leaf, name, nullptr), number < 0x1a) << component.str();
-        EXPECT_EQ(family_component(name), number < 0x1a ? component.str() : "");
+        EXPECT_EQ(family->number_of(name), number < 0x1a ? component.str() : "");
     }
-    EXPECT_EQ(family_name("0x10"), "vpnv4-multicast");
+    EXPECT_EQ(family->name_of("0x10"), "vpnv4-multicast");
 }
 
 TEST(TupleUnpack, TakesExactlyTheIntegersAskedFor) {

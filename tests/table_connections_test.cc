@@ -1,8 +1,8 @@
 // Table connections: the plug-in's two directions called one by one, and edits through the whole.
+#include "base/error.h"
+#include "boundary/instance.h"
 #include "engine.h"
-#include "error.h"
 #include "neighbor_fixture.h"
-#include "request/instance.h"
 #include "ymap_ocni_openconfig_network_instance_common_man_util.h"
 
 namespace yfw::test {

@@ -1,9 +1,9 @@
 // When-conditions: the plug-in's handlers, what the framework makes of the models' conditions, and requests held to
 // them.
+#include "base/error.h"
 #include "engine.h"
-#include "error.h"
+#include "model/when.h"
 #include "plugin_fixture.h"
-#include "when.h"
 
 namespace yfw::test {
 namespace {

@@ -1,16 +1,18 @@
 #include "engine.h"
 
+#include "base/error.h"
+#include "bgp/companion.h"
+#include "bgp/items.h"
 #include "bgp/names.h"
 #include "bgp/roots.h"
 #include "bgp/unnamed.h"
-#include "documents/instance_path.h"
+#include "boundary/instance.h"
 #include "edit/apply.h"
 #include "edit/check.h"
 #include "edit/edit.h"
-#include "error.h"
+#include "model/instance_path.h"
 #include "read/cut.h"
 #include "read/state.h"
-#include "request/instance.h"
 
 #include <algorithm>
 #include <array>
@@ -86,7 +88,7 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
     : log_(log),
       schema_(files.models),
       plugin_(files.plugin),
-      mapping_(description.get(), schema_, plugin_),
+      mapping_(description.get(), schema_, plugin_, bgp_companion),
       bgp_(schema_) {
     for (const std::string_view path : native_roots) {
         if (schema_.find(path) == nullptr) {
@@ -100,7 +102,7 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
     if (initialise != nullptr && initialise() != 0) {
         throw Unusable("the plug-in " + files.plugin.string() + " cannot be bound to the system database");
     }
-    rules_ = item_rules(schema_);
+    rules_ = bgp_items(schema_);
 }
 
 namespace {

@@ -1,16 +1,16 @@
 // All of it together: what the command does with a document, a path or the store.
 #pragma once
 
+#include "boundary/log.h"
+#include "boundary/request.h"
+#include "boundary/system_database.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
 #include "edit/edit.h"
 #include "mapping/mapping.h"
-#include "platform/log.h"
 #include "read/walk.h"
-#include "request/request.h"
 #include "store/key.h"
 #include "store/store.h"
-#include "sysdb/view.h"
 
 #include <filesystem>
 #include <functional>

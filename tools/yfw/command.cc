@@ -1,7 +1,7 @@
 #include "command.h"
 
+#include "base/text.h"
 #include "documents/reader.h"
-#include "text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

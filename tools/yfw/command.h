@@ -1,9 +1,9 @@
 // What the subcommands share: the global options, messages, exit codes.
 #pragma once
 
+#include "base/error.h"
 #include "documents/writer.h"
 #include "engine.h"
-#include "error.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 // yfw edit: translates OpenConfig edits, shows and commits the native ones.
 #include "command.h"
 
-#include "temporary_directory.h"
+#include "base/temporary_directory.h"
 
 #include <optional>
 

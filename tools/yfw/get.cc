@@ -1,9 +1,9 @@
 // yfw get: what is stored, as OpenConfig or native, and what a read fetches.
 #include "command.h"
 
+#include "base/text.h"
 #include "bgp/roots.h"
-#include "documents/instance_path.h"
-#include "text.h"
+#include "model/instance_path.h"
 
 namespace yfw::tool {
 

@@ -1,7 +1,7 @@
 // yfw: OpenConfig BGP edits to native configuration, and back.
 #include "command.h"
 
-#include "text.h"
+#include "base/text.h"
 
 #include <fcntl.h>
 

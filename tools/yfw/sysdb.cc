@@ -1,7 +1,8 @@
 // yfw sysdb: the system database as the plug-in sees it.
 #include "command.h"
 
-#include "text.h"
+#include "base/text.h"
+#include "bgp/items.h"
 
 namespace yfw::tool {
 
@@ -14,7 +15,7 @@ void add_sysdb(CLI::App &app, const Globals &globals, int *) {
         const Store store = session.open(Access::read);
         const Transaction transaction = store.begin(Access::read);
         Sink sink(stdout);
-        const SystemDatabase database(transaction, session.schema());
+        const SystemDatabase database(transaction, bgp_items(session.schema()));
         for (const SystemDatabase::Item &item : database.items(*pattern)) {
             sink.put(visible(item.path) + " = " + visible(item.value.text) + '\n');
         }

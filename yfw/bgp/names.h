@@ -1,7 +1,7 @@
 // What is special about the names of network instances and of BGP instances.
 #pragma once
 
-#include "schema.h"
+#include "model/schema.h"
 
 namespace yfw {
 

@@ -1,6 +1,6 @@
 #include "bgp/references.h"
 
-#include "trees.h"
+#include "model/trees.h"
 
 #include <map>
 #include <set>

@@ -1,7 +1,7 @@
 // The top-level nodes of the two sides of the mapping.
 #pragma once
 
-#include "schema.h"
+#include "model/schema.h"
 
 #include <array>
 #include <string>

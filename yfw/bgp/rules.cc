@@ -1,9 +1,9 @@
 #include "bgp/rules.h"
 
-#include "error.h"
-#include "mapping/companion.h"
-#include "mapping/table_connections.h"
-#include "trees.h"
+#include "base/error.h"
+#include "bgp/companion.h"
+#include "bgp/table_connections.h"
+#include "model/trees.h"
 
 #include <algorithm>
 

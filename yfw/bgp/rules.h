@@ -1,8 +1,8 @@
 // What BGP's configuration has of its own beside the mapping: what stands for what natively, what goes along with what.
 #pragma once
 
-#include "note.h"
-#include "tree.h"
+#include "base/note.h"
+#include "model/tree.h"
 
 #include <string>
 #include <vector>

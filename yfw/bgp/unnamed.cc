@@ -1,7 +1,7 @@
 #include "bgp/unnamed.h"
 
-#include "documents/instance_path.h"
-#include "path_text.h"
+#include "model/instance_path.h"
+#include "model/path_text.h"
 
 #include <algorithm>
 #include <unordered_set>

@@ -2,7 +2,7 @@
 // the default network instance's.
 #pragma once
 
-#include "tree.h"
+#include "model/tree.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "describe/samples.h"
 
-#include "documents/instance_path.h"
-#include "error.h"
+#include "base/error.h"
+#include "model/instance_path.h"
 
 #include <algorithm>
 #include <array>

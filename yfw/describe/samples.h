@@ -1,8 +1,8 @@
 // What a node of a request becomes, found by running the mapping: edits of sample values, and what reads fetch.
 #pragma once
 
+#include "base/temporary_directory.h"
 #include "engine.h"
-#include "temporary_directory.h"
 
 #include <map>
 #include <optional>

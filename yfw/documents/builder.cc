@@ -1,4 +1,4 @@
-#include "builder.h"
+#include "documents/builder.h"
 
 #include <algorithm>
 #include <array>

@@ -1,12 +1,12 @@
 // Builds a data tree from the events of a document in either syntax, so that both are held to the same rules.
 #pragma once
 
-#include "../arena.h"
-#include "../error.h"
-#include "../schema.h"
-#include "../tree.h"
-#include "reader.h"
-#include "values.h"
+#include "base/arena.h"
+#include "base/error.h"
+#include "documents/reader.h"
+#include "model/schema.h"
+#include "model/tree.h"
+#include "model/values.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "json_check.h"
+#include "documents/json_check.h"
 
 #include <algorithm>
 #include <array>

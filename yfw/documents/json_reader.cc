@@ -1,6 +1,6 @@
-#include "json_reader.h"
+#include "documents/json_reader.h"
 
-#include "json_check.h"
+#include "documents/json_check.h"
 
 #include <simdjson.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "builder.h"
+#include "documents/builder.h"
 
 #include <string>
 

@@ -1,5 +1,5 @@
-#include "json_check.h"
-#include "write_common.h"
+#include "documents/json_check.h"
+#include "documents/write_common.h"
 
 #include <algorithm>
 

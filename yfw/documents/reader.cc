@@ -1,8 +1,8 @@
-#include "reader.h"
+#include "documents/reader.h"
 
-#include "builder.h"
-#include "json_reader.h"
-#include "xml_reader.h"
+#include "documents/builder.h"
+#include "documents/json_reader.h"
+#include "documents/xml_reader.h"
 
 namespace yfw {
 

@@ -1,9 +1,9 @@
 // Reads JSON (RFC 7951, metadata after RFC 7952) and NETCONF XML into a data tree.
 #pragma once
 
-#include "../arena.h"
-#include "../schema.h"
-#include "../tree.h"
+#include "base/arena.h"
+#include "model/schema.h"
+#include "model/tree.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
-#include "sink.h"
+#include "documents/sink.h"
 
-#include "../error.h"
+#include "base/error.h"
 
 #include <algorithm>
 #include <cerrno>

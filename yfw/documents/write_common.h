@@ -1,7 +1,7 @@
 // What the two writers share.
 #pragma once
 
-#include "writer.h"
+#include "documents/writer.h"
 
 #include <array>
 #include <string_view>

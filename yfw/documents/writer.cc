@@ -1,4 +1,4 @@
-#include "write_common.h"
+#include "documents/write_common.h"
 
 namespace yfw {
 

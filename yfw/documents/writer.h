@@ -1,10 +1,10 @@
 // Writes data trees as JSON (RFC 7951) or XML, in the schema's order, as read_document reads them.
 #pragma once
 
-#include "../schema.h"
-#include "../tree.h"
-#include "reader.h"
-#include "sink.h"
+#include "documents/reader.h"
+#include "documents/sink.h"
+#include "model/schema.h"
+#include "model/tree.h"
 
 namespace yfw {
 

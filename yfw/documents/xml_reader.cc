@@ -1,6 +1,6 @@
-#include "xml_reader.h"
+#include "documents/xml_reader.h"
 
-#include "json_check.h"
+#include "documents/json_check.h"
 
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "builder.h"
-#include "reader.h"
+#include "documents/builder.h"
+#include "documents/reader.h"
 
 #include <optional>
 #include <string_view>

@@ -1,5 +1,5 @@
-#include "write_common.h"
-#include "xml_reader.h"
+#include "documents/write_common.h"
+#include "documents/xml_reader.h"
 
 namespace yfw {
 

@@ -1,6 +1,6 @@
-#include "apply.h"
+#include "edit/apply.h"
 
-#include "trees.h"
+#include "model/trees.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,7 +1,7 @@
-#include "check.h"
+#include "edit/check.h"
 
-#include "trees.h"
-#include "when.h"
+#include "model/trees.h"
+#include "model/when.h"
 
 namespace yfw {
 

@@ -1,8 +1,8 @@
 // The check of a native edit against the native model.
 #pragma once
 
-#include "error.h"
-#include "tree.h"
+#include "base/error.h"
+#include "model/tree.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "edit/combine.h"
 
-#include "trees.h"
+#include "model/trees.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 // Several rounds of native edits as one.
 #pragma once
 
-#include "tree.h"
+#include "model/tree.h"
 
 namespace yfw {
 

@@ -1,7 +1,7 @@
 #include "edit/compare.h"
 
+#include "model/trees.h"
 #include "read/cut.h"
-#include "trees.h"
 
 #include <cstdlib>
 #include <cstring>

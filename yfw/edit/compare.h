@@ -3,7 +3,7 @@
 
 #include "bgp/rules.h"
 #include "mapping/mapping.h"
-#include "tree.h"
+#include "model/tree.h"
 
 namespace yfw {
 

@@ -1,11 +1,11 @@
 // What an edit means: RFC 6241's operations worked out, as data, before anything is mapped.
 #pragma once
 
+#include "base/error.h"
 #include "bgp/rules.h"
 #include "documents/reader.h"
-#include "error.h"
 #include "mapping/mapping.h"
-#include "tree.h"
+#include "model/tree.h"
 
 #include <string>
 #include <vector>

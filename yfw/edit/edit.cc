@@ -8,9 +8,9 @@
 #include "edit/difference.h"
 #include "edit/expectation.h"
 #include "edit/map.h"
+#include "model/trees.h"
 #include "read/cut.h"
 #include "read/parts.h"
-#include "trees.h"
 
 #include <algorithm>
 #include <optional>

@@ -2,9 +2,9 @@
 // and the comparison of what came of it.
 #pragma once
 
+#include "base/note.h"
 #include "documents/reader.h"
-#include "ground.h"
-#include "note.h"
+#include "read/ground.h"
 #include "store/store.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 #include "edit/expectation.h"
 
-#include "trees.h"
+#include "model/trees.h"
 
 #include <algorithm>
 #include <optional>

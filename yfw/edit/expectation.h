@@ -1,9 +1,9 @@
 // What a part of the configuration should be after an edit, and what the edit may touch beside what it names.
 #pragma once
 
+#include "base/note.h"
 #include "edit/compare.h"
 #include "edit/map.h"
-#include "note.h"
 #include "store/store.h"
 
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include "mapping/call.h"
 #include "mapping/explain.h"
-#include "trees.h"
+#include "model/trees.h"
 #include "vnos_platform.h"
 
 #include <algorithm>
@@ -62,7 +62,7 @@ class Walker {
           mapping_(ground.mapping),
           bgp_(ground.bgp),
           database_(ground.database),
-          caller_(request, ground.stored) {}
+          caller_(request, ground.mapping, ground.stored) {}
     virtual ~Walker() = default;
     Walker(const Walker &) = delete;
     Walker &operator=(const Walker &) = delete;

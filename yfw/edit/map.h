@@ -1,11 +1,11 @@
 // The mapping of one tree of an edit: of what goes, or of what is set.
 #pragma once
 
+#include "base/error.h"
 #include "bgp/rules.h"
-#include "error.h"
+#include "boundary/request.h"
+#include "boundary/system_database.h"
 #include "mapping/mapping.h"
-#include "request/request.h"
-#include "sysdb/view.h"
 
 #include <string>
 #include <vector>

@@ -1,10 +1,8 @@
 #include "mapping/call.h"
 
-#include "mapping/companion.h"
-#include "platform/failure.h"
-#include "when.h"
+#include "base/failure.h"
+#include "model/when.h"
 
-#include <cstring>
 #include <utility>
 
 namespace yfw {
@@ -27,7 +25,7 @@ cerrno Caller::dispatch(Node *node, const Binding &binding) {
         return reinterpret_cast<ToplevelCallback>(binding.function)(&request_, node, 0, destination);
     case Service::protocol_list:
     case Service::protocol:
-        return call_protocol(node, binding);
+        return mapping_.companion().call_protocol(request_, node, reinterpret_cast<ProtocolCallback>(binding.function));
     case Service::select:
         return call_select(node, binding);
     case Service::copy:
@@ -41,25 +39,6 @@ cerrno Caller::dispatch(Node *node, const Binding &binding) {
         break;
     }
     return 0;
-}
-
-cerrno Caller::call_protocol(Node *node, const Binding &binding) {
-    char any[] = ""; // a read of every network instance is not one of the default one
-    char *network_instance = nullptr;
-    char *protocol = nullptr;
-    yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &network_instance);
-    if (network_instance == nullptr && request_.is_read()) {
-        network_instance = any;
-    }
-    yfw_map_get_node_info(&request_, "/network-instances/network-instance/protocols/protocol", "name", &protocol);
-    return reinterpret_cast<ProtocolCallback>(binding.function)(&request_, node, request_.destination(),
-                                                                network_instance, protocol);
-}
-
-bool Caller::in_vrf() {
-    char *name = nullptr;
-    yfw_map_get_node_info(&request_, "/network-instances/network-instance", "name", &name);
-    return !is_default_network_instance(name);
 }
 
 cerrno Caller::call_companion(Node *node, const Binding &binding) {
@@ -89,7 +68,7 @@ cerrno Caller::call_select(Node *node, const Binding &binding) {
         return 0; // a container says nothing in an edit: what is in it does
     }
     for (const xpath_list_type_t &candidate : candidates) {
-        if (candidate.selected == 0 || (in_vrf() && std::strstr(candidate.xpath, "/default-vrf") != nullptr)) {
+        if (candidate.selected == 0 || (in_vrf() && mapping_.companion().is_of_default(candidate.xpath))) {
             continue; // what is the default VRF's is no business of another
         }
         const char *value = candidate.get_value != nullptr ? candidate.get_value(node) : node->value;

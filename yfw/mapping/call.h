@@ -1,8 +1,8 @@
 // The call of what serves a node, whichever way it is served.
 #pragma once
 
+#include "boundary/request.h"
 #include "mapping/mapping.h"
-#include "request/request.h"
 
 #include <string>
 #include <unordered_map>
@@ -13,7 +13,8 @@ namespace yfw {
 class Caller {
   public:
     // All must outlive it; stored may be empty where nothing may look at what is stored.
-    Caller(Request &request, const StoredNative &stored) : request_(request), stored_(stored) {}
+    Caller(Request &request, const Mapping &mapping, const StoredNative &stored)
+        : request_(request), mapping_(mapping), stored_(stored) {}
 
     // The code of what serves the node. What failed meanwhile below the boundary is thrown, whatever the code says.
     cerrno call(Node *node, const Binding &binding);
@@ -22,17 +23,17 @@ class Caller {
     [[nodiscard]] bool handled() const { return handled_; }
 
     // Whether the request is at a network instance other than the default one.
-    [[nodiscard]] bool in_vrf();
+    [[nodiscard]] bool in_vrf() { return mapping_.companion().in_vrf(request_); }
 
   private:
     cerrno dispatch(Node *node, const Binding &binding);
-    cerrno call_protocol(Node *node, const Binding &binding);
     cerrno call_companion(Node *node, const Binding &binding);
     cerrno call_select(Node *node, const Binding &binding);
     cerrno call_copy(const Node *node, const SchemaNode &target, const char *value);
     cerrno call_convert(const Node *node, const Binding &binding);
 
     Request &request_;
+    const Mapping &mapping_;
     const StoredNative &stored_;
     std::unordered_map<const Binding *, std::vector<xpath_list_type_t>> candidates_;
     std::string note_;

@@ -1,7 +1,7 @@
 #include "mapping/description.h"
 
-#include "error.h"
-#include "schema.h"
+#include "base/error.h"
+#include "model/schema.h"
 
 #include <libyang/libyang.h>
 

@@ -1,6 +1,6 @@
 #include "mapping/explain.h"
 
-#include "error.h"
+#include "base/error.h"
 
 #include <algorithm>
 #include <span>

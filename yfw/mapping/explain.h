@@ -2,7 +2,7 @@
 // its trace.
 #pragma once
 
-#include "request/request.h"
+#include "boundary/request.h"
 
 #include <functional>
 #include <string>

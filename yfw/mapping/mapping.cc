@@ -1,7 +1,6 @@
 #include "mapping/mapping.h"
 
-#include "error.h"
-#include "mapping/companion.h"
+#include "base/error.h"
 
 #include <algorithm>
 #include <cstring>
@@ -48,7 +47,7 @@ void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<
     auto binding = std::make_unique<Binding>();
     binding->entry = &entry;
     if (entry.served == Service::companion) {
-        binding->companion = find_companion_service(entry.name);
+        binding->companion = companion_.find(entry.name);
         binding->function = entry.hands_on_to.empty() ? nullptr : plugin.find(entry.hands_on_to);
         if (binding->function == nullptr && !entry.hands_on_to.empty()) {
             problems.push_back("the plug-in lacks " + entry.hands_on_to);
@@ -132,9 +131,10 @@ void Mapping::bind(const MappingWhen &when, const Plugin &plugin, std::vector<st
     }
 }
 
-Mapping::Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin)
+Mapping::Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin, const Companion &companion)
     : description_(std::move(description)),
       schema_(schema),
+      companion_(companion),
       by_node_(schema.size(), nullptr),
       when_(schema.size(), nullptr),
       when_below_(schema.size(), false),

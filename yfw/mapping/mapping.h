@@ -3,7 +3,7 @@
 
 #include "mapping/description.h"
 #include "mapping/plugin.h"
-#include "schema.h"
+#include "model/schema.h"
 #include "yfw_map.h"
 
 #include <functional>
@@ -39,6 +39,17 @@ struct CompanionCall {
 };
 using CompanionService = cerrno (*)(CompanionCall &);
 
+// What the framework itself does for a mapping, as a neighbouring one would on a router.
+struct Companion {
+    CompanionService (*find)(std::string_view name); // null for an unknown name
+    // Calls the plug-in's function for an entry of the list of protocols, or what lies in it.
+    cerrno (*call_protocol)(Request &request, Node *node, ProtocolCallback function);
+    // Whether the request is at a network instance other than the default one.
+    bool (*in_vrf)(Request &request);
+    // Whether a native path is the default network instance's alone.
+    bool (*is_of_default)(std::string_view native_path);
+};
+
 // How one node is served.
 struct Binding {
     const MappingEntry *entry = nullptr;
@@ -52,8 +63,8 @@ struct Binding {
 class Mapping {
   public:
     // Binds every entry. Throws Unusable with all the names that the plug-in lacks, the exported functions that nothing
-    // names, or the paths that the models lack. plugin and schema must outlive the mapping.
-    Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin);
+    // names, or the paths that the models lack. All but the description must outlive the mapping.
+    Mapping(MappingDescription description, const Schema &schema, const Plugin &plugin, const Companion &companion);
 
     [[nodiscard]] const Binding *find(const SchemaNode &node) const { return by_node_[node.id]; }
     // The handler of the node's when-condition, or null.
@@ -83,6 +94,7 @@ class Mapping {
     }
     [[nodiscard]] const MappingDescription &description() const { return description_; }
     [[nodiscard]] const Schema &schema() const { return schema_; }
+    [[nodiscard]] const Companion &companion() const { return companion_; }
 
   private:
     void bind(const MappingEntry &entry, const Plugin &plugin, std::vector<std::string> &problems);
@@ -91,6 +103,7 @@ class Mapping {
 
     MappingDescription description_;
     const Schema &schema_;
+    const Companion &companion_;
     std::vector<std::unique_ptr<Binding>> bindings_;
     std::vector<const Binding *> by_node_;
     std::vector<WhenHandler> when_;

@@ -1,7 +1,7 @@
 #include "mapping/plugin.h"
 
-#include "error.h"
-#include "platform/files.h"
+#include "base/error.h"
+#include "boundary/files.h"
 
 #include <dlfcn.h>
 #include <elf.h>

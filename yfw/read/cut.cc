@@ -1,6 +1,6 @@
 #include "read/cut.h"
 
-#include "trees.h"
+#include "model/trees.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,8 +1,8 @@
 // What a read does to its result: repeats keys, and leaves out what was not asked for.
 #pragma once
 
+#include "boundary/request.h"
 #include "mapping/mapping.h"
-#include "request/request.h"
 
 #include <vector>
 

@@ -1,9 +1,9 @@
 #include "read/parts.h"
 
+#include "boundary/system_database.h"
+#include "model/trees.h"
 #include "read/cut.h"
 #include "read/walk.h"
-#include "sysdb/view.h"
-#include "trees.h"
 
 namespace yfw {
 

@@ -1,7 +1,7 @@
 // A read of parts of the configuration, for the framework's own use.
 #pragma once
 
-#include "ground.h"
+#include "read/ground.h"
 #include "store/store.h"
 
 #include <memory>

@@ -1,8 +1,8 @@
 // What a read of state fetches of the operational models.
 #pragma once
 
+#include "boundary/request.h"
 #include "mapping/mapping.h"
-#include "request/request.h"
 
 #include <span>
 #include <string_view>

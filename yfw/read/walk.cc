@@ -1,7 +1,7 @@
 #include "read/walk.h"
 
+#include "bgp/companion.h"
 #include "mapping/call.h"
-#include "mapping/companion.h"
 #include "mapping/explain.h"
 #include "vnos_platform.h"
 
@@ -23,7 +23,7 @@ bool is_innermost(const Node *node) {
 class Walker {
   public:
     Walker(Request &request, const Mapping &mapping, const StoredNative &stored, bool completes)
-        : request_(request), mapping_(mapping), caller_(request, stored), completes_(completes) {}
+        : request_(request), mapping_(mapping), caller_(request, mapping, stored), completes_(completes) {}
 
     // Configuration comes before state: what state there is of an entry joins the one that is configured.
     void visit_top(Node *root) {

@@ -1,9 +1,9 @@
 // The walk of a read: parents first, keys first and then in schema order, calling what serves each node.
 #pragma once
 
-#include "error.h"
+#include "base/error.h"
+#include "boundary/request.h"
 #include "mapping/mapping.h"
-#include "request/request.h"
 
 #include <utility>
 #include <vector>

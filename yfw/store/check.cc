@@ -1,6 +1,6 @@
-#include "check.h"
+#include "store/check.h"
 
-#include "error.h"
+#include "base/error.h"
 
 #include <string_view>
 

@@ -1,8 +1,8 @@
 // Whether a store is whole: that its pages are sound is seen when it is opened, what its records say is looked at here.
 #pragma once
 
-#include "schema.h"
-#include "store.h"
+#include "model/schema.h"
+#include "store/store.h"
 
 #include <cstddef>
 #include <string>

@@ -1,6 +1,6 @@
 // Reading of the store into a data tree.
-#include "error.h"
-#include "store.h"
+#include "base/error.h"
+#include "store/store.h"
 
 #include <algorithm>
 #include <unordered_map>

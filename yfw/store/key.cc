@@ -1,6 +1,6 @@
-#include "key.h"
+#include "store/key.h"
 
-#include "error.h"
+#include "base/error.h"
 
 #include <cerrno>
 #include <fcntl.h>

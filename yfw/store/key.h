@@ -1,8 +1,8 @@
 // The key that a store's passwords are enciphered with: a file beside the data, whose fingerprint the store notes.
 #pragma once
 
-#include "platform/password.h"
-#include "store.h"
+#include "store/password_key.h"
+#include "store/store.h"
 
 #include <memory>
 #include <string>

@@ -1,4 +1,4 @@
-#include "pages.h"
+#include "store/pages.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,7 +1,7 @@
-#include "record.h"
+#include "store/record.h"
 
-#include "error.h"
-#include "schema.h"
+#include "base/error.h"
+#include "model/schema.h"
 
 #include <algorithm>
 

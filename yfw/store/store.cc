@@ -1,7 +1,7 @@
-#include "store.h"
+#include "store/store.h"
 
-#include "error.h"
-#include "pages.h"
+#include "base/error.h"
+#include "store/pages.h"
 
 #include <fcntl.h>
 #include <lmdb.h>

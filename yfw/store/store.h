@@ -1,10 +1,10 @@
 // The store: one LMDB environment with the native configuration and the operational data, a record a list entry.
 #pragma once
 
-#include "arena.h"
-#include "record.h"
-#include "schema.h"
-#include "tree.h"
+#include "base/arena.h"
+#include "model/schema.h"
+#include "model/tree.h"
+#include "store/record.h"
 
 #include <chrono>
 #include <cstddef>
