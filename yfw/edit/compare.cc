@@ -32,6 +32,7 @@ class Comparing {
             }
         }
     }
+    void node(const Node *expected, const Node *found) { compare(expected, found, {}); }
     [[nodiscard]] Comparison take() const { return comparison_; }
 
   private:
@@ -88,6 +89,8 @@ class Comparing {
             return;
         }
         if (is_set(expected) && (!is_set(found) || !same_value(expected, found))) {
+            copy_to(arena_, root(comparison_.missing), expected, YFW_OP_NONE);
+        } else if (only_missing_ && !is_set(expected) && is_set(found)) {
             copy_to(arena_, root(comparison_.missing), expected, YFW_OP_NONE);
         } else if (!is_set(expected) && is_set(found)) {
             copy_to(arena_, root(comparison_.surplus), found, YFW_OP_DELETE);
@@ -148,9 +151,18 @@ class Comparing {
 } // namespace
 
 Comparison compare(Arena &arena, const Mapping &mapping, const BgpRules &bgp, const Node *parts, const Node *expected,
-                   const Node *found, bool only_missing) {
-    Comparing comparing(arena, mapping, bgp, only_missing);
+                   const Node *found) {
+    Comparing comparing(arena, mapping, bgp, false);
     comparing.children(expected, found, {parts});
+    return comparing.take();
+}
+
+Comparison compare_nodes(Arena &arena, const Mapping &mapping, const BgpRules &bgp,
+                         std::span<const Node *const> expected, const Node *found) {
+    Comparing comparing(arena, mapping, bgp, true);
+    for (const Node *node : expected) {
+        comparing.node(node, counterpart(found, node));
+    }
     return comparing.take();
 }
 

@@ -5,6 +5,8 @@
 #include "mapping/mapping.h"
 #include "model/tree.h"
 
+#include <span>
+
 namespace yfw {
 
 struct Comparison {
@@ -15,8 +17,12 @@ struct Comparison {
 };
 
 // Compares two trees of OpenConfig configuration as far as the parts go; copies of keys say nothing, and a value that
-// is the same as none is none. only_missing: what is found beyond what is expected is all right.
+// is the same as none is none.
 Comparison compare(Arena &arena, const Mapping &mapping, const BgpRules &bgp, const Node *parts, const Node *expected,
-                   const Node *found, bool only_missing);
+                   const Node *found);
+
+// What of some nodes a tree has not, or otherwise; what it has beside is all right. All in `missing`.
+Comparison compare_nodes(Arena &arena, const Mapping &mapping, const BgpRules &bgp,
+                         std::span<const Node *const> expected, const Node *found);
 
 } // namespace yfw

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <span>
 #include <utility>
 
 namespace yfw {
@@ -54,6 +55,7 @@ class EditRun {
     void report(const Comparison &comparison);
     void not_mapped(const LeftAlone &left);
     void verify();
+    void verify_nodes(std::span<const Node *const> nodes);
     MapResult map_round(Request &request, Round round, Node *source);
     void apply_round(Request &request, Round round);
     Request &new_request() { return *result_.requests.emplace_back(ground_.request(YFW_KIND_EDIT)); }
@@ -271,7 +273,7 @@ Comparison EditRun::compare_regions() {
     for (const Region &region : regions_) {
         const auto found = read_parts(ground_, region.parts, transaction_);
         const Comparison one =
-            compare(arena_, ground_.mapping, ground_.bgp, region.parts, region.expected, found->destination(), false);
+            compare(arena_, ground_.mapping, ground_.bgp, region.parts, region.expected, found->destination());
         for (const auto &[part, whole] : {std::pair{one.missing, &all.missing}, {one.surplus, &all.surplus}}) {
             if (part != nullptr && *whole == nullptr) {
                 *whole = root();
@@ -354,23 +356,17 @@ void EditRun::report(const Comparison &comparison) {
         });
 }
 
+// In pieces: a small tree is made, read and compared while it is in the processor's caches.
 void EditRun::verify() {
-    Node *parts = root();
-    add_touched(arena_, ground_.mapping, parts, sets_);
-    const auto found = read_parts(ground_, parts, transaction_);
+    constexpr std::size_t piece = 1000;
     for (Node *node : unmapped_) {
         take_out(node);
     }
-    const Comparison comparison =
-        compare(arena_, ground_.mapping, ground_.bgp, parts, sets_, found->destination(), true);
-    const auto known = [&found](const Node *node) { return counterpart(found->destination(), node); };
-    const auto shown = [](const Node *node) -> std::string {
-        return node == nullptr || node->value == nullptr ? "" : node->schema().secret ? "(a password)" : node->value;
-    };
-    for_each_difference(comparison.missing, known, [&](const Node *node, const Node *there) {
-        result_.deviations.push_back(
-            {instance_path(node), node->schema().is_inner() ? "there" : shown(node), shown(there)});
-    });
+    std::vector<const Node *> touched;
+    add_touched(ground_.mapping, sets_, touched);
+    for (std::size_t begin = 0; begin < touched.size(); begin += piece) {
+        verify_nodes(std::span(touched).subspan(begin, std::min(piece, touched.size() - begin)));
+    }
     if (options_.strict && !result_.deviations.empty()) {
         std::vector<std::string> told;
         for (const Deviation &deviation : result_.deviations) {
@@ -379,6 +375,25 @@ void EditRun::verify() {
         throw Refused(Reason::constraint, result_.deviations.front().path, std::move(told),
                       "what is read back is not what the edit says");
     }
+}
+
+void EditRun::verify_nodes(std::span<const Node *const> nodes) {
+    const auto paths = ground_.request(YFW_KIND_READ);
+    Node *parts = new_root(paths->arena(), ground_.schema);
+    for (const Node *node : nodes) {
+        ensure_counterpart(paths->arena(), parts, node);
+    }
+    const auto found = read_parts(ground_, parts, transaction_);
+    const Comparison comparison =
+        compare_nodes(paths->arena(), ground_.mapping, ground_.bgp, nodes, found->destination());
+    const auto known = [&found](const Node *node) { return counterpart(found->destination(), node); };
+    const auto shown = [](const Node *node) -> std::string {
+        return node == nullptr || node->value == nullptr ? "" : node->schema().secret ? "(a password)" : node->value;
+    };
+    for_each_difference(comparison.missing, known, [&](const Node *node, const Node *there) {
+        result_.deviations.push_back(
+            {instance_path(node), node->schema().is_inner() ? "there" : shown(node), shown(there)});
+    });
 }
 
 } // namespace

@@ -365,12 +365,12 @@ Node *touched_parts(Arena &arena, const Mapping &mapping, const Node *parts) {
     return touched;
 }
 
-void add_touched(Arena &arena, const Mapping &mapping, Node *parts, const Node *sets) {
+void add_touched(const Mapping &mapping, const Node *sets, std::vector<const Node *> &touched) {
     for_each_below(sets, [&](const Node *node) {
         if (is_served_whole(mapping, node->schema()) || !node->schema().is_inner()) {
-            ensure_counterpart_below(arena, parts, node);
+            touched.push_back(node);
         } else {
-            add_touched(arena, mapping, ensure_counterpart_below(arena, parts, node), node);
+            add_touched(mapping, node, touched);
         }
     });
 }

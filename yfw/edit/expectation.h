@@ -46,7 +46,7 @@ void copy_with_operations(Arena &arena, Node *into, const Node *from);
 void for_each_difference(const Node *tree, const std::function<const Node *(const Node *)> &known,
                          const std::function<void(const Node *, const Node *there)> &visit);
 
-// Adds the paths of what a tree of sets touches: entries that are served whole, and leaves outside them.
-void add_touched(Arena &arena, const Mapping &mapping, Node *parts, const Node *sets);
+// The nodes that a tree of sets touches: entries that are served whole, and leaves outside them.
+void add_touched(const Mapping &mapping, const Node *sets, std::vector<const Node *> &touched);
 
 } // namespace yfw
