@@ -330,6 +330,9 @@ void Builder::unknown_identity(const SchemaNode &leaf, std::string_view value, b
 
 void Builder::drop_entry(std::size_t level, const SchemaNode &key, std::string_view value, bool published) {
     Node *entry = levels_[level].node;
+    if (published) {
+        value.remove_prefix(value.find(':') + 1); // as paths show identities; npos + 1 is 0
+    }
     if (child(entry, key) == nullptr) {
         set_value(arena_, ensure_child(arena_, entry, key), value);
     }
