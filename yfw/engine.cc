@@ -90,7 +90,8 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
       schema_(files.models),
       plugin_(files.plugin),
       mapping_(description.get(), schema_, plugin_, bgp_companion),
-      bgp_(schema_) {
+      bgp_(schema_),
+      published_(files.models) {
     for (const std::string_view path : native_roots) {
         if (schema_.find(path) == nullptr) {
             throw Unusable("the models lack the native configuration's " + std::string(path));
@@ -125,10 +126,12 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
     reading.why_not = why_not_edited;
+    reading.published = &published_;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
+    result.left_out = std::move(document.left_out);
     result.default_operation = document.default_operation.value_or(options.default_operation);
     stage("translating");
     run_edit(ground, options, !document.has_operations, transaction, result);

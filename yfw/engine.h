@@ -4,6 +4,7 @@
 #include "boundary/log.h"
 #include "boundary/request.h"
 #include "boundary/system_database.h"
+#include "documents/published.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
 #include "edit/edit.h"
@@ -101,6 +102,7 @@ class Engine {
     Mapping mapping_;
     BgpRules bgp_;
     std::vector<ItemRule> rules_; // of the system database
+    PublishedNames published_;
     mutable ChunkPool pool_;
 };
 
