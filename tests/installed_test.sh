@@ -46,4 +46,5 @@ LD_LIBRARY_PATH=$(dirname "$pc") "$scratch/program" "$scratch/usr" "$(find "$scr
 yfw=("$scratch/usr/bin/yfw" --db "$scratch/db")
 "${yfw[@]}" edit "$examples/01-first-edits/first.json" >"$scratch/native"
 "${yfw[@]}" get --native | diff "$scratch/native" -
-"${yfw[@]}" get /network-instances/network-instance/protocols/protocol/bgp/global/config/as | grep -q '"as": 65000'
+read_back=$("${yfw[@]}" get /network-instances/network-instance/protocols/protocol/bgp/global/config/as)
+[[ $read_back == *'"as": 65000'* ]]
