@@ -17,34 +17,34 @@ struct Arguments {
     std::vector<std::string> wanted;
 };
 
-void print_native(Session &session, const Arguments &arguments) {
-    const Store store = session.open(Access::read);
+void print_native(Run &run, const Arguments &arguments) {
+    const Store store = run.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
     Arena arena;
-    Node *wanted = new_root(arena, session.schema());
+    Node *wanted = new_root(arena, run.schema());
     for (const std::string &path : arguments.wanted) {
-        if (side_of(add_instance_path(arena, session.schema(), wanted, path)->schema()) == Side::openconfig) {
+        if (side_of(add_instance_path(arena, run.schema(), wanted, path)->schema()) == Side::openconfig) {
             throw Refused(Reason::not_served, path, "this is an OpenConfig path: leave --native out");
         }
     }
     if (arguments.wanted.empty()) {
         for (const char *root : {"/bgp", "/vrfs"}) {
-            add_instance_path(arena, session.schema(), wanted, root);
+            add_instance_path(arena, run.schema(), wanted, root);
         }
     }
-    Node *found = new_root(arena, session.schema());
+    Node *found = new_root(arena, run.schema());
     transaction.fetch(arena, wanted, found);
     Sink sink(stdout);
-    write_document(sink, session.schema(), found, arguments.output.options());
+    write_document(sink, run.schema(), found, arguments.output.options());
 }
 
-void print_openconfig(Session &session, const Arguments &arguments, const Transaction &transaction) {
-    const Engine::ReadResult result = session.engine().read(arguments.wanted, arguments.state, transaction);
+void print_openconfig(Run &run, const Arguments &arguments, const Transaction &transaction) {
+    const Engine::ReadResult result = run.engine().read(arguments.wanted, arguments.state, transaction);
     for (const std::string &note : result.notes) {
         Messages().line("note", note);
     }
     Sink sink(stdout);
-    write_document(sink, session.schema(), result.openconfig(), arguments.output.options());
+    write_document(sink, run.schema(), result.openconfig(), arguments.output.options());
 }
 
 // One line for each innermost node.
@@ -62,23 +62,23 @@ void print_paths(Sink &sink, const Node *node) {
 }
 
 void run(const Globals &globals, const Arguments &arguments) {
-    Session session(globals);
-    session.show_progress();
+    Run run(globals);
+    run.show_progress();
     if (arguments.native) {
-        print_native(session, arguments);
+        print_native(run, arguments);
         return;
     }
-    const Store store = session.open(Access::read);
+    const Store store = run.open(Access::read);
     Transaction transaction = store.begin(Access::read);
     if (!arguments.paths) {
         const StoreKey key(transaction, KeyUse::read);
         if (!key.note().empty()) {
             Messages().line("note", key.note());
         }
-        print_openconfig(session, arguments, transaction);
+        print_openconfig(run, arguments, transaction);
         return;
     }
-    const auto request = session.engine().declare(arguments.wanted, arguments.state, transaction);
+    const auto request = run.engine().declare(arguments.wanted, arguments.state, transaction);
     Sink sink(stdout);
     print_paths(sink, request->destination());
     sink.flush();

@@ -10,14 +10,14 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
     command->callback([&globals, files] {
-        Session session(globals);
-        session.show_progress();
-        const Store store = session.open(Access::write);
+        Run run(globals);
+        run.show_progress();
+        const Store store = run.open(Access::write);
         for_each_file(*files, [&](const std::string &file) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
             Transaction transaction = store.begin(Access::write);
-            session.engine().load(text.get(), syntax, transaction);
+            run.engine().load(text.get(), syntax, transaction);
             transaction.commit();
         });
     });

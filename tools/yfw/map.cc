@@ -34,22 +34,22 @@ void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const 
 }
 
 void print_deviations(const Globals &globals) {
-    Session session(globals);
+    Run run(globals);
     Sink sink(stdout);
-    write_deviations(sink, session.engine().mapping());
+    write_deviations(sink, run.engine().mapping());
 }
 
 void print_table(const Globals &globals) {
-    Session session(globals);
+    Run run(globals);
     Sink sink(stdout);
-    write_table(sink, session.engine());
+    write_table(sink, run.engine());
 }
 
 void run(const Globals &globals, const std::string &path) {
-    Session session(globals);
-    const Store store = session.open(Access::read);
+    Run run(globals);
+    const Store store = run.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
-    const Schema &schema = session.schema();
+    const Schema &schema = run.schema();
     Sink sink(stdout);
     bool any = false;
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
@@ -58,7 +58,7 @@ void run(const Globals &globals, const std::string &path) {
                                          : node.path == path || node.path.starts_with(path + "/");
         if (wanted) {
             any = true;
-            print_node(sink, session.engine(), node, transaction);
+            print_node(sink, run.engine(), node, transaction);
         }
     }
     if (!any) {

@@ -329,7 +329,7 @@ Node *BgpRules::implied(Arena &arena, const Schema &schema, const Node *set, std
         why = "it comes with the BGP of " + instance_path(network_instance) + ", whose native instance is the same";
         return node;
     }
-    node = ensure_child(arena, node, *families_->parent);
+    node = ensure_child(arena, node, *family_->parent->parent);
     node = add_entry(arena, node, *family_, {family});
     node = ensure_child(arena, node, *family_->child("config"));
     node = ensure_child(arena, node, *node->schema().child("enabled"));

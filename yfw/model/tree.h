@@ -14,8 +14,8 @@ namespace yfw {
 
 // Flags of the framework's own.
 inline constexpr std::uint32_t state_only = 0x10000; // an entry of a read's result that only state is known of
+inline constexpr std::uint32_t has_origin = 0x20000; // a node of a tree that keeps origins: room for it is in front
 inline constexpr std::uint32_t whole = 0x40000;      // of what a read declares: all that lies in the node is wanted
-inline constexpr std::uint32_t traced = 0x20000;     // a node of a tree that keeps origins: room for it is in front
 
 // What the boundary shows of a node. A leaf is this and no more, since a request has hundreds of thousands.
 struct Node : cidl_yfw_datatree {
@@ -31,10 +31,10 @@ struct Node : cidl_yfw_datatree {
     }
     // The request's node whose operation it took; null for none, and in a tree that keeps no origins.
     [[nodiscard]] const Node *origin() const {
-        return (flags & traced) == 0 ? nullptr : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
+        return (flags & has_origin) == 0 ? nullptr : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
     }
     void set_origin(const Node *node) {
-        if ((flags & traced) != 0) {
+        if ((flags & has_origin) != 0) {
             static_cast<const Node **>(static_cast<void *>(this))[-1] = node;
         }
     }
@@ -85,7 +85,7 @@ inline Node *next_entry(const Node *node) {
                                      : static_cast<const ValueNode *>(node)->next_entry;
 }
 
-// A tree's root: the parent of the top-level nodes of all models. flags: traced, when the tree is to keep origins.
+// A tree's root: the parent of the top-level nodes of all models. flags: has_origin, when the tree is to keep origins.
 Node *new_root(Arena &arena, const Schema &schema, std::uint32_t flags = 0);
 
 // The entries of a list or leaf-list, or null.
