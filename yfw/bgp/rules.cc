@@ -33,16 +33,6 @@ Node *below(const Node *node, std::initializer_list<std::string_view> names) {
     return found;
 }
 
-template <typename Visit>
-void for_each_entry(const Node *parent, const SchemaNode *list, Visit visit) {
-    const Entries *all = parent == nullptr || list == nullptr ? nullptr : entries(parent, *list);
-    Node *next = nullptr;
-    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next) {
-        next = next_entry(entry); // the entry may be taken out
-        visit(entry);
-    }
-}
-
 bool is_default(const Node *network_instance) {
     const char *name = key_value(network_instance, 0);
     return name != nullptr && is_default_network_instance(name);
@@ -80,15 +70,24 @@ Node *add_entry(Arena &arena, Node *parent, const SchemaNode &list, std::initial
 
 } // namespace
 
-BgpRules::BgpRules(const Schema &schema)
-    : instances_(schema.find("/network-instances")),
-      network_instance_(schema.find("/network-instances/network-instance")),
-      protocol_(schema.find("/network-instances/network-instance/protocols/protocol")),
-      bgp_(schema.find("/network-instances/network-instance/protocols/protocol/bgp")),
-      as_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/config/as")),
-      families_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis")),
-      family_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis/afi-safi")),
-      connection_(schema.find("/network-instances/network-instance/table-connections/table-connection")) {}
+BgpRules::BgpRules(const Schema &schema) {
+    const SchemaNode *bgp = schema.find("/network-instances/network-instance/protocols/protocol/bgp");
+    const SchemaNode *as = schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/config/as");
+    const SchemaNode *family =
+        schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis/afi-safi");
+    const SchemaNode *connection =
+        schema.find("/network-instances/network-instance/table-connections/table-connection");
+    if (as == nullptr || family == nullptr || connection == nullptr) {
+        return;
+    }
+    bgp_ = bgp;
+    protocol_ = bgp->parent;
+    network_instance_ = protocol_->parent->parent;
+    instances_ = network_instance_->parent;
+    as_ = as;
+    family_ = family;
+    connection_ = connection;
+}
 
 bool BgpRules::is_foreign(const Node &entry) const {
     if (&entry.schema() == protocol_) {
@@ -133,7 +132,7 @@ void BgpRules::add_everything(Arena &arena, Node *parts) const {
     }
 }
 
-Node *BgpRules::protocols(Node *network_instance) const {
+Node *BgpRules::protocols(const Node *network_instance) const {
     return child(network_instance, *protocol_->parent);
 }
 
@@ -157,7 +156,9 @@ void BgpRules::widen_protocol(Arena &arena, Node *parts, Node *protocol) const {
         const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
         const Node *global = below(protocol, {"bgp", "global"});
         bool any = (all != nullptr && is_bare(all)) || (global != nullptr && is_bare(global));
-        for_each_entry(all, family_, [&any](const Node *family) { any = any || is_bare(family); });
+        for (const Node *family : entries_of(all, *family_)) {
+            any = any || is_bare(family);
+        }
         if (any && is_default(protocol->up()->up())) {
             take_children(ensure_child(arena, protocol->up()->up(), *connection_->parent));
         }
@@ -178,12 +179,14 @@ void BgpRules::widen(Arena &arena, Node *parts) const {
         return;
     }
     bool all = false;
-    for_each_entry(instances, network_instance_, [&](Node *network_instance) {
-        Node *of_instance = protocols(network_instance);
+    for (const Node *network_instance : entries_of(instances, *network_instance_)) {
+        const Node *of_instance = protocols(network_instance);
         all = all || (is_default(network_instance) &&
                       (is_bare(network_instance) || (of_instance != nullptr && is_bare(of_instance))));
-        for_each_entry(of_instance, protocol_, [&](Node *protocol) { widen_protocol(arena, parts, protocol); });
-    });
+        for (Node *protocol : entries_of(of_instance, *protocol_)) {
+            widen_protocol(arena, parts, protocol);
+        }
+    }
     if (all) {
         take_children(instances);
     }
@@ -204,23 +207,23 @@ void BgpRules::take_given_as(Arena &arena, Node *goes, const Node *edit) const {
 }
 
 void BgpRules::keep_as(Arena &arena, Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const {
-    for_each_entry(child(goes, *instances_), network_instance_, [&](Node *network_instance) {
-        for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
+    for (const Node *network_instance : entries_of(child(goes, *instances_), *network_instance_)) {
+        for (const Node *protocol : entries_of(protocols(network_instance), *protocol_)) {
             Node *as = below(protocol, {"bgp", "global", "config", "as"});
             if (as == nullptr || !as->is_delete() || (topmost_delete(as)->flags & YFW_NODE_PRESENT) != 0) {
-                return;
+                continue;
             }
             const Node *rest = counterpart(expected, protocol->first() == nullptr ? protocol : child(protocol, *bgp_));
             const Node *set = sets == nullptr ? nullptr : counterpart(sets, child(protocol, *bgp_));
             if ((rest == nullptr || is_bare(rest)) && (set == nullptr || is_bare(set))) {
-                return;
+                continue;
             }
             copy_to(arena, expected, as, YFW_OP_NONE);
             notes.push_back({instance_path(as), "it stays: what is configured beside it needs it"});
             // What it lies in is deleted leaf by leaf.
             take_out(as);
-        });
-    });
+        }
+    }
 }
 
 void BgpRules::take_connections_along(const Node *family, Node *expected, const Node *sets,
@@ -232,14 +235,14 @@ void BgpRules::take_connections_along(const Node *family, Node *expected, const 
     Node *left = counterpart(expected, network_instance);
     Node *connections = left == nullptr ? nullptr : child(left, *connection_->parent);
     const bool whole = &family->schema() != family_;
-    for_each_entry(connections, connection_, [&](Node *connection) {
+    for (Node *connection : entries_of(connections, *connection_)) {
         if (whole || family_of_connection(*connection) == identity(*family, "afi-safi-name")) {
             if (sets == nullptr || counterpart(sets, connection) == nullptr) {
                 notes.push_back({instance_path(connection), "it goes along with " + instance_path(family)});
             }
             unlink(connection);
         }
-    });
+    }
 }
 
 // All of a native instance: the protocol entry, and those of VRFs when it is the default network instance's.
@@ -258,16 +261,16 @@ void BgpRules::take_instance_along(const Node *protocol, Node *expected, const N
         }
         unlink(rest);
     }
-    Node *instances = child(expected, *instances_);
-    for_each_entry(by_default ? instances : nullptr, network_instance_, [&](Node *network_instance) {
-        for_each_entry(protocols(network_instance), protocol_, [&](Node *other) {
+    const Node *instances = by_default ? child(expected, *instances_) : nullptr;
+    for (const Node *network_instance : entries_of(instances, *network_instance_)) {
+        for (Node *other : entries_of(protocols(network_instance), *protocol_)) {
             if (text_of(child(other, "name")) == name) {
                 notes.push_back({instance_path(other) + "/bgp",
                                  "it goes along with the BGP instance, which is that of " + instance_path(protocol)});
                 unlink(other);
             }
-        });
-    });
+        }
+    }
 }
 
 // What is set in an entry whose AS number goes needs another one.
@@ -281,25 +284,24 @@ void BgpRules::refuse_orphans(const Node *protocol, const Node *sets) const {
 }
 
 void BgpRules::take_along(const Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const {
-    const Node *instances = child(goes, *instances_);
-    for_each_entry(instances, network_instance_, [&](Node *network_instance) {
-        for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
+    for (const Node *network_instance : entries_of(child(goes, *instances_), *network_instance_)) {
+        for (const Node *protocol : entries_of(protocols(network_instance), *protocol_)) {
             const Node *as = below(protocol, {"bgp", "global", "config", "as"});
             if (as != nullptr && as->is_delete()) {
                 refuse_orphans(protocol, sets);
                 take_instance_along(protocol, expected, sets, notes);
-                return;
+                continue;
             }
             const bool redistributes =
                 is_default(network_instance) && text_of(child(protocol, "name")) == connections_instance;
-            const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
-            for_each_entry(redistributes ? all : nullptr, family_, [&](Node *family) {
+            const Node *all = redistributes ? below(protocol, {"bgp", "global", "afi-safis"}) : nullptr;
+            for (const Node *family : entries_of(all, *family_)) {
                 if (family->is_delete()) {
                     take_connections_along(family, expected, sets, notes);
                 }
-            });
-        });
-    });
+            }
+        }
+    }
 }
 
 Node *BgpRules::implied(Arena &arena, const Schema &schema, const Node *set, std::string &why) const {

@@ -115,8 +115,7 @@ Instances stored_instances(const CompanionCall &call) {
     const Node *root = fetch(call, arena, std::string(native_as) + "/bgp-running");
     const SchemaNode &list = *call.request.schema().find("/bgp/instance");
     const Node *top = child(root, *list.parent);
-    const Entries *all = top == nullptr ? nullptr : entries(top, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(top, list)) {
         const Node *upper = child(entry, "instance-as");
         const Node *lower = upper == nullptr ? nullptr : child(upper, "four-byte-as");
         if (key_value(entry, 0) != native_instance) {

@@ -106,7 +106,6 @@ Node *entry_of(const Node *parent, const Step &step) {
     if (schema.kind != NodeKind::list || step.count == 0) {
         return child(parent, schema);
     }
-    const Entries *all = entries(parent, schema);
     std::array<std::string_view, most_keys> values{};
     for (const auto &[key, value] : step.keys()) {
         if (key->ordinal >= most_keys) {
@@ -117,7 +116,7 @@ Node *entry_of(const Node *parent, const Step &step) {
     if (step.count == schema.keys.size()) {
         return find_entry(parent, schema, {values.data(), step.count});
     }
-    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (Node *entry : entries_of(parent, schema)) {
         const auto keys = step.keys();
         if (std::all_of(keys.begin(), keys.end(), [entry](const auto &key) {
                 const char *present = key_value(entry, key.first->ordinal);

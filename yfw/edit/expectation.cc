@@ -31,8 +31,7 @@ void for_each_named(const Node *tree, const Node *path, Visit visit) {
         }
         return;
     }
-    const Entries *all = entries(tree, schema);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(tree, schema)) {
         visit(entry);
     }
 }
@@ -76,17 +75,12 @@ class Overlay {
     }
 
     void drop_other_values(Node *expected, const Node *set) {
-        std::vector<Node *> others;
-        const Entries *all = entries(expected, set->schema());
-        for (Node *value = all == nullptr ? nullptr : all->first; value != nullptr; value = next_entry(value)) {
+        for (Node *value : entries_of(expected, set->schema())) {
             if (find_value(set->up(), set->schema(), value->value) == nullptr) {
-                others.push_back(value);
+                notes_.push_back(
+                    {instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
+                unlink(value);
             }
-        }
-        for (Node *value : others) {
-            notes_.push_back(
-                {instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
-            unlink(value);
         }
     }
 

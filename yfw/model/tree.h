@@ -6,6 +6,7 @@
 #include "yfw_map.h"
 
 #include <array>
+#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -31,7 +32,8 @@ struct Node : cidl_yfw_datatree {
     }
     // The request's node whose operation it took; null for none, and in a tree that keeps no origins.
     [[nodiscard]] const Node *origin() const {
-        return (flags & has_origin) == 0 ? nullptr : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
+        return (flags & has_origin) == 0 ? nullptr
+                                         : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
     }
     void set_origin(const Node *node) {
         if ((flags & has_origin) != 0) {
@@ -92,6 +94,33 @@ Node *new_root(Arena &arena, const Schema &schema, std::uint32_t flags = 0);
 inline Entries *entries(const Node *parent, const SchemaNode &schema) {
     void *const *slots = static_cast<const InnerNode *>(parent)->slots;
     return slots == nullptr ? nullptr : static_cast<Entries *>(slots[schema.ordinal]);
+}
+
+// The entries of a list, or the values of a leaf-list, below a node, for a range-for loop; null has none. The one at
+// hand may be taken out.
+class EntryRange {
+  public:
+    class Iterator {
+      public:
+        explicit Iterator(Node *entry) : entry_(entry), next_(entry == nullptr ? nullptr : next_entry(entry)) {}
+        Node *operator*() const { return entry_; }
+        Iterator &operator++() { return *this = Iterator(next_); }
+        bool operator==(std::default_sentinel_t) const { return entry_ == nullptr; }
+
+      private:
+        Node *entry_;
+        Node *next_;
+    };
+    explicit EntryRange(Node *first) : first_(first) {}
+    [[nodiscard]] Iterator begin() const { return Iterator(first_); }
+    [[nodiscard]] static std::default_sentinel_t end() { return {}; }
+
+  private:
+    Node *first_;
+};
+inline EntryRange entries_of(const Node *parent, const SchemaNode &schema) {
+    const Entries *all = parent == nullptr ? nullptr : entries(parent, schema);
+    return EntryRange(all == nullptr ? nullptr : all->first);
 }
 
 // The child of a leaf or container; of a list or leaf-list the current entry; null when there is none.

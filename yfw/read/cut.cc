@@ -57,7 +57,7 @@ void add_covering(const Node *node, const Node *filter, Filters &covering) {
         }
         return;
     }
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(filter, schema)) {
         const bool matches = schema.kind == NodeKind::list
                                  ? entry_matches(node, entry)
                                  : entry->value == nullptr || std::strcmp(entry->value, node->value) == 0;

@@ -92,8 +92,7 @@ void copy_below(Arena &arena, const Node *from, Node *into) {
 
 void name_twice(Arena &arena, Node *instances, const SchemaNode &list) {
     std::vector<std::pair<const Node *, const char *>> missing;
-    const Entries *all = entries(instances, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(instances, list)) {
         const char *name = key_value(entry, 0);
         if (name != nullptr && std::strcmp(name, "default") == 0) {
             missing.emplace_back(entry, "DEFAULT");
