@@ -117,4 +117,13 @@ bool is_bgp_entry(const Node &protocol) {
     return identifier == nullptr || identifier->value == nullptr || strcasecmp(identifier->value, "BGP") == 0;
 }
 
+std::string_view text_of(const Node *leaf) {
+    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
+}
+
+std::string_view identity(const Node &entry, std::string_view key) {
+    const std::string_view text = text_of(child(&entry, key));
+    return text.substr(text.find(':') + 1);
+}
+
 } // namespace yfw

@@ -14,17 +14,6 @@ namespace {
 constexpr std::string_view default_name = "DEFAULT";
 constexpr std::string_view connections_instance = "default"; // whose redistributions table connections are
 
-std::string_view text_of(const Node *leaf) {
-    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
-}
-
-// An identity's name without a prefix.
-std::string_view identity(const Node &entry, std::string_view key) {
-    const std::string_view text = text_of(child(&entry, key));
-    const auto colon = text.find(':');
-    return colon == std::string_view::npos ? text : text.substr(colon + 1);
-}
-
 Node *below(const Node *node, std::initializer_list<std::string_view> names) {
     auto *found = const_cast<Node *>(node);
     for (const std::string_view name : names) {

@@ -45,17 +45,6 @@ constexpr auto families = std::to_array<Family>({
 using RedistributionCall = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, const char *,
                                       const char *);
 
-std::string_view text_of(const Node *leaf) {
-    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
-}
-
-// An identity's name without a prefix.
-std::string_view identity(const Node &entry, std::string_view key) {
-    const std::string_view text = text_of(child(&entry, key));
-    const auto colon = text.find(':');
-    return colon == std::string_view::npos ? text : text.substr(colon + 1);
-}
-
 // A table connection that the BGP mapping takes: its native place.
 struct Redistribution {
     const Source *source = nullptr;
