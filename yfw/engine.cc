@@ -12,6 +12,7 @@
 #include "edit/edit.h"
 #include "model/instance_path.h"
 #include "read/cut.h"
+#include "read/parts.h"
 #include "read/state.h"
 
 #include <algorithm>
@@ -72,10 +73,6 @@ void check_constraints(const Schema &schema, const Mapping &mapping) {
             throw Unusable("the model of " + node.path + " has a condition that cannot be checked: " + constraint);
         }
     }
-}
-
-StoredNative stored_in(const Transaction &transaction) {
-    return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
 }
 
 } // namespace

@@ -25,15 +25,16 @@ void copy_paths(Arena &arena, Node *into, const Node *from) {
 
 } // namespace
 
+StoredNative stored_in(const Transaction &transaction) {
+    return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
+}
+
 std::unique_ptr<Request> read_parts(const Ground &ground, const Node *parts, const Transaction &transaction) {
     const auto declared = ground.request(YFW_KIND_READ);
     copy_paths(declared->arena(), declared->source(), parts);
     const SystemDatabase database(transaction, ground.items);
     const BoundSystemDatabase bound(database);
-    const StoredNative stored = [&transaction](Arena &arena, const Node *wanted, Node *into) {
-        transaction.fetch(arena, wanted, into);
-    };
-    declare_walk(*declared, ground.mapping, stored, true, false);
+    declare_walk(*declared, ground.mapping, stored_in(transaction), true, false);
     auto result = ground.request(YFW_KIND_READ);
     result->renders = true;
     transaction.fetch(result->arena(), declared->destination(), result->source());
