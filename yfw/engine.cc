@@ -60,14 +60,9 @@ bool is_of_one_entry(const Node &node) {
 void check_constraints(const Schema &schema, const Mapping &mapping) {
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
-        const SchemaNode *root = &node; // which another model may have under the same name
-        while (root->parent != &schema.root()) {
-            root = root->parent;
-        }
-        const bool has_role =
-            std::find(native_roots.begin(), native_roots.end(), root->path) != native_roots.end() ||
-            std::find(operational_roots.begin(), operational_roots.end(), root->path) != operational_roots.end();
-        const bool is_native = has_role && root == schema.find(root->path);
+        const SchemaNode &top = node.top(); // which another model may have under the same name
+        const Side side = side_of(node);
+        const bool is_native = (side == Side::native || side == Side::operational) && &top == schema.find(top.path);
         const std::string constraint = Schema::unchecked_constraint(node);
         if (!constraint.empty() && (is_native || (constraint.starts_with("when") && mapping.reaches(node)))) {
             throw Unusable("the model of " + node.path + " has a condition that cannot be checked: " + constraint);

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "bgp/roots.h"
 #include "model/instance_path.h"
+#include "model/trees.h"
 
 namespace yfw::tool {
 
@@ -47,20 +48,6 @@ void print_openconfig(Run &run, const Arguments &arguments, const Transaction &t
     write_document(sink, run.schema(), result.openconfig(), arguments.output.options());
 }
 
-// One line for each innermost node.
-void print_paths(Sink &sink, const Node *node) {
-    bool innermost = true;
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            innermost = false;
-            print_paths(sink, below);
-        }
-    }
-    if (innermost && node->up() != nullptr) {
-        sink.put(visible(instance_path(node)) + '\n');
-    }
-}
-
 void run(const Globals &globals, const Arguments &arguments) {
     Run run(globals);
     run.show_progress();
@@ -80,7 +67,8 @@ void run(const Globals &globals, const Arguments &arguments) {
     }
     const auto request = run.engine().declare(arguments.wanted, arguments.state, transaction);
     Sink sink(stdout);
-    print_paths(sink, request->destination());
+    for_each_innermost(request->destination(),
+                       [&sink](const Node *node) { sink.put(visible(instance_path(node)) + '\n'); });
     sink.flush();
 }
 

@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <vector>
 
 namespace yfw {
 
@@ -91,14 +90,7 @@ class References {
     // What is stored of an instance's node, by its path in the schema, with one key for its list or none.
     const Node *fetch(Arena &arena, const Node *instance, const SchemaNode &wanted) const {
         Node *paths = new_root(arena, schema_);
-        Node *node = ensure_counterpart(arena, paths, instance);
-        std::vector<const SchemaNode *> way;
-        for (const SchemaNode *at = &wanted; at != instance_; at = at->parent) {
-            way.push_back(at);
-        }
-        for (auto step = way.rbegin(); step != way.rend(); ++step) {
-            node = ensure_child(arena, node, **step);
-        }
+        ensure_descendant(arena, ensure_counterpart(arena, paths, instance), wanted);
         Node *found = new_root(arena, schema_);
         transaction_.fetch(arena, paths, found);
         return counterpart(found, instance);

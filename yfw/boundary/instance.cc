@@ -246,19 +246,4 @@ Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_
     });
 }
 
-const Node *existing_node(const Node *base, const SchemaNode &wanted) {
-    std::vector<const SchemaNode *> levels;
-    for (const SchemaNode *schema = &wanted; schema != &base->schema(); schema = schema->parent) {
-        if (schema == nullptr) {
-            return nullptr;
-        }
-        levels.push_back(schema);
-    }
-    const Node *node = base;
-    for (; node != nullptr && !levels.empty(); levels.pop_back()) {
-        node = child(node, *levels.back());
-    }
-    return node;
-}
-
 } // namespace yfw

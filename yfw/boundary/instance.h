@@ -22,7 +22,4 @@ Node *ensure_instance(Arena &arena, Node *base, std::string_view expression);
 // the models lack.
 Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_view expression);
 
-// The node of a schema node below a root or one of its nodes, by current entries; null when a level is missing.
-const Node *existing_node(const Node *base, const SchemaNode &wanted);
-
 } // namespace yfw

@@ -2,6 +2,7 @@
 #include "base/failure.h"
 #include "boundary/instance.h"
 #include "boundary/request.h"
+#include "model/trees.h"
 #include "vnos_platform.h"
 
 #include <array>
@@ -46,14 +47,8 @@ const SchemaNode *resolve(Request &request, const Node *base, const char *path) 
 }
 
 bool in_name_space(const SchemaNode &target, const char *name_space) {
-    if (name_space == nullptr || target.module->name_space == name_space) {
-        return true;
-    }
-    const SchemaNode *top = &target;
-    while (top->parent->depth > 0) {
-        top = top->parent;
-    }
-    return top->module->name_space == name_space;
+    return name_space == nullptr || target.module->name_space == name_space ||
+           target.top().module->name_space == name_space;
 }
 
 // Where the descent to a schema node starts: the current list entry with its prefix in force, the base, or the root.
@@ -227,7 +222,7 @@ cerrno search(yfw_map_ctx ctx, cidl_yfw_datatree *tree, cidl_yfw_datatree **entr
         }
         keys.at(key->ordinal) = values[given];
     }
-    const Node *parent = existing_node(path[0] == '/' ? root_of(base) : base, *list->parent);
+    const Node *parent = descendant(path[0] == '/' ? root_of(base) : base, *list->parent);
     *entry = parent == nullptr ? nullptr : find_entry(parent, *list, {keys.data(), values.size()});
     return *entry == nullptr ? static_cast<cerrno>(YFW_ERR_NO_ENTRY) : 0;
 }

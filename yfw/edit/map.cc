@@ -257,12 +257,8 @@ void GoesWalker::visit(Node *node) {
 
 // Some nodes go with the list entry that they belong to.
 bool GoesWalker::goes_with_entry(const Node *node, const Binding *binding) const {
-    const Node *entry = node->up();
-    while (entry->up() != nullptr && entry->schema().kind != NodeKind::list) {
-        entry = entry->up();
-    }
     return binding != nullptr &&
-           (binding->entry->served == Service::key || (binding->entry->covered && entry->is_delete()));
+           (binding->entry->served == Service::key || (binding->entry->covered && entry_around(node->up())->is_delete()));
 }
 
 // Whether what lies below is to be gone through.

@@ -11,16 +11,14 @@ namespace {
 
 // Lists without all their keys stay apart from the entries that have them.
 void copy_paths(Arena &arena, Node *into, const Node *from) {
-    for (const Node *node = from->first(); node != nullptr; node = node->next()) {
-        if (!node->schema().is_key) {
-            Node *copy = ensure_counterpart_below(arena, into, node);
-            if (!node->schema().is_inner()) {
-                copy->value = node->value;
-            } else {
-                copy_paths(arena, copy, node);
-            }
+    for_each_below(from, [&arena, into](const Node *node) {
+        Node *copy = ensure_counterpart_below(arena, into, node);
+        if (!node->schema().is_inner()) {
+            copy->value = node->value;
+        } else {
+            copy_paths(arena, copy, node);
         }
-    }
+    });
 }
 
 } // namespace
