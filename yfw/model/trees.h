@@ -9,6 +9,16 @@
 
 namespace yfw {
 
+// Calls visit(child) for the children in the schema's order, the entries of a list one after the other.
+template <typename Visit>
+void for_each_in_order(const Node *parent, Visit visit) {
+    for_each_member(parent, [&visit](Node *first) {
+        for (Node *node = first; node != nullptr; node = node->schema().repeats() ? next_entry(node) : nullptr) {
+            visit(node);
+        }
+    });
+}
+
 // Calls visit(child) for the children but keys; the one at hand may be taken out.
 template <typename Visit>
 void for_each_below(const Node *parent, Visit visit) {

@@ -64,11 +64,7 @@ void Walker::visit(Node *node) {
                 want_whole(added);
             }
         }
-        for_each_member(node, [this](Node *first) {
-            for (Node *next = first; next != nullptr; next = first->schema().repeats() ? next_entry(next) : nullptr) {
-                visit(next);
-            }
-        });
+        for_each_in_order(node, [this](Node *below) { visit(below); });
     }
     request_.leave();
 }
