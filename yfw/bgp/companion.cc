@@ -21,17 +21,16 @@ cerrno add_native(Request &request, const char *path, const char *value, const N
                                              container, 0);
 }
 
-// All network instances at once: a delete or a replace of them is one of the native configuration whole.
+// All network instances at once: a delete of them is one of the native configuration whole.
 cerrno map_network_instances(CompanionCall &call) {
     Request &request = call.request;
     const Node &container = call.node;
-    const bool whole = container.is_delete() || container.operation == YFW_OP_REPLACE;
-    if (request.is_read() || !whole) {
+    if (request.is_read() || !container.is_delete()) {
         return 0;
     }
     add_native(request, "/bgp", nullptr, &container, 0);
     const cerrno status = add_native(request, "/vrfs", nullptr, &container, 0);
-    return container.is_delete() && status == 0 ? static_cast<cerrno>(OCBGP_SKIP_SUBTREE) : status;
+    return status == 0 ? static_cast<cerrno>(OCBGP_SKIP_SUBTREE) : status;
 }
 
 // One network instance: a native VRF entry, but for the default one.
