@@ -1,7 +1,5 @@
 #include "boundary/instance.h"
 
-#include "model/path_text.h"
-
 #include <algorithm>
 #include <array>
 #include <span>
@@ -127,31 +125,6 @@ Node *entry_of(const Node *parent, const Step &step) {
     }
     return nullptr;
 }
-
-} // namespace
-
-Node *find_node(Node *base, std::string_view path) {
-    PathParser parser(path);
-    Node *node = base;
-    for (PathStep text; node != nullptr && !parser.at_end();) {
-        Step step;
-        step.schema = !parser.next(text) || !node->schema().is_inner()
-                          ? nullptr
-                          : node->schema().child(without_prefix(text.name));
-        if (step.schema == nullptr) {
-            return nullptr;
-        }
-        for (const PathPredicate &predicate : text.predicates) {
-            if (!step.add(without_prefix(predicate.name), predicate.value)) {
-                return nullptr;
-            }
-        }
-        node = entry_of(node, step);
-    }
-    return node == base ? nullptr : node;
-}
-
-namespace {
 
 // Of an expression without keys.
 Node *find_current(Node *base, std::string_view expression) {

@@ -1,15 +1,11 @@
-// Nodes by path, relative to a node.
+// Nodes by path, relative to a node. The paths are expressions as plug-ins make them,
+// "/bgp/instance[instance-name=core]/": a value has no quotes and may hold any character. Where it ends is known from
+// the names that may follow it.
 #pragma once
 
 #include "model/tree.h"
 
 namespace yfw {
-
-// The node of a path as instance_path writes it, or null. A list level without keys means the current entry.
-Node *find_node(Node *base, std::string_view path);
-
-// The others take expressions as plug-ins make them, "/bgp/instance[instance-name=core]/": a value has no quotes and
-// may hold any character. Where it ends is known from the names that may follow it.
 
 // The node, or null. A list level without keys means the current entry.
 Node *find_instance(Node *base, std::string_view expression);
