@@ -8,13 +8,13 @@
 
 namespace yfw::fuzz {
 
-inline std::string written(const Schema &schema, const Node *root, Syntax syntax) {
+inline std::string written(const Schema &schema, const Node *root, Syntax syntax, bool explicit_merge = true) {
     std::string text;
     Sink sink(text);
     WriteOptions writing;
     writing.syntax = syntax;
     writing.operations = true;
-    writing.explicit_merge = true;
+    writing.explicit_merge = explicit_merge;
     write_document(sink, schema, root, writing);
     return text;
 }

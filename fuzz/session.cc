@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "base/memory.h"
+#include "document.h"
 #include "model/instance_path.h"
 #include "tests/sample_values.h"
 
@@ -23,16 +24,6 @@ std::filesystem::path make_directory() {
 
 bool is_openconfig(const SchemaNode &node) {
     return node.path.starts_with("/network-instances") || node.path.starts_with("/routing-policy");
-}
-
-std::string printed(const Schema &schema, const Node *root, Syntax syntax) {
-    std::string text;
-    Sink sink(text);
-    WriteOptions writing;
-    writing.syntax = syntax;
-    writing.operations = true;
-    write_document(sink, schema, root, writing);
-    return text;
 }
 
 } // namespace
@@ -86,7 +77,7 @@ void Session::check_valid() const {
     Node *found = new_root(arena, schema);
     const Transaction transaction = store_->begin(Access::read);
     transaction.fetch(arena, wanted, found);
-    const std::string text = printed(schema, found, Syntax::json);
+    const std::string text = written(schema, found, Syntax::json, false);
     lyd_node *tree = nullptr;
     const LY_ERR status =
         lyd_parse_data_mem(schema.context(), text.c_str(), LYD_JSON, LYD_PARSE_STRICT, LYD_VALIDATE_PRESENT, &tree);
@@ -115,7 +106,7 @@ void Session::begin_instances() {
         const std::string path = test::sample_instance(engine_.schema(), *as, name);
         set_value(arena, add_instance_path(arena, engine_.schema(), root, path), "65000");
         try {
-            std::string document = printed(engine_.schema(), root, Syntax::json);
+            std::string document = written(engine_.schema(), root, Syntax::json, false);
             Transaction transaction = store_->begin(Access::write);
             engine_.edit(document, Syntax::json, {}, transaction);
             transaction.commit();
@@ -135,7 +126,7 @@ void Session::edit(std::string document, Bytes &bytes) {
     try {
         Transaction transaction = store_->begin(Access::write);
         const EditResult result = engine_.edit(document, Syntax::xml, options, transaction);
-        printed(engine_.schema(), result.native(), Syntax::xml);
+        written(engine_.schema(), result.native(), Syntax::xml, false);
         transaction.commit();
     } catch (const Refused &refused) {
         require(*refused.what() != '\0', "a refusal has a reason", shown);
@@ -162,7 +153,7 @@ void Session::read(Bytes &bytes) {
     try {
         const Transaction transaction = store_->begin(Access::read);
         const auto result = engine_.read(paths, bytes.below(2) == 1, transaction);
-        printed(engine_.schema(), result.openconfig(), Syntax::json);
+        written(engine_.schema(), result.openconfig(), Syntax::json, false);
     } catch (const Refused &) {}
 }
 

@@ -6,6 +6,7 @@
 #include "model/instance_path.h"
 #include "model/path_text.h"
 #include "model/tree.h"
+#include "model/trees.h"
 
 #include <gtest/gtest.h>
 
@@ -25,40 +26,49 @@ const Schema &schema() {
     return loaded;
 }
 
-// The end of the path as it is printed.
+// The key as it is printed.
 constexpr std::pair<std::string_view, std::string_view> printed_values[] = {
-    {"core", "[instance-name=core]"},
-    {"2001:db8::1", "[instance-name=2001:db8::1]"},
-    {"eth0/1", "[instance-name=\"eth0/1\"]"},
-    {"a b", "[instance-name=\"a b\"]"},
-    {" ", "[instance-name=\" \"]"},
-    {"", "[instance-name=\"\"]"},
-    {"'q'", "[instance-name=\"'q'\"]"},
-    {"a\"b", "[instance-name='a\"b']"},
-    {"a'\"b", R"([instance-name="a'""b"])"},
-    {"\"'\"", R"([instance-name="""'"""])"},
-    {"a][b", "[instance-name=\"a][b\"]"},
-    {"a]/b[c=d", "[instance-name=\"a]/b[c=d\"]"},
-    {"\\", "[instance-name=\\]"},
-    {"a=b", "[instance-name=a=b]"},
-    {"'", "[instance-name=\"'\"]"},
-    {"\"", "[instance-name='\"']"},
+    {"core", "core"},
+    {"2001:db8::1", "2001:db8::1"},
+    {"eth0/1", "\"eth0/1\""},
+    {"a b", "\"a b\""},
+    {" ", "\" \""},
+    {"", "\"\""},
+    {"'q'", "\"'q'\""},
+    {"a\"b", "'a\"b'"},
+    {"a'\"b", R"("a'""b")"},
+    {"\"'\"", R"("""'""")"},
+    {"a][b", "\"a][b\""},
+    {"a]/b[c=d", "\"a]/b[c=d\""},
+    {"\\", "\\"},
+    {"a=b", "a=b"},
+    {"'", "\"'\""},
+    {"\"", "'\"'"},
 };
 
+// The path of a node as it is printed leads to it.
+void expect_read_back(const Node *root, const Node *node) {
+    Arena arena;
+    const Node *read = add_instance_path(arena, schema(), new_root(arena, schema()), instance_path(node));
+    EXPECT_EQ(counterpart(root, read), node) << instance_path(node);
+}
+
 TEST(InstancePath, EveryKeyReadsBack) {
+    const std::string groups = "/network-instances/network-instance[name=DEFAULT]/protocols/"
+                               "protocol[identifier=BGP][name=core]/bgp/peer-groups/peer-group";
     for (const auto &[value, text] : printed_values) {
         Arena arena;
         Node *root = new_root(arena, schema());
-        Node *instance =
-            open_entry(arena, ensure_child(arena, root, *schema().find("/bgp")), *schema().find("/bgp/instance"));
-        set_value(arena, ensure_child(arena, instance, *schema().find("/bgp/instance/instance-name")), value);
-        instance = complete_entry(arena, instance);
-        const std::string path = instance_path(instance);
-        EXPECT_EQ(path, "/bgp/instance" + std::string(text));
-        EXPECT_EQ(find_node(root, path), instance) << path;
-        PathParser parser(path);
+        Node *group = add_instance_path(arena, schema(), root, groups);
+        set_value(arena, ensure_child(arena, group, *group->schema().keys[0]), value);
+        group = complete_entry(arena, group);
+        const std::string path = instance_path(group);
+        EXPECT_EQ(path, groups + "[peer-group-name=" + std::string(text) + ']');
+        expect_read_back(root, group);
         PathStep step;
-        EXPECT_TRUE(parser.next(step) && parser.next(step) && parser.at_end()) << parser.fault();
+        for (PathParser parser(path); !parser.at_end();) {
+            ASSERT_TRUE(parser.next(step)) << parser.fault();
+        }
         EXPECT_EQ(step.predicates.at(0).value, value) << path;
     }
 }
@@ -76,7 +86,7 @@ TEST(InstancePath, KeysOfPlugInsEndWhereThePathGoesOn) {
             Node *entry = join_instance(arena, schema(), root, path);
             ASSERT_NE(entry, nullptr) << path;
             EXPECT_EQ(find_instance(root, path), entry);
-            EXPECT_EQ(find_node(root, instance_path(entry)), entry) << instance_path(entry);
+            expect_read_back(root, entry);
             const Node *group = tail.empty() ? entry : entry->up()->up();
             EXPECT_EQ(key_value(group, 0), value) << path;
         }

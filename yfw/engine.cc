@@ -12,6 +12,7 @@
 #include "edit/edit.h"
 #include "model/instance_path.h"
 #include "read/cut.h"
+#include "read/parts.h"
 #include "read/state.h"
 #include "vnos_platform.h"
 
@@ -60,23 +61,14 @@ bool is_of_one_entry(const Node &node) {
 void check_constraints(const Schema &schema, const Mapping &mapping) {
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
-        const SchemaNode *root = &node; // which another model may have under the same name
-        while (root->parent != &schema.root()) {
-            root = root->parent;
-        }
-        const bool has_role =
-            std::find(native_roots.begin(), native_roots.end(), root->path) != native_roots.end() ||
-            std::find(operational_roots.begin(), operational_roots.end(), root->path) != operational_roots.end();
-        const bool is_native = has_role && root == schema.find(root->path);
+        const SchemaNode &top = node.top(); // which another model may have under the same name
+        const Side side = side_of(node);
+        const bool is_native = (side == Side::native || side == Side::operational) && &top == schema.find(top.path);
         const std::string constraint = Schema::unchecked_constraint(node);
         if (!constraint.empty() && (is_native || (constraint.starts_with("when") && mapping.reaches(node)))) {
             throw Unusable("the model of " + node.path + " has a condition that cannot be checked: " + constraint);
         }
     }
-}
-
-StoredNative stored_in(const Transaction &transaction) {
-    return [&transaction](Arena &arena, const Node *wanted, Node *into) { transaction.fetch(arena, wanted, into); };
 }
 
 } // namespace

@@ -8,10 +8,10 @@ namespace yfw::tool {
 void add_check(CLI::App &app, const Globals &globals, int *exit_code) {
     CLI::App *command = app.add_subcommand("check", "Say whether the store is whole: its pages, records and key");
     command->callback([&globals, exit_code] {
-        Session session(globals);
-        const Store store = session.open(Access::read);
+        Run run(globals);
+        const Store store = run.open(Access::read);
         Transaction transaction = store.begin(Access::read);
-        const StoreCheck found = check_records(transaction, session.schema());
+        const StoreCheck found = check_records(transaction, run.schema());
         const Messages messages;
         for (const std::string &problem : found.problems) {
             messages.error(problem);

@@ -35,18 +35,18 @@ void Messages::line(const char *word, const std::string &text) const {
     std::fprintf(stderr, "%s: %s\n", word, visible(text).c_str());
 }
 
-Session::Session(const Globals &globals)
+Run::Run(const Globals &globals)
     : globals_(globals),
       log_(globals.log_level, globals.trace, stderr),
       engine_(std::make_unique<Engine>(EngineFiles{globals.models, globals.mapping, globals.plugin}, &log_)) {}
 
-Session::~Session() {
+Run::~Run() {
     for (const std::string &line : log_.trace()) {
         std::fprintf(stderr, "%s\n", visible(line).c_str());
     }
 }
 
-void Session::show_progress() {
+void Run::show_progress() {
     if (isatty(STDERR_FILENO) == 0) {
         return;
     }

@@ -43,12 +43,12 @@ class Messages {
 };
 
 // One run of a subcommand: the engine and what hangs on the global options.
-class Session {
+class Run {
   public:
-    explicit Session(const Globals &globals);
-    ~Session(); // prints the trace buffer when it was asked for
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
+    explicit Run(const Globals &globals);
+    ~Run(); // prints the trace buffer when it was asked for
+    Run(const Run &) = delete;
+    Run &operator=(const Run &) = delete;
 
     [[nodiscard]] Engine &engine() { return *engine_; }
     [[nodiscard]] const Schema &schema() const { return engine_->schema(); }

@@ -47,23 +47,23 @@ void report(const Messages &messages, const EditResult &result) {
     }
 }
 
-void print_edit(const Session &session, const Arguments &arguments, const EditResult &result) {
+void print_edit(const Run &run, const Arguments &arguments, const EditResult &result) {
     WriteOptions writing = arguments.output.options();
     writing.operations = true;
     Sink sink(stdout);
-    write_document(sink, session.schema(), result.native(), writing);
+    write_document(sink, run.schema(), result.native(), writing);
 }
 
-void edit_one(Session &session, const Arguments &arguments, const std::string &file, Transaction &transaction) {
+void edit_one(Run &run, const Arguments &arguments, const std::string &file, Transaction &transaction) {
     SecretText text(file);
     const Syntax syntax = guess_syntax(text.get());
-    const EditResult result = session.engine().edit(text.get(), syntax, arguments.options, transaction);
+    const EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
     report(Messages(), result);
     if (!arguments.dry_run) {
         transaction.commit();
     }
     try {
-        print_edit(session, arguments, result);
+        print_edit(run, arguments, result);
     } catch (const Unusable &) {
         if (!arguments.dry_run) {
             Messages().line("committed", file);
@@ -73,11 +73,11 @@ void edit_one(Session &session, const Arguments &arguments, const std::string &f
 }
 
 void run(const Globals &globals, const Arguments &arguments) {
-    Session session(globals);
-    session.show_progress();
+    Run run(globals);
+    run.show_progress();
     if (arguments.dry_run) {
         const DryRunDirectory directory(globals.db);
-        const Store store(directory.path(), session.schema(), Access::write);
+        const Store store(directory.path(), run.schema(), Access::write);
         // The files see each other's changes, and the store sees none.
         Transaction transaction = store.begin(Access::write);
         const StoreKey key(transaction, KeyUse::dry_run);
@@ -85,15 +85,15 @@ void run(const Globals &globals, const Arguments &arguments) {
             if (&file == &arguments.files.back()) {
                 transaction.keep_nothing();
             }
-            edit_one(session, arguments, file, transaction);
+            edit_one(run, arguments, file, transaction);
         }
         return;
     }
-    const Store store = session.open(Access::write);
+    const Store store = run.open(Access::write);
     for_each_file(arguments.files, [&](const std::string &file) {
         Transaction transaction = store.begin(Access::write);
         const StoreKey key(transaction, KeyUse::edit);
-        edit_one(session, arguments, file, transaction);
+        edit_one(run, arguments, file, transaction);
     });
 }
 

@@ -125,13 +125,13 @@ void fetch_configuration(const Transaction &transaction, const Schema &schema, A
 }
 
 void run_export(const Globals &globals, const ExportArguments &arguments) {
-    Session session(globals);
-    const Store store = session.open(Access::read);
+    Run run(globals);
+    const Store store = run.open(Access::read);
     Transaction transaction = store.begin(Access::read);
     const StoreKey key(transaction, KeyUse::read);
     Arena arena;
-    Node *found = new_root(arena, session.schema());
-    fetch_configuration(transaction, session.schema(), arena, found);
+    Node *found = new_root(arena, run.schema());
+    fetch_configuration(transaction, run.schema(), arena, found);
     std::string head(first_line);
     if (arguments.no_passwords || !holds_password(found)) {
         turn_passwords(arena, found, nullptr);
@@ -149,7 +149,7 @@ void run_export(const Globals &globals, const ExportArguments &arguments) {
     }
     Sink sink(stdout);
     sink.put(head);
-    write_document(sink, session.schema(), found, {.pretty = true});
+    write_document(sink, run.schema(), found, {.pretty = true});
 }
 
 struct ImportArguments {
@@ -210,15 +210,15 @@ std::string own_password(const Node *leaf, const Passphrase *passphrase) {
 }
 
 void run_import(const Globals &globals, const ImportArguments &arguments) {
-    Session session(globals);
+    Run run(globals);
     SecretText text(arguments.file);
     const auto passphrase = take_head(text.get(), arguments);
-    const Store store = session.open(Access::write);
+    const Store store = run.open(Access::write);
     Transaction transaction = store.begin(Access::write);
     const StoreKey key(transaction, KeyUse::edit);
     Arena arena;
-    Node *found = new_root(arena, session.schema());
-    fetch_configuration(transaction, session.schema(), arena, found);
+    Node *found = new_root(arena, run.schema());
+    fetch_configuration(transaction, run.schema(), arena, found);
     if (found->first() != nullptr && !arguments.replace) {
         throw Refused(Reason::data_exists, "",
                       "the store holds a configuration: --replace puts the file's in its place");
@@ -228,7 +228,7 @@ void run_import(const Globals &globals, const ImportArguments &arguments) {
     options.password = [&](const Node *leaf) {
         return arguments.no_passwords ? std::nullopt : std::optional(own_password(leaf, passphrase.get()));
     };
-    session.engine().load(text.get(), Syntax::json, transaction, options);
+    run.engine().load(text.get(), Syntax::json, transaction, options);
     transaction.commit();
 }
 

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "bgp/roots.h"
 #include "model/instance_path.h"
+#include "model/trees.h"
 #include "read/cut.h"
 
 #include <optional>
@@ -23,92 +24,79 @@ struct Arguments {
 };
 
 // Takes out what lies deeper below the wanted nodes than was asked for.
-void limit(Node *found, const Session &session, const Arguments &arguments) {
+void limit(Node *found, const Run &run, const Arguments &arguments) {
     if (!arguments.depth) {
         return;
     }
     Arena arena;
-    Node *wanted = new_root(arena, session.schema());
+    Node *wanted = new_root(arena, run.schema());
     for (const std::string &path : arguments.wanted) {
-        add_instance_path(arena, session.schema(), wanted, path);
+        add_instance_path(arena, run.schema(), wanted, path);
     }
     limit_depth(found, arguments.wanted.empty() ? nullptr : wanted, *arguments.depth);
 }
 
-void print_native(Session &session, const Arguments &arguments) {
-    const Store store = session.open(Access::read);
+void print_native(Run &run, const Arguments &arguments) {
+    const Store store = run.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
     Arena arena;
-    Node *wanted = new_root(arena, session.schema());
+    Node *wanted = new_root(arena, run.schema());
     for (const std::string &path : arguments.wanted) {
-        if (side_of(add_instance_path(arena, session.schema(), wanted, path)->schema()) == Side::openconfig) {
+        if (side_of(add_instance_path(arena, run.schema(), wanted, path)->schema()) == Side::openconfig) {
             throw Refused(Reason::not_served, path, "this is an OpenConfig path: leave --native out");
         }
     }
     if (arguments.wanted.empty()) {
         for (const char *root : {"/bgp", "/vrfs"}) {
-            add_instance_path(arena, session.schema(), wanted, root);
+            add_instance_path(arena, run.schema(), wanted, root);
         }
     }
-    Node *found = new_root(arena, session.schema());
+    Node *found = new_root(arena, run.schema());
     transaction.fetch(arena, wanted, found);
-    limit(found, session, arguments);
+    limit(found, run, arguments);
     Sink sink(stdout);
-    write_document(sink, session.schema(), found, arguments.output.options());
+    write_document(sink, run.schema(), found, arguments.output.options());
 }
 
-void print_openconfig(Session &session, const Arguments &arguments, const Transaction &transaction) {
-    const Engine::ReadResult result = session.engine().read(arguments.wanted, arguments.state, transaction);
+void print_openconfig(Run &run, const Arguments &arguments, const Transaction &transaction) {
+    const Engine::ReadResult result = run.engine().read(arguments.wanted, arguments.state, transaction);
     for (const std::string &note : result.notes) {
         Messages().line("note", note);
     }
-    limit(result.request->destination(), session, arguments);
+    limit(result.request->destination(), run, arguments);
     std::size_t hidden = 0;
     WriteOptions writing = arguments.output.options();
     writing.hide_secrets = !arguments.show_passwords;
     writing.hidden = &hidden;
     Sink sink(stdout);
-    write_document(sink, session.schema(), result.openconfig(), writing);
+    write_document(sink, run.schema(), result.openconfig(), writing);
     if (hidden != 0) {
         Messages().line("note", std::to_string(hidden) + (hidden == 1 ? " password is" : " passwords are") +
                                     " not shown: --show-passwords shows them");
     }
 }
 
-// One line for each innermost node.
-void print_paths(Sink &sink, const Node *node) {
-    bool innermost = true;
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            innermost = false;
-            print_paths(sink, below);
-        }
-    }
-    if (innermost && node->up() != nullptr) {
-        sink.put(visible(instance_path(node)) + '\n');
-    }
-}
-
 void run(const Globals &globals, const Arguments &arguments) {
-    Session session(globals);
-    session.show_progress();
+    Run run(globals);
+    run.show_progress();
     if (arguments.native) {
-        print_native(session, arguments);
+        print_native(run, arguments);
         return;
     }
-    const Store store = session.open(Access::read);
+    const Store store = run.open(Access::read);
     Transaction transaction = store.begin(Access::read);
     if (!arguments.paths) {
         const StoreKey key(transaction, KeyUse::read);
         if (!key.note().empty()) {
             Messages().line("note", key.note());
         }
-        print_openconfig(session, arguments, transaction);
+        print_openconfig(run, arguments, transaction);
         return;
     }
-    const auto request = session.engine().declare(arguments.wanted, arguments.state, transaction);
+    const auto request = run.engine().declare(arguments.wanted, arguments.state, transaction);
     Sink sink(stdout);
-    print_paths(sink, request->destination());
+    for_each_innermost(request->destination(),
+                       [&sink](const Node *node) { sink.put(visible(instance_path(node)) + '\n'); });
     sink.flush();
 }
 

@@ -13,9 +13,9 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
     command->add_flag("--drop-passwords", *drops,
                       "Leave passwords out, such as those that another store's key enciphered");
     command->callback([&globals, files, drops] {
-        Session session(globals);
-        session.show_progress();
-        const Store store = session.open(Access::write);
+        Run run(globals);
+        run.show_progress();
+        const Store store = run.open(Access::write);
         for_each_file(*files, [&](const std::string &file) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
@@ -25,7 +25,7 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
             if (*drops) {
                 options.password = [](const Node *) { return std::nullopt; };
             }
-            session.engine().load(text.get(), syntax, transaction, options);
+            run.engine().load(text.get(), syntax, transaction, options);
             transaction.commit();
         });
     });

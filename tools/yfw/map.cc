@@ -38,22 +38,22 @@ void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const 
 }
 
 void print_deviations(const Globals &globals) {
-    Session session(globals);
+    Run run(globals);
     Sink sink(stdout);
-    write_deviations(sink, session.engine().mapping());
+    write_deviations(sink, run.engine().mapping());
 }
 
 void print_table(const Globals &globals) {
-    Session session(globals);
+    Run run(globals);
     Sink sink(stdout);
-    write_table(sink, session.engine());
+    write_table(sink, run.engine());
 }
 
 void run(const Globals &globals, const std::string &path) {
-    Session session(globals);
-    const Store store = session.open(Access::read);
+    Run run(globals);
+    const Store store = run.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
-    const Schema &schema = session.schema();
+    const Schema &schema = run.schema();
     Sink sink(stdout);
     bool any = false;
     const auto is_wanted = [&path](const std::string &node) { return node == path || node.starts_with(path + "/"); };
@@ -63,10 +63,10 @@ void run(const Globals &globals, const std::string &path) {
             path.empty() ? node.path.starts_with("/network-instances") && node.config : is_wanted(node.path);
         if (wanted) {
             any = true;
-            print_node(sink, session.engine(), node, transaction);
+            print_node(sink, run.engine(), node, transaction);
         }
     }
-    for (const MappingEntry *entry : session.engine().mapping().absent()) {
+    for (const MappingEntry *entry : run.engine().mapping().absent()) {
         if (is_wanted(entry->path)) { // all of them when path is empty
             any = true;
             print_service(sink, *entry);

@@ -11,11 +11,11 @@ void add_sysdb(CLI::App &app, const Globals &globals, int *) {
     CLI::App *command = app.add_subcommand("sysdb", "Show the system database, an item a line");
     command->add_option("PATTERN", *pattern, "Only items whose path begins so; the component .* stands for any");
     command->callback([&globals, pattern] {
-        Session session(globals);
-        const Store store = session.open(Access::read);
+        Run run(globals);
+        const Store store = run.open(Access::read);
         const Transaction transaction = store.begin(Access::read);
         Sink sink(stdout);
-        const SystemDatabase database(transaction, bgp_items(session.schema()));
+        const SystemDatabase database(transaction, bgp_items(run.schema()));
         for (const SystemDatabase::Item &item : database.items(*pattern)) {
             sink.put(visible(item.path) + " = " + visible(item.value.text) + '\n');
         }

@@ -3,7 +3,10 @@
 // that is not there. So the framework keeps it and gives the request up when the callback has returned.
 #pragma once
 
+#include "cerrno.h"
+
 #include <exception>
+#include <new>
 
 namespace yfw::failure {
 
@@ -16,5 +19,19 @@ void clear() noexcept;
 
 // Throws what was kept, if anything was.
 void rethrow();
+
+// Runs a body called from C: keeps what it throws, and yields the status that stands for it.
+template <typename Body>
+cerrno guarded(Body body, cerrno otherwise = YFW_ERR_INVALID) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc &) {
+        note_short_memory();
+        return YFW_ERR_NO_MEMORY;
+    } catch (...) {
+        note(std::current_exception());
+        return otherwise;
+    }
+}
 
 } // namespace yfw::failure

@@ -21,17 +21,16 @@ cerrno add_native(Request &request, const char *path, const char *value, const N
                                              container, 0);
 }
 
-// All network instances at once: a delete or a replace of them is one of the native configuration whole.
+// All network instances at once: a delete of them is one of the native configuration whole.
 cerrno map_network_instances(CompanionCall &call) {
     Request &request = call.request;
     const Node &container = call.node;
-    const bool whole = container.is_delete() || container.operation == YFW_OP_REPLACE;
-    if (request.is_read() || !whole) {
+    if (request.is_read() || !container.is_delete()) {
         return 0;
     }
     add_native(request, "/bgp", nullptr, &container, 0);
     const cerrno status = add_native(request, "/vrfs", nullptr, &container, 0);
-    return container.is_delete() && status == 0 ? static_cast<cerrno>(OCBGP_SKIP_SUBTREE) : status;
+    return status == 0 ? static_cast<cerrno>(OCBGP_SKIP_SUBTREE) : status;
 }
 
 // One network instance: a native VRF entry, but for the default one.
@@ -115,6 +114,15 @@ bool is_default_network_instance(const char *name) {
 bool is_bgp_entry(const Node &protocol) {
     const Node *identifier = child(&protocol, "identifier");
     return identifier == nullptr || identifier->value == nullptr || strcasecmp(identifier->value, "BGP") == 0;
+}
+
+std::string_view text_of(const Node *leaf) {
+    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
+}
+
+std::string_view identity(const Node &entry, std::string_view key) {
+    const std::string_view text = text_of(child(&entry, key));
+    return text.substr(text.find(':') + 1);
 }
 
 } // namespace yfw

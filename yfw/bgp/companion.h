@@ -4,6 +4,8 @@
 
 #include "mapping/mapping.h"
 
+#include <string_view>
+
 namespace yfw {
 
 extern const Companion bgp_companion;
@@ -13,5 +15,10 @@ bool is_default_network_instance(const char *name);
 
 // What it does before it hands a protocol entry on to BGP.
 bool is_bgp_entry(const Node &protocol);
+
+// The value of a leaf, which may be null; and the name that a child of an entry has as an identity, without a prefix.
+// Empty where there is none.
+std::string_view text_of(const Node *leaf);
+std::string_view identity(const Node &entry, std::string_view key);
 
 } // namespace yfw

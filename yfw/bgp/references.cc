@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <vector>
 
 namespace yfw {
 
@@ -60,26 +59,26 @@ class References {
         note_gone(entity);
         const Node *groups = entity == nullptr ? nullptr : child(entity, *groups_);
         note_gone(groups);
-        for_each_entry(groups, *groups_->child("neighbor-group"), [this](const Node *group) {
+        for (const Node *group : entries_of(groups, *groups_->child("neighbor-group"))) {
             note_gone(group);
             if (!group->is_delete()) {
                 made_.insert(key_value(group, 0));
             }
-        });
+        }
         look_at(entity == nullptr ? nullptr : child(entity, *neighbor_->parent->parent), *neighbor_);
         const Node *vrfs = child(instance, "vrfs");
-        for_each_entry(vrfs, *vrf_neighbor_->parent->parent->parent, [this](const Node *other) {
+        for (const Node *other : entries_of(vrfs, *vrf_neighbor_->parent->parent->parent)) {
             look_at(child(other, *vrf_neighbor_->parent->parent), *vrf_neighbor_);
-        });
+        }
     }
 
     void look_at(const Node *neighbors, const SchemaNode &leaf) {
-        for_each_entry(neighbors, *leaf.parent, [&](const Node *neighbor) {
+        for (const Node *neighbor : entries_of(neighbors, *leaf.parent)) {
             const Node *group = neighbor->is_delete() ? nullptr : child(neighbor, leaf);
             if (group != nullptr && !group->is_delete() && group->value != nullptr) {
                 used_.try_emplace(group->value, group);
             }
-        });
+        }
     }
 
     void note_gone(const Node *node) {
@@ -88,25 +87,10 @@ class References {
         }
     }
 
-    template <typename Visit>
-    static void for_each_entry(const Node *parent, const SchemaNode &list, Visit visit) {
-        const Entries *all = parent == nullptr ? nullptr : entries(parent, list);
-        for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
-            visit(entry);
-        }
-    }
-
     // What is stored of an instance's node, by its path in the schema, with one key for its list or none.
     const Node *fetch(Arena &arena, const Node *instance, const SchemaNode &wanted) const {
         Node *paths = new_root(arena, schema_);
-        Node *node = ensure_counterpart(arena, paths, instance);
-        std::vector<const SchemaNode *> way;
-        for (const SchemaNode *at = &wanted; at != instance_; at = at->parent) {
-            way.push_back(at);
-        }
-        for (auto step = way.rbegin(); step != way.rend(); ++step) {
-            node = ensure_child(arena, node, **step);
-        }
+        ensure_descendant(arena, ensure_counterpart(arena, paths, instance), wanted);
         Node *found = new_root(arena, schema_);
         transaction_.fetch(arena, paths, found);
         return counterpart(found, instance);

@@ -5,15 +5,12 @@
 namespace yfw {
 
 Side side_of(const SchemaNode &node) {
-    const SchemaNode *top = &node;
-    while (top->depth > 1) {
-        top = top->parent;
-    }
-    if (top->module->name.starts_with("openconfig-")) {
+    const SchemaNode &top = node.top();
+    if (top.module->name.starts_with("openconfig-")) {
         return Side::openconfig;
     }
-    const auto is_in = [top](const auto &roots) {
-        return std::find(roots.begin(), roots.end(), top->path) != roots.end();
+    const auto is_in = [&top](const auto &roots) {
+        return std::find(roots.begin(), roots.end(), top.path) != roots.end();
     };
     return is_in(native_roots) ? Side::native : is_in(operational_roots) ? Side::operational : Side::other;
 }

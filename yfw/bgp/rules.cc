@@ -5,43 +5,12 @@
 #include "bgp/table_connections.h"
 #include "model/trees.h"
 
-#include <algorithm>
-
 namespace yfw {
 
 namespace {
 
 constexpr std::string_view default_name = "DEFAULT";
 constexpr std::string_view connections_instance = "default"; // whose redistributions table connections are
-
-std::string_view text_of(const Node *leaf) {
-    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
-}
-
-// An identity's name without a prefix.
-std::string_view identity(const Node &entry, std::string_view key) {
-    const std::string_view text = text_of(child(&entry, key));
-    const auto colon = text.find(':');
-    return colon == std::string_view::npos ? text : text.substr(colon + 1);
-}
-
-Node *below(const Node *node, std::initializer_list<std::string_view> names) {
-    auto *found = const_cast<Node *>(node);
-    for (const std::string_view name : names) {
-        found = found == nullptr ? nullptr : child(found, name);
-    }
-    return found;
-}
-
-template <typename Visit>
-void for_each_entry(const Node *parent, const SchemaNode *list, Visit visit) {
-    const Entries *all = parent == nullptr || list == nullptr ? nullptr : entries(parent, *list);
-    Node *next = nullptr;
-    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next) {
-        next = next_entry(entry); // the entry may be taken out
-        visit(entry);
-    }
-}
 
 bool is_default(const Node *network_instance) {
     const char *name = key_value(network_instance, 0);
@@ -68,9 +37,9 @@ std::string contents(const Node *node) {
     return names;
 }
 
-// Adds an entry in its container.
+// Adds an entry below a node.
 Node *add_entry(Arena &arena, Node *parent, const SchemaNode &list, std::initializer_list<std::string_view> keys) {
-    Node *entry = open_entry(arena, ensure_child(arena, parent, *list.parent), list);
+    Node *entry = open_entry(arena, ensure_descendant(arena, parent, *list.parent), list);
     auto key = list.keys.begin();
     for (const std::string_view value : keys) {
         set_value(arena, ensure_child(arena, entry, **key++), value);
@@ -80,15 +49,24 @@ Node *add_entry(Arena &arena, Node *parent, const SchemaNode &list, std::initial
 
 } // namespace
 
-BgpRules::BgpRules(const Schema &schema)
-    : instances_(schema.find("/network-instances")),
-      network_instance_(schema.find("/network-instances/network-instance")),
-      protocol_(schema.find("/network-instances/network-instance/protocols/protocol")),
-      bgp_(schema.find("/network-instances/network-instance/protocols/protocol/bgp")),
-      as_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/config/as")),
-      families_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis")),
-      family_(schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis/afi-safi")),
-      connection_(schema.find("/network-instances/network-instance/table-connections/table-connection")) {}
+BgpRules::BgpRules(const Schema &schema) {
+    const SchemaNode *bgp = schema.find("/network-instances/network-instance/protocols/protocol/bgp");
+    const SchemaNode *as = schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/config/as");
+    const SchemaNode *family =
+        schema.find("/network-instances/network-instance/protocols/protocol/bgp/global/afi-safis/afi-safi");
+    const SchemaNode *connection =
+        schema.find("/network-instances/network-instance/table-connections/table-connection");
+    if (as == nullptr || family == nullptr || connection == nullptr) {
+        return;
+    }
+    bgp_ = bgp;
+    protocol_ = bgp->parent;
+    network_instance_ = protocol_->parent->parent;
+    instances_ = network_instance_->parent;
+    as_ = as;
+    family_ = family;
+    connection_ = connection;
+}
 
 bool BgpRules::is_foreign(const Node &entry) const {
     if (&entry.schema() == protocol_) {
@@ -105,11 +83,7 @@ bool BgpRules::is_as_alone(const Node &node) const {
     if (&node.schema() == as_) {
         return true;
     }
-    const SchemaNode *above = as_;
-    while (above->depth > node.schema().depth) {
-        above = above->parent;
-    }
-    const bool holds_it = above == &node.schema() && above->depth >= bgp_->depth;
+    const bool holds_it = as_ != nullptr && node.schema().depth >= bgp_->depth && node.schema().holds(*as_);
     const Node *below = holds_it ? node.first() : nullptr;
     return below != nullptr && below->next() == nullptr && is_as_alone(*below);
 }
@@ -117,13 +91,9 @@ bool BgpRules::is_as_alone(const Node &node) const {
 void BgpRules::add_probe(Arena &arena, Node *parts, const Node *entry) const {
     Node *node = ensure_counterpart(arena, parts, entry);
     if (&entry->schema() == protocol_) {
-        for (const char *name : {"bgp", "global", "config", "as"}) {
-            node = ensure_child(arena, node, *node->schema().child(name));
-        }
+        ensure_descendant(arena, node, *as_);
     } else if (&entry->schema() == network_instance_) {
-        for (const char *name : {"config", "name"}) {
-            node = ensure_child(arena, node, *node->schema().child(name));
-        }
+        ensure_descendant(arena, node, *network_instance_->child("config")->child("name"));
     }
 }
 
@@ -133,39 +103,37 @@ void BgpRules::add_everything(Arena &arena, Node *parts) const {
     }
 }
 
-Node *BgpRules::protocols(Node *network_instance) const {
+Node *BgpRules::protocols(const Node *network_instance) const {
     return child(network_instance, *protocol_->parent);
 }
 
 // Whether a part of a protocol entry holds the AS number.
 bool BgpRules::covers_as(const Node *protocol) const {
-    const Node *node = protocol;
-    for (const char *name : {"bgp", "global", "config", "as"}) {
-        if (is_bare(node)) {
-            return true;
-        }
-        node = child(node, name);
-        if (node == nullptr) {
-            return false;
-        }
+    const SchemaNode *level = as_;
+    while (descendant(protocol, *level) == nullptr) {
+        level = level->parent;
     }
-    return true;
+    return is_bare(descendant(protocol, *level));
 }
 
 void BgpRules::widen_protocol(Arena &arena, Node *parts, Node *protocol) const {
+    Node *network_instance = protocol->up()->up();
+    const auto take_connections = [&] { take_children(ensure_child(arena, network_instance, *connection_->parent)); };
     if (!covers_as(protocol)) {
-        const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
-        const Node *global = below(protocol, {"bgp", "global"});
+        const Node *all = descendant(protocol, *family_->parent);
+        const Node *global = descendant(protocol, *family_->parent->parent);
         bool any = (all != nullptr && is_bare(all)) || (global != nullptr && is_bare(global));
-        for_each_entry(all, family_, [&any](const Node *family) { any = any || is_bare(family); });
-        if (any && is_default(protocol->up()->up())) {
-            take_children(ensure_child(arena, protocol->up()->up(), *connection_->parent));
+        for (const Node *family : entries_of(all, *family_)) {
+            any = any || is_bare(family);
+        }
+        if (any && is_default(network_instance)) {
+            take_connections();
         }
         return;
     }
     take_children(protocol);
-    if (is_default(protocol->up()->up())) {
-        take_children(ensure_child(arena, protocol->up()->up(), *connection_->parent));
+    if (is_default(network_instance)) {
+        take_connections();
         Node *any = open_entry(arena, ensure_child(arena, parts, *instances_), *network_instance_);
         copy_into(arena, ensure_counterpart_below(arena, ensure_child(arena, any, *protocol_->parent), protocol),
                   protocol, YFW_OP_NONE);
@@ -178,12 +146,14 @@ void BgpRules::widen(Arena &arena, Node *parts) const {
         return;
     }
     bool all = false;
-    for_each_entry(instances, network_instance_, [&](Node *network_instance) {
-        Node *of_instance = protocols(network_instance);
+    for (const Node *network_instance : entries_of(instances, *network_instance_)) {
+        const Node *of_instance = protocols(network_instance);
         all = all || (is_default(network_instance) &&
                       (is_bare(network_instance) || (of_instance != nullptr && is_bare(of_instance))));
-        for_each_entry(of_instance, protocol_, [&](Node *protocol) { widen_protocol(arena, parts, protocol); });
-    });
+        for (Node *protocol : entries_of(of_instance, *protocol_)) {
+            widen_protocol(arena, parts, protocol);
+        }
+    }
     if (all) {
         take_children(instances);
     }
@@ -197,30 +167,33 @@ void BgpRules::take_given_as(Arena &arena, Node *goes, const Node *edit) const {
         }
         return;
     }
-    const bool may_hold = edit->schema().is_inner() && edit->schema().depth < as_->depth;
+    const bool may_hold = as_ != nullptr && edit->schema().is_inner() && edit->schema().depth < as_->depth;
     for (const Node *below = edit->first(); may_hold && below != nullptr; below = below->next()) {
         take_given_as(arena, goes, below);
     }
 }
 
 void BgpRules::keep_as(Arena &arena, Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const {
-    for_each_entry(child(goes, *instances_), network_instance_, [&](Node *network_instance) {
-        for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
-            Node *as = below(protocol, {"bgp", "global", "config", "as"});
+    if (instances_ == nullptr) {
+        return;
+    }
+    for (const Node *network_instance : entries_of(child(goes, *instances_), *network_instance_)) {
+        for (const Node *protocol : entries_of(protocols(network_instance), *protocol_)) {
+            Node *as = descendant(protocol, *as_);
             if (as == nullptr || !as->is_delete() || (topmost_delete(as)->flags & YFW_NODE_PRESENT) != 0) {
-                return;
+                continue;
             }
             const Node *rest = counterpart(expected, protocol->first() == nullptr ? protocol : child(protocol, *bgp_));
             const Node *set = sets == nullptr ? nullptr : counterpart(sets, child(protocol, *bgp_));
             if ((rest == nullptr || is_bare(rest)) && (set == nullptr || is_bare(set))) {
-                return;
+                continue;
             }
             copy_to(arena, expected, as, YFW_OP_NONE);
             notes.push_back({instance_path(as), "it stays: what is configured beside it needs it"});
             // What it lies in is deleted leaf by leaf.
             take_out(as);
-        });
-    });
+        }
+    }
 }
 
 void BgpRules::take_connections_along(const Node *family, Node *expected, const Node *sets,
@@ -232,14 +205,14 @@ void BgpRules::take_connections_along(const Node *family, Node *expected, const 
     Node *left = counterpart(expected, network_instance);
     Node *connections = left == nullptr ? nullptr : child(left, *connection_->parent);
     const bool whole = &family->schema() != family_;
-    for_each_entry(connections, connection_, [&](Node *connection) {
+    for (Node *connection : entries_of(connections, *connection_)) {
         if (whole || family_of_connection(*connection) == identity(*family, "afi-safi-name")) {
             if (sets == nullptr || counterpart(sets, connection) == nullptr) {
                 notes.push_back({instance_path(connection), "it goes along with " + instance_path(family)});
             }
             unlink(connection);
         }
-    });
+    }
 }
 
 // All of a native instance: the protocol entry, and those of VRFs when it is the default network instance's.
@@ -258,48 +231,50 @@ void BgpRules::take_instance_along(const Node *protocol, Node *expected, const N
         }
         unlink(rest);
     }
-    Node *instances = child(expected, *instances_);
-    for_each_entry(by_default ? instances : nullptr, network_instance_, [&](Node *network_instance) {
-        for_each_entry(protocols(network_instance), protocol_, [&](Node *other) {
+    const Node *instances = by_default ? child(expected, *instances_) : nullptr;
+    for (const Node *network_instance : entries_of(instances, *network_instance_)) {
+        for (Node *other : entries_of(protocols(network_instance), *protocol_)) {
             if (text_of(child(other, "name")) == name) {
                 notes.push_back({instance_path(other) + "/bgp",
                                  "it goes along with the BGP instance, which is that of " + instance_path(protocol)});
                 unlink(other);
             }
-        });
-    });
+        }
+    }
 }
 
 // What is set in an entry whose AS number goes needs another one.
 void BgpRules::refuse_orphans(const Node *protocol, const Node *sets) const {
     const Node *bgp = sets == nullptr ? nullptr : counterpart(sets, protocol);
     bgp = bgp == nullptr ? nullptr : child(bgp, *bgp_);
-    if (bgp != nullptr && !is_bare(bgp) && below(bgp, {"global", "config", "as"}) == nullptr) {
+    if (bgp != nullptr && !is_bare(bgp) && descendant(bgp, *as_) == nullptr) {
         throw Refused(Reason::constraint, instance_path(bgp),
                       "it cannot be set without an AS number, which this edit takes away");
     }
 }
 
 void BgpRules::take_along(const Node *goes, Node *expected, const Node *sets, std::vector<Note> &notes) const {
-    const Node *instances = child(goes, *instances_);
-    for_each_entry(instances, network_instance_, [&](Node *network_instance) {
-        for_each_entry(protocols(network_instance), protocol_, [&](Node *protocol) {
-            const Node *as = below(protocol, {"bgp", "global", "config", "as"});
+    if (instances_ == nullptr) {
+        return;
+    }
+    for (const Node *network_instance : entries_of(child(goes, *instances_), *network_instance_)) {
+        for (const Node *protocol : entries_of(protocols(network_instance), *protocol_)) {
+            const Node *as = descendant(protocol, *as_);
             if (as != nullptr && as->is_delete()) {
                 refuse_orphans(protocol, sets);
                 take_instance_along(protocol, expected, sets, notes);
-                return;
+                continue;
             }
             const bool redistributes =
                 is_default(network_instance) && text_of(child(protocol, "name")) == connections_instance;
-            const Node *all = below(protocol, {"bgp", "global", "afi-safis"});
-            for_each_entry(redistributes ? all : nullptr, family_, [&](Node *family) {
+            const Node *all = redistributes ? descendant(protocol, *family_->parent) : nullptr;
+            for (const Node *family : entries_of(all, *family_)) {
                 if (family->is_delete()) {
                     take_connections_along(family, expected, sets, notes);
                 }
-            });
-        });
-    });
+            }
+        }
+    }
 }
 
 Node *BgpRules::implied(Arena &arena, const Schema &schema, const Node *set, std::string &why) const {
@@ -320,19 +295,14 @@ Node *BgpRules::implied(Arena &arena, const Schema &schema, const Node *set, std
     Node *node = new_root(arena, schema);
     node = add_entry(arena, node, *network_instance_, {default_name});
     node = add_entry(arena, node, *protocol_, {"BGP", by_as ? text_of(child(protocol, "name")) : connections_instance});
-    node = ensure_child(arena, node, *bgp_);
     if (by_as) {
-        node = ensure_child(arena, node, *as_->parent->parent);
-        node = ensure_child(arena, node, *as_->parent);
-        node = ensure_child(arena, node, *as_);
+        node = ensure_descendant(arena, node, *as_);
         set_value(arena, node, text_of(set));
         why = "it comes with the BGP of " + instance_path(network_instance) + ", whose native instance is the same";
         return node;
     }
-    node = ensure_child(arena, node, *families_->parent);
     node = add_entry(arena, node, *family_, {family});
-    node = ensure_child(arena, node, *family_->child("config"));
-    node = ensure_child(arena, node, *node->schema().child("enabled"));
+    node = ensure_descendant(arena, node, *family_->child("config")->child("enabled"));
     set_value(arena, node, "true");
     why = "it comes with " + instance_path(set);
     return node;

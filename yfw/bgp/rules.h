@@ -49,21 +49,21 @@ class BgpRules {
 
   private:
     struct Going;
-    [[nodiscard]] Node *protocols(Node *network_instance) const;
+    [[nodiscard]] Node *protocols(const Node *network_instance) const;
     void widen_protocol(Arena &arena, Node *parts, Node *protocol) const;
     [[nodiscard]] bool covers_as(const Node *protocol) const;
     void take_instance_along(const Node *protocol, Node *expected, const Node *sets, std::vector<Note> &notes) const;
     void refuse_orphans(const Node *protocol, const Node *sets) const;
     void take_connections_along(const Node *family, Node *expected, const Node *sets, std::vector<Note> &notes) const;
 
-    const SchemaNode *instances_; // the container of network instances, and the lists and leaves below
-    const SchemaNode *network_instance_;
-    const SchemaNode *protocol_;
-    const SchemaNode *bgp_;
-    const SchemaNode *as_;
-    const SchemaNode *families_;
-    const SchemaNode *family_;
-    const SchemaNode *connection_;
+    // The container of network instances, and the lists and leaves below; in models without one of them all are null.
+    const SchemaNode *instances_ = nullptr;
+    const SchemaNode *network_instance_ = nullptr;
+    const SchemaNode *protocol_ = nullptr;
+    const SchemaNode *bgp_ = nullptr;
+    const SchemaNode *as_ = nullptr;
+    const SchemaNode *family_ = nullptr;
+    const SchemaNode *connection_ = nullptr;
 };
 
 } // namespace yfw

@@ -4,6 +4,7 @@
 #include "bgp/companion.h"
 #include "boundary/instance.h"
 #include "boundary/request.h"
+#include "model/trees.h"
 #include "vnos_platform.h"
 #include "ymap_ocni_openconfig_network_instance_common_man_util.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::string_view native_instance = "default"; // the one that the BGP mapping keeps redistributions in
 constexpr const char *native_as = "/bgp/instance/instance-as/four-byte-as";
+constexpr const char *requested_as = "/network-instances/network-instance/protocols/protocol/bgp/global/config/as";
 constexpr const char *native_family = "/bgp/instance/instance-as/four-byte-as/default-vrf/global/global-afs/global-af";
 
 // What the BGP mapping takes, and the native nodes that it writes below a family.
@@ -44,17 +46,6 @@ constexpr auto families = std::to_array<Family>({
 
 using RedistributionCall = cerrno (*)(yfw_map_ctx, const cidl_yfw_datatree *, cidl_yfw_datatree *, const char *,
                                       const char *);
-
-std::string_view text_of(const Node *leaf) {
-    return leaf == nullptr || leaf->value == nullptr ? std::string_view() : leaf->value;
-}
-
-// An identity's name without a prefix.
-std::string_view identity(const Node &entry, std::string_view key) {
-    const std::string_view text = text_of(child(&entry, key));
-    const auto colon = text.find(':');
-    return colon == std::string_view::npos ? text : text.substr(colon + 1);
-}
 
 // A table connection that the BGP mapping takes: its native place.
 struct Redistribution {
@@ -115,8 +106,7 @@ Instances stored_instances(const CompanionCall &call) {
     const Node *root = fetch(call, arena, std::string(native_as) + "/bgp-running");
     const SchemaNode &list = *call.request.schema().find("/bgp/instance");
     const Node *top = child(root, *list.parent);
-    const Entries *all = top == nullptr ? nullptr : entries(top, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(top, list)) {
         const Node *upper = child(entry, "instance-as");
         const Node *lower = upper == nullptr ? nullptr : child(upper, "four-byte-as");
         if (key_value(entry, 0) != native_instance) {
@@ -130,31 +120,20 @@ Instances stored_instances(const CompanionCall &call) {
 }
 
 // The same of the request, for an instance that it makes.
-void add_requested_instances(const Node &network_instance, Instances &instances) {
-    const Node *protocols = child(&network_instance, "protocols");
-    // A delete or replace of them all takes away what it does not name.
-    bool goes = protocols != nullptr && (protocols->is_delete() || protocols->operation == YFW_OP_REPLACE);
-    const Entries *all = protocols == nullptr ? nullptr : entries(protocols, *protocols->schema().child("protocol"));
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
-        if (!is_bgp_entry(*entry)) {
-            continue;
-        }
-        const Node *node = entry;
-        bool is_deleted = protocols->is_delete() || entry->is_delete();
-        for (const char *name : {"bgp", "global", "config", "as"}) {
-            node = node == nullptr ? nullptr : child(node, name);
-            is_deleted = is_deleted || (node != nullptr && node->is_delete());
-        }
-        const std::string_view name = text_of(child(entry, "name"));
-        goes = goes && name != native_instance;
-        if (name != native_instance && !is_deleted) {
-            instances.other = name;
-        } else if (name == native_instance && (is_deleted || instances.lower.empty())) {
-            instances.lower = is_deleted ? std::string_view() : text_of(node);
-        }
+void add_requested_instances(const CompanionCall &call, Instances &instances) {
+    const SchemaNode *as = call.request.schema().find(requested_as);
+    if (as == nullptr) {
+        return;
     }
-    if (goes) {
-        instances.lower.clear();
+    const SchemaNode &list = *as->parent->parent->parent->parent;
+    const Node *network_instance = call.node.up()->up();
+    for (const Node *entry : entries_of(child(network_instance, *list.parent), list)) {
+        const std::string_view name = text_of(child(entry, "name"));
+        if (is_bgp_entry(*entry) && name != native_instance) {
+            instances.other = name;
+        } else if (is_bgp_entry(*entry) && instances.lower.empty()) {
+            instances.lower = text_of(descendant(entry, *as));
+        }
     }
 }
 
@@ -185,23 +164,6 @@ cerrno read(const CompanionCall &call) {
         return OCBGP_SKIP_SUBTREE;
     }
     return prepare(call.request, stored_instances(call)) ? hand_on(call) : cerrno{YFW_ERR_NO_MEMORY};
-}
-
-// Runs the mapping of an entry while its deleted leaves are not there to be seen.
-cerrno without_deleted_leaves(CompanionCall &call) {
-    std::vector<Node *> hidden;
-    const Node *config = child(&call.node, "config");
-    for (Node *leaf = config == nullptr ? nullptr : config->first(); leaf != nullptr; leaf = leaf->next()) {
-        if (leaf->is_delete() && (leaf->flags & YFW_NODE_PRESENT) != 0) {
-            leaf->flags &= ~std::uint32_t{YFW_NODE_PRESENT};
-            hidden.push_back(leaf);
-        }
-    }
-    const cerrno code = hand_on(call);
-    for (Node *leaf : hidden) {
-        leaf->flags |= YFW_NODE_PRESENT;
-    }
-    return code;
 }
 
 // Without a setting the BGP mapping writes the outer container alone, which its read does not take for a
@@ -237,7 +199,7 @@ cerrno map_table_connection(CompanionCall &call) {
     }
     Instances instances = stored_instances(call);
     if (!call.node.is_delete()) {
-        add_requested_instances(*call.node.up()->up(), instances);
+        add_requested_instances(call, instances);
     }
     if (instances.lower.empty() && !instances.other.empty()) {
         return leave_alone(call, "redistribution goes into the BGP instance named default, and this one is named " +
@@ -251,12 +213,11 @@ cerrno map_table_connection(CompanionCall &call) {
     if (!prepare(call.request, instances)) {
         return YFW_ERR_NO_MEMORY;
     }
-    if (call.node.is_delete()) {
-        const cerrno code = hand_on(call);
-        return code == 0 ? cerrno{OCBGP_SKIP_SUBTREE} : code;
+    const cerrno code = hand_on(call);
+    if (code != 0) {
+        return code;
     }
-    const cerrno code = without_deleted_leaves(call);
-    return code == 0 ? add_settings(call, native) : code;
+    return call.node.is_delete() ? cerrno{OCBGP_SKIP_SUBTREE} : add_settings(call, native);
 }
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include "model/instance_path.h"
 #include "model/path_text.h"
+#include "model/trees.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -44,21 +45,6 @@ std::string form_of(const std::vector<const Node *> &way, std::string_view vrf) 
 
 using Known = std::unordered_set<const SchemaNode *>;
 
-// Calls visit for the nodes with nothing below but keys.
-template <typename Visit>
-void each_innermost(const Node *node, const Visit &visit) {
-    bool innermost = true;
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            innermost = false;
-            each_innermost(below, visit);
-        }
-    }
-    if (innermost && node->up() != nullptr) {
-        visit(node);
-    }
-}
-
 std::string without_vrfs(const Node *node) {
     std::string path;
     for (const Node *level : way_to(node)) {
@@ -97,8 +83,8 @@ std::vector<std::string> other_forms(const Node *node) {
 
 void add_wanted(Arena &arena, const Schema &schema, Node *wanted, const Node *known, const Node *other) {
     Known nodes;
-    each_innermost(known, [&nodes](const Node *node) { nodes.insert(&node->schema()); });
-    each_innermost(other, [&](const Node *node) {
+    for_each_innermost(known, [&nodes](const Node *node) { nodes.insert(&node->schema()); });
+    for_each_innermost(other, [&](const Node *node) {
         if (!nodes.contains(&node->schema())) {
             add_instance_path(arena, schema, wanted, without_vrfs(node));
         }

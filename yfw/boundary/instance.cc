@@ -1,7 +1,5 @@
 #include "boundary/instance.h"
 
-#include "model/path_text.h"
-
 #include <algorithm>
 #include <array>
 #include <span>
@@ -106,7 +104,6 @@ Node *entry_of(const Node *parent, const Step &step) {
     if (schema.kind != NodeKind::list || step.count == 0) {
         return child(parent, schema);
     }
-    const Entries *all = entries(parent, schema);
     std::array<std::string_view, most_keys> values{};
     for (const auto &[key, value] : step.keys()) {
         if (key->ordinal >= most_keys) {
@@ -117,7 +114,7 @@ Node *entry_of(const Node *parent, const Step &step) {
     if (step.count == schema.keys.size()) {
         return find_entry(parent, schema, {values.data(), step.count});
     }
-    for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (Node *entry : entries_of(parent, schema)) {
         const auto keys = step.keys();
         if (std::all_of(keys.begin(), keys.end(), [entry](const auto &key) {
                 const char *present = key_value(entry, key.first->ordinal);
@@ -128,31 +125,6 @@ Node *entry_of(const Node *parent, const Step &step) {
     }
     return nullptr;
 }
-
-} // namespace
-
-Node *find_node(Node *base, std::string_view path) {
-    PathParser parser(path);
-    Node *node = base;
-    for (PathStep text; node != nullptr && !parser.at_end();) {
-        Step step;
-        step.schema = !parser.next(text) || !node->schema().is_inner()
-                          ? nullptr
-                          : node->schema().child(without_prefix(text.name));
-        if (step.schema == nullptr) {
-            return nullptr;
-        }
-        for (const PathPredicate &predicate : text.predicates) {
-            if (!step.add(without_prefix(predicate.name), predicate.value)) {
-                return nullptr;
-            }
-        }
-        node = entry_of(node, step);
-    }
-    return node == base ? nullptr : node;
-}
-
-namespace {
 
 // Of an expression without keys.
 Node *find_current(Node *base, std::string_view expression) {
@@ -245,21 +217,6 @@ Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_
         entry->flags |= state_only;
         return entry;
     });
-}
-
-const Node *existing_node(const Node *base, const SchemaNode &wanted) {
-    std::vector<const SchemaNode *> levels;
-    for (const SchemaNode *schema = &wanted; schema != &base->schema(); schema = schema->parent) {
-        if (schema == nullptr) {
-            return nullptr;
-        }
-        levels.push_back(schema);
-    }
-    const Node *node = base;
-    for (; node != nullptr && !levels.empty(); levels.pop_back()) {
-        node = child(node, *levels.back());
-    }
-    return node;
 }
 
 } // namespace yfw

@@ -1,15 +1,11 @@
-// Nodes by path, relative to a node.
+// Nodes by path, relative to a node. The paths are expressions as plug-ins make them,
+// "/bgp/instance[instance-name=core]/": a value has no quotes and may hold any character. Where it ends is known from
+// the names that may follow it.
 #pragma once
 
 #include "model/tree.h"
 
 namespace yfw {
-
-// The node of a path as instance_path writes it, or null. A list level without keys means the current entry.
-Node *find_node(Node *base, std::string_view path);
-
-// The others take expressions as plug-ins make them, "/bgp/instance[instance-name=core]/": a value has no quotes and
-// may hold any character. Where it ends is known from the names that may follow it.
 
 // The node, or null. A list level without keys means the current entry.
 Node *find_instance(Node *base, std::string_view expression);
@@ -21,8 +17,5 @@ Node *ensure_instance(Arena &arena, Node *base, std::string_view expression);
 // The same for an entry that state and configuration meet in. Null, too, when keys are missing or are identities that
 // the models lack.
 Node *join_instance(Arena &arena, const Schema &schema, Node *base, std::string_view expression);
-
-// The node of a schema node below a root or one of its nodes, by current entries; null when a level is missing.
-const Node *existing_node(const Node *base, const SchemaNode &wanted);
 
 } // namespace yfw

@@ -14,7 +14,7 @@ Request::Request(const Schema &schema, std::uint32_t kind, Log *log, ChunkPool *
       log_(log),
       arena_(pool),
       source_(new_root(arena_, schema)),
-      destination_(new_root(arena_, schema, kind == YFW_KIND_EDIT ? traced : 0)) {
+      destination_(new_root(arena_, schema, kind == YFW_KIND_EDIT ? has_origin : 0)) {
     kind_.kind = kind;
     fields_.kind = &kind_;
     fields_.path = path_.data();

@@ -63,18 +63,9 @@ cerrno make_list(const std::string &texts, List **list) {
     return 0;
 }
 
-// Runs what may throw.
 template <typename Work>
 cerrno guarded(Work work) noexcept {
-    try {
-        return work();
-    } catch (const std::bad_alloc &) {
-        yfw::failure::note_short_memory();
-        return YFW_ERR_NO_MEMORY;
-    } catch (...) {
-        yfw::failure::note(std::current_exception());
-        return SYSDB_ERR_STORE;
-    }
+    return yfw::failure::guarded(work, SYSDB_ERR_STORE);
 }
 
 bool is_bound(sysdb_connid_t connection) {

@@ -1,4 +1,5 @@
 // The framework's operations on trees, as a plug-in calls them.
+#include "model/trees.h"
 #include "base/failure.h"
 #include "boundary/instance.h"
 #include "boundary/request.h"
@@ -6,22 +7,10 @@
 
 #include <array>
 #include <cstring>
-#include <new>
 
 namespace yfw {
 
 namespace {
-
-// Runs a body that may run out of memory; nothing else is thrown below the boundary.
-template <typename Body>
-cerrno guarded(Body body) {
-    try {
-        return body();
-    } catch (const std::bad_alloc &) {
-        failure::note_short_memory();
-        return YFW_ERR_NO_MEMORY;
-    }
-}
 
 Node *root_of(Node *node) {
     while (node->up() != nullptr) {
@@ -46,14 +35,8 @@ const SchemaNode *resolve(Request &request, const Node *base, const char *path) 
 }
 
 bool in_name_space(const SchemaNode &target, const char *name_space) {
-    if (name_space == nullptr || target.module->name_space == name_space) {
-        return true;
-    }
-    const SchemaNode *top = &target;
-    while (top->parent->depth > 0) {
-        top = top->parent;
-    }
-    return top->module->name_space == name_space;
+    return name_space == nullptr || target.module->name_space == name_space ||
+           target.top().module->name_space == name_space;
 }
 
 // Where the descent to a schema node starts: the current list entry with its prefix in force, the base, or the root.
@@ -227,7 +210,7 @@ cerrno search(yfw_map_ctx ctx, cidl_yfw_datatree *tree, cidl_yfw_datatree **entr
         }
         keys.at(key->ordinal) = values[given];
     }
-    const Node *parent = existing_node(path[0] == '/' ? root_of(base) : base, *list->parent);
+    const Node *parent = descendant(path[0] == '/' ? root_of(base) : base, *list->parent);
     *entry = parent == nullptr ? nullptr : find_entry(parent, *list, {keys.data(), values.size()});
     return *entry == nullptr ? static_cast<cerrno>(YFW_ERR_NO_ENTRY) : 0;
 }
@@ -239,11 +222,12 @@ cerrno search(yfw_map_ctx ctx, cidl_yfw_datatree *tree, cidl_yfw_datatree **entr
 using yfw::Node;
 using yfw::Request;
 using yfw::request_of;
+using yfw::failure::guarded;
 
 extern "C" {
 
 void yfw_oc_error_path(yfw_map_ctx ctx) {
-    yfw::guarded([ctx] {
+    guarded([ctx] {
         Request &request = request_of(ctx);
         request.error_path = yfw::instance_path(request.current());
         return cerrno{0};
@@ -292,13 +276,13 @@ cerrno yfw_map_datatree_add_path_flagged(yfw_map_ctx ctx, struct cidl_yfw_datatr
                                          const char *name_space, const char *value,
                                          const struct cidl_yfw_datatree *source, struct cidl_yfw_datatree **added,
                                          int container, uint32_t) {
-    return yfw::guarded([&] { return yfw::add(ctx, tree, path, name_space, value, source, added, container != 0); });
+    return guarded([&] { return yfw::add(ctx, tree, path, name_space, value, source, added, container != 0); });
 }
 
 cerrno yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const char *path,
                                  const char *name_space, const char *value, struct cidl_yfw_datatree **added, uint32_t,
                                  uint32_t flag) {
-    return yfw::guarded([&] { return yfw::add(ctx, tree, path, name_space, value, nullptr, added, flag == 1); });
+    return guarded([&] { return yfw::add(ctx, tree, path, name_space, value, nullptr, added, flag == 1); });
 }
 
 cerrno yfw_map_search_list(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, struct cidl_yfw_datatree **entry,
@@ -319,7 +303,7 @@ cerrno yfw_map_search_or_add_list(yfw_map_ctx ctx, struct cidl_yfw_datatree *tre
     if (found != static_cast<cerrno>(YFW_ERR_NO_ENTRY)) {
         return found;
     }
-    return yfw::guarded([&]() -> cerrno {
+    return guarded([&]() -> cerrno {
         const cerrno added = yfw::add(ctx, tree, path, name_space, nullptr, nullptr, entry, true);
         if (added != 0) {
             return added;
@@ -344,7 +328,7 @@ cerrno yfw_map_tree_xpath_operations(yfw_map_ctx ctx, struct yfw_xpath_operation
     }
     auto *base = static_cast<Node *>(operation->tree);
     Request &request = request_of(ctx);
-    return yfw::guarded([&]() -> cerrno {
+    return guarded([&]() -> cerrno {
         operation->found = nullptr;
         if (operation->operation == YFW_XPATH_FIND) {
             operation->found = yfw::find_instance(base, operation->expression);
@@ -365,7 +349,7 @@ void yfw_add_to_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node,
 }
 
 void yfw_remove_from_output_list_ctx(yfw_map_ctx ctx, struct cidl_yfw_datatree *node, struct cidl_yfw_datatree *) {
-    yfw::guarded([&] {
+    guarded([&] {
         request_of(ctx).withdrawn.push_back(static_cast<const Node *>(node));
         return cerrno{0};
     });

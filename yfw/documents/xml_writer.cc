@@ -1,5 +1,6 @@
 #include "documents/write_common.h"
 #include "documents/xml_reader.h"
+#include "model/trees.h"
 
 namespace yfw {
 
@@ -43,14 +44,11 @@ class XmlWriter {
     }
 
     void members(const Node *parent) {
-        for_each_member(parent, [this](const Node *first) {
-            const SchemaNode &schema = first->schema();
-            for (const Node *node = first; node != nullptr; node = schema.repeats() ? next_entry(node) : nullptr) {
-                started_ = started_ || depth_ != 0;
-                new_line();
-                started_ = true;
-                element(schema, node);
-            }
+        for_each_in_order(parent, [this](const Node *node) {
+            started_ = started_ || depth_ != 0;
+            new_line();
+            started_ = true;
+            element(node->schema(), node);
         });
     }
 

@@ -1,21 +1,12 @@
 #include "edit/check.h"
 
 #include "model/trees.h"
+#include "model/values.h"
 #include "model/when.h"
 
 namespace yfw {
 
 namespace {
-
-constexpr std::size_t longest_shown = 60;
-
-std::string shown(std::string_view value) {
-    std::string text(value.substr(0, longest_shown));
-    if (value.size() > longest_shown) {
-        text += "...";
-    }
-    return text;
-}
 
 void check_leaf(const Schema &schema, const Node *leaf) {
     const SchemaNode &type = leaf->schema();
@@ -26,7 +17,7 @@ void check_leaf(const Schema &schema, const Node *leaf) {
     std::string why;
     if (!schema.accepts(type, value, &why)) {
         throw refusal(Reason::invalid_value, leaf,
-                      type.secret ? "does not take the value" : "does not take \"" + shown(value) + "\": " + why);
+                      type.secret ? "does not take the value" : "does not take \"" + shortened(value) + "\": " + why);
     }
 }
 

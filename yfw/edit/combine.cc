@@ -2,33 +2,17 @@
 
 #include "model/trees.h"
 
-#include <vector>
-
 namespace yfw {
 
 void keep_deletes(Node *round) {
-    std::vector<Node *> surplus;
-    for (Node *node = round->first(); node != nullptr; node = node->next()) {
-        if (node->schema().is_key) {
-            continue;
-        }
+    take_children_if(round, [](Node *node) {
         if (node->is_delete()) {
-            if (node->schema().is_inner()) {
-                take_children(node);
-            }
-            continue;
+            take_children(node);
+            return false;
         }
-        if (node->schema().is_inner()) {
-            keep_deletes(node);
-        }
-        if (!node->schema().is_inner() || is_bare(node)) {
-            surplus.push_back(node);
-        }
-    }
-    for (Node *node : surplus) {
-        release_name_spaces(node);
-        unlink(node);
-    }
+        keep_deletes(node);
+        return is_bare(node);
+    });
 }
 
 void combine(Arena &arena, Node *before, const Node *round) {
@@ -43,9 +27,8 @@ void combine(Arena &arena, Node *before, const Node *round) {
         }
         present->set_origin(node->origin());
         if (node->is_delete()) {
-            if (node->schema().is_inner()) {
-                take_children(present);
-            } else if (node->schema().kind == NodeKind::leaf) {
+            take_children(present);
+            if (node->schema().kind == NodeKind::leaf) {
                 present->value = node->value;
             }
             present->set_operation(node->operation);

@@ -37,9 +37,7 @@ class EditRun {
           transaction_(transaction),
           result_(result),
           arena_(result.requests.front()->arena()),
-          stored_([&transaction](Arena &arena, const Node *wanted, Node *into) {
-              transaction.fetch(arena, wanted, into);
-          }) {}
+          stored_(stored_in(transaction)) {}
 
     void run(bool is_plain);
 

@@ -9,17 +9,6 @@ namespace yfw {
 
 namespace {
 
-template <typename Visit>
-void for_each_below(const Node *parent, Visit visit) {
-    const Node *next = nullptr;
-    for (const Node *node = parent->first(); parent->schema().is_inner() && node != nullptr; node = next) {
-        next = node->next(); // the node may be taken out
-        if (!node->schema().is_key) {
-            visit(node);
-        }
-    }
-}
-
 // The nodes of a tree that a path names: of a list without all its keys, or a leaf-list without a value, all entries.
 template <typename Visit>
 void for_each_named(const Node *tree, const Node *path, Visit visit) {
@@ -31,8 +20,7 @@ void for_each_named(const Node *tree, const Node *path, Visit visit) {
         }
         return;
     }
-    const Entries *all = entries(tree, schema);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(tree, schema)) {
         visit(entry);
     }
 }
@@ -76,17 +64,12 @@ class Overlay {
     }
 
     void drop_other_values(Node *expected, const Node *set) {
-        std::vector<Node *> others;
-        const Entries *all = entries(expected, set->schema());
-        for (Node *value = all == nullptr ? nullptr : all->first; value != nullptr; value = next_entry(value)) {
+        for (Node *value : entries_of(expected, set->schema())) {
             if (find_value(set->up(), set->schema(), value->value) == nullptr) {
-                others.push_back(value);
+                notes_.push_back(
+                    {instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
+                unlink(value);
             }
-        }
-        for (Node *value : others) {
-            notes_.push_back(
-                {instance_path(value), "it goes: natively there is one value, and the new one takes its place"});
-            unlink(value);
         }
     }
 
@@ -134,42 +117,19 @@ class Existing {
     std::unordered_set<const Node *> &found_;
 };
 
-bool holds(const SchemaNode &above, const SchemaNode &node) {
-    const SchemaNode *at = &node;
-    while (at->depth > above.depth) {
-        at = at->parent;
-    }
-    return at == &above;
-}
-
 // The node that a schema node has beside another one, below what both lie in, added to a tree of paths.
 Node *ensure_beside(Arena &arena, Node *paths, const Node *node, const SchemaNode &wanted) {
     const Node *above = node->up();
-    while (!holds(above->schema(), *wanted.parent)) {
+    while (!above->schema().holds(*wanted.parent)) {
         above = above->up();
     }
-    std::vector<const SchemaNode *> way;
-    for (const SchemaNode *at = &wanted; at != &above->schema(); at = at->parent) {
-        way.push_back(at);
-    }
-    Node *found = ensure_counterpart(arena, paths, above);
-    for (auto step = way.rbegin(); step != way.rend(); ++step) {
-        found = ensure_child(arena, found, **step);
-    }
-    return found;
-}
-
-const Node *entry_around(const Node *node) {
-    while (node->up() != nullptr && node->schema().kind != NodeKind::list) {
-        node = node->up();
-    }
-    return node;
+    return ensure_descendant(arena, ensure_counterpart(arena, paths, above), wanted);
 }
 
 // The list entry that a node and another schema node lie in.
 const Node *common_entry(const Node *node, const SchemaNode &other) {
     const Node *entry = entry_around(node);
-    while (entry->up() != nullptr && (!holds(entry->schema(), other) || &entry->schema() == &other)) {
+    while (entry->up() != nullptr && (!entry->schema().holds(other) || &entry->schema() == &other)) {
         entry = entry_around(entry->up());
     }
     return entry;
@@ -310,7 +270,7 @@ bool is_served_whole(const Mapping &mapping, const SchemaNode &schema) {
 void add_affected(Arena &arena, const Mapping &mapping, Node *paths, const Node *part, const SchemaNode &schema) {
     if (const auto *affected = mapping.affects(schema); affected != nullptr) {
         for (const SchemaNode *leaf : *affected) {
-            if (!holds(part->schema(), *leaf)) {
+            if (!part->schema().holds(*leaf)) {
                 ensure_beside(arena, paths, part, *leaf);
             }
         }
@@ -346,8 +306,7 @@ void collect_touched(Arena &arena, const Mapping &mapping, Node *touched, const 
 
 // A part that lies in another one is not wanted on its own: a whole one, which is marked, has no children.
 void empty_marked(Node *tree) {
-    for_each_below(tree, [](const Node *node) {
-        auto *part = const_cast<Node *>(node);
+    for_each_below(tree, [](Node *part) {
         if (part->op_is_set()) {
             take_children(part);
         } else if (part->schema().is_inner()) {

@@ -13,10 +13,6 @@ namespace yfw {
 
 namespace {
 
-Node *next_of(const Node *node) {
-    return node->schema().repeats() ? next_entry(node) : nullptr;
-}
-
 // Whether a path of names, ".." for a parent, leads from the node to one that is set: of a list to any entry.
 bool reaches_node(const Mapping &mapping, const Node *node, std::string_view path) {
     if (path.empty()) {
@@ -30,7 +26,7 @@ bool reaches_node(const Mapping &mapping, const Node *node, std::string_view pat
     const SchemaNode *below = node->schema().child(name);
     const Node *next = below == nullptr ? nullptr : first_of(node, *below);
     while (next != nullptr && !reaches_node(mapping, next, path)) {
-        next = next_of(next);
+        next = below->repeats() ? next_entry(next) : nullptr;
     }
     return next != nullptr;
 }
@@ -75,11 +71,7 @@ class Walker {
   protected:
     virtual void visit(Node *node) = 0;
     void visit_children(Node *node) {
-        for_each_member(node, [this](Node *first) {
-            for (Node *next = first; next != nullptr; next = next_of(next)) {
-                visit(next);
-            }
-        });
+        for_each_in_order(node, [this](Node *below) { visit(below); });
     }
     // Calls what serves the node. Throws Refused for any code but 0 and OCBGP_SKIP_SUBTREE.
     cerrno call(Node *node, const Binding &binding);
@@ -257,12 +249,8 @@ void GoesWalker::visit(Node *node) {
 
 // Some nodes go with the list entry that they belong to.
 bool GoesWalker::goes_with_entry(const Node *node, const Binding *binding) const {
-    const Node *entry = node->up();
-    while (entry->up() != nullptr && entry->schema().kind != NodeKind::list) {
-        entry = entry->up();
-    }
-    return binding != nullptr &&
-           (binding->entry->served == Service::key || (binding->entry->covered && entry->is_delete()));
+    return binding != nullptr && (binding->entry->served == Service::key ||
+                                  (binding->entry->covered && entry_around(node->up())->is_delete()));
 }
 
 // Whether what lies below is to be gone through.

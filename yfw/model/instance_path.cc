@@ -132,8 +132,7 @@ class PathAdder {
     // An entry with just these keys. Patterns are few.
     Node *find_pattern(const SchemaNode &list, const std::vector<std::string_view> &keys,
                        const std::vector<bool> &is_given) const {
-        const Entries *all = entries(node_, list);
-        for (Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+        for (Node *entry : entries_of(node_, list)) {
             bool is_same = true;
             for (std::size_t key = 0; key < keys.size() && is_same; ++key) {
                 const char *value = key_value(entry, key);

@@ -35,6 +35,14 @@ std::uint32_t table_size(std::size_t entries) {
 
 } // namespace
 
+bool SchemaNode::holds(const SchemaNode &node) const {
+    const SchemaNode *at = &node;
+    while (at->depth > depth) {
+        at = at->parent;
+    }
+    return at == this;
+}
+
 const SchemaNode *SchemaNode::child(std::string_view child_name) const {
     if (by_name.empty()) {
         return nullptr;

@@ -75,6 +75,10 @@ struct SchemaNode {
 
     [[nodiscard]] bool is_inner() const { return kind <= NodeKind::list; }
     [[nodiscard]] bool repeats() const { return kind == NodeKind::list || kind == NodeKind::leaf_list; }
+    // Whether a node is this one or lies below it.
+    [[nodiscard]] bool holds(const SchemaNode &node) const;
+    // The top-level node that a node other than the root lies in, or is.
+    [[nodiscard]] const SchemaNode &top() const { return depth > 1 ? parent->top() : *this; }
     // The child of that name; where two modules offer one, the first loaded. Null when there is none.
     [[nodiscard]] const SchemaNode *child(std::string_view child_name) const;
 

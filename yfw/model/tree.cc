@@ -70,20 +70,20 @@ void append_child(Node *parent, Node *node) {
 }
 
 template <typename Kind>
-struct Traced {
+struct WithOrigin {
     const Node *origin;
     Kind node;
 };
 
 template <typename Kind>
 Node *make_node(Arena &arena, std::uint32_t flags) {
-    if ((flags & traced) == 0) {
+    if ((flags & has_origin) == 0) {
         return new (arena.allocate(sizeof(Kind))) Kind{};
     }
-    return &(new (arena.allocate(sizeof(Traced<Kind>))) Traced<Kind>{})->node;
+    return &(new (arena.allocate(sizeof(WithOrigin<Kind>))) WithOrigin<Kind>{})->node;
 }
 
-// flags: traced or not, as all of the tree.
+// flags: has_origin or not, as all of the tree.
 Node *new_node(Arena &arena, const SchemaNode &schema, std::uint32_t flags) {
     Node *node = nullptr;
     if (schema.kind == NodeKind::list) {
@@ -95,7 +95,7 @@ Node *new_node(Arena &arena, const SchemaNode &schema, std::uint32_t flags) {
     } else {
         node = make_node<Node>(arena, flags);
     }
-    node->flags = flags & traced;
+    node->flags = flags & has_origin;
     node->framework = &schema;
     node->name = schema.name.c_str();
     // Borrowed: a plug-in replaces the pointer, never the text.

@@ -6,6 +6,7 @@
 #include "yfw_map.h"
 
 #include <array>
+#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,8 +15,8 @@ namespace yfw {
 
 // Flags of the framework's own.
 inline constexpr std::uint32_t state_only = 0x10000; // an entry of a read's result that only state is known of
+inline constexpr std::uint32_t has_origin = 0x20000; // a node of a tree that keeps origins: room for it is in front
 inline constexpr std::uint32_t whole = 0x40000;      // of what a read declares: all that lies in the node is wanted
-inline constexpr std::uint32_t traced = 0x20000;     // a node of a tree that keeps origins: room for it is in front
 
 // What the boundary shows of a node. A leaf is this and no more, since a request has hundreds of thousands.
 struct Node : cidl_yfw_datatree {
@@ -31,10 +32,11 @@ struct Node : cidl_yfw_datatree {
     }
     // The request's node whose operation it took; null for none, and in a tree that keeps no origins.
     [[nodiscard]] const Node *origin() const {
-        return (flags & traced) == 0 ? nullptr : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
+        return (flags & has_origin) == 0 ? nullptr
+                                         : static_cast<const Node *const *>(static_cast<const void *>(this))[-1];
     }
     void set_origin(const Node *node) {
-        if ((flags & traced) != 0) {
+        if ((flags & has_origin) != 0) {
             static_cast<const Node **>(static_cast<void *>(this))[-1] = node;
         }
     }
@@ -85,13 +87,40 @@ inline Node *next_entry(const Node *node) {
                                      : static_cast<const ValueNode *>(node)->next_entry;
 }
 
-// A tree's root: the parent of the top-level nodes of all models. flags: traced, when the tree is to keep origins.
+// A tree's root: the parent of the top-level nodes of all models. flags: has_origin, when the tree is to keep origins.
 Node *new_root(Arena &arena, const Schema &schema, std::uint32_t flags = 0);
 
 // The entries of a list or leaf-list, or null.
 inline Entries *entries(const Node *parent, const SchemaNode &schema) {
     void *const *slots = static_cast<const InnerNode *>(parent)->slots;
     return slots == nullptr ? nullptr : static_cast<Entries *>(slots[schema.ordinal]);
+}
+
+// The entries of a list, or the values of a leaf-list, below a node, for a range-for loop; null has none. The one at
+// hand may be taken out.
+class EntryRange {
+  public:
+    class Iterator {
+      public:
+        explicit Iterator(Node *entry) : entry_(entry), next_(entry == nullptr ? nullptr : next_entry(entry)) {}
+        Node *operator*() const { return entry_; }
+        Iterator &operator++() { return *this = Iterator(next_); }
+        bool operator==(std::default_sentinel_t) const { return entry_ == nullptr; }
+
+      private:
+        Node *entry_;
+        Node *next_;
+    };
+    explicit EntryRange(Node *first) : first_(first) {}
+    [[nodiscard]] Iterator begin() const { return Iterator(first_); }
+    [[nodiscard]] static std::default_sentinel_t end() { return {}; }
+
+  private:
+    Node *first_;
+};
+inline EntryRange entries_of(const Node *parent, const SchemaNode &schema) {
+    const Entries *all = parent == nullptr ? nullptr : entries(parent, schema);
+    return EntryRange(all == nullptr ? nullptr : all->first);
 }
 
 // The child of a leaf or container; of a list or leaf-list the current entry; null when there is none.

@@ -5,7 +5,6 @@
 #include <array>
 #include <span>
 #include <string_view>
-#include <vector>
 
 namespace yfw {
 
@@ -55,6 +54,26 @@ bool is_hollow(const Node *node) {
         }
     }
     return true;
+}
+
+const Node *entry_around(const Node *node) {
+    while (node->up() != nullptr && node->schema().kind != NodeKind::list) {
+        node = node->up();
+    }
+    return node;
+}
+
+Node *descendant(const Node *above, const SchemaNode &schema) {
+    if (&above->schema() == &schema) {
+        return const_cast<Node *>(above);
+    }
+    const Node *parent = schema.parent == nullptr ? nullptr : descendant(above, *schema.parent);
+    return parent == nullptr ? nullptr : child(parent, schema);
+}
+
+Node *ensure_descendant(Arena &arena, Node *above, const SchemaNode &schema) {
+    return &above->schema() == &schema ? above
+                                       : ensure_child(arena, ensure_descendant(arena, above, *schema.parent), schema);
 }
 
 Node *counterpart_below(Node *parent, const Node *node) {
@@ -122,11 +141,9 @@ void copy_into(Arena &arena, Node *into, const Node *from, std::uint32_t operati
         take_name_space(into, from);
         return;
     }
-    for (const Node *below = from->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            copy_into(arena, ensure_counterpart_below(arena, into, below), below, operation);
-        }
-    }
+    for_each_below(from, [&](const Node *below) {
+        copy_into(arena, ensure_counterpart_below(arena, into, below), below, operation);
+    });
 }
 
 Node *copy_to(Arena &arena, Node *root, const Node *from, std::uint32_t operation) {
@@ -136,15 +153,7 @@ Node *copy_to(Arena &arena, Node *root, const Node *from, std::uint32_t operatio
 }
 
 void take_children(Node *node) {
-    std::vector<Node *> surplus;
-    for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            surplus.push_back(below);
-        }
-    }
-    for (Node *below : surplus) {
-        unlink(below);
-    }
+    take_children_if(node, [](const Node *) { return true; });
 }
 
 void take_out(Node *node) {

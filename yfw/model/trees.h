@@ -9,8 +9,50 @@
 
 namespace yfw {
 
-// Whether a node holds nothing but its keys.
+// Calls visit(child) for the children in the schema's order, the entries of a list one after the other.
+template <typename Visit>
+void for_each_in_order(const Node *parent, Visit visit) {
+    for_each_member(parent, [&visit](Node *first) {
+        for (Node *node = first; node != nullptr; node = node->schema().repeats() ? next_entry(node) : nullptr) {
+            visit(node);
+        }
+    });
+}
+
+// Calls visit(child) for the children but keys; the one at hand may be taken out.
+template <typename Visit>
+void for_each_below(const Node *parent, Visit visit) {
+    Node *next = nullptr;
+    for (Node *node = parent->first(); node != nullptr; node = next) {
+        next = node->next();
+        if (!node->schema().is_key) {
+            visit(node);
+        }
+    }
+}
+
+// Whether a node holds nothing but its keys. A leaf does.
 bool is_bare(const Node *node);
+
+// Calls visit(node) for the bare nodes of a tree.
+template <typename Visit>
+void for_each_innermost(const Node *root, const Visit &visit) {
+    for_each_below(root, [&visit](Node *node) {
+        if (is_bare(node)) {
+            visit(node);
+        } else {
+            for_each_innermost(node, visit);
+        }
+    });
+}
+
+// The list entry that a node lies in, or is; the root when there is none.
+const Node *entry_around(const Node *node);
+
+// The node of a schema node at or below another node, by current entries; null when a level is missing.
+Node *descendant(const Node *above, const SchemaNode &schema);
+// The same with the missing levels added.
+Node *ensure_descendant(Arena &arena, Node *above, const SchemaNode &schema);
 
 // The same with containers that say nothing in it: without presence, operation, or anything but such containers below.
 bool is_hollow(const Node *node);
@@ -31,8 +73,17 @@ void copy_into(Arena &arena, Node *into, const Node *from, std::uint32_t operati
 // The copy of a node under its counterpart's place in another tree.
 Node *copy_to(Arena &arena, Node *root, const Node *from, std::uint32_t operation);
 
-// Takes out all that lies in a node but its keys.
+// Takes out all that lies in a node but its keys, or those children that goes(child) says it of.
 void take_children(Node *node);
+template <typename Goes>
+void take_children_if(Node *node, Goes goes) {
+    for_each_below(node, [&goes](Node *below) {
+        if (goes(below)) {
+            release_name_spaces(below);
+            unlink(below);
+        }
+    });
+}
 
 // Takes a node out, and what it lies in as far as that holds nothing else then and has no operation.
 void take_out(Node *node);

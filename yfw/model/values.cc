@@ -12,6 +12,8 @@ namespace {
 
 constexpr std::size_t longest_shown = 60;
 
+} // namespace
+
 std::string shortened(std::string_view value) {
     if (value.size() <= longest_shown) {
         return std::string(value);
@@ -22,8 +24,6 @@ std::string shortened(std::string_view value) {
     }
     return std::string(value.substr(0, end)) + "...";
 }
-
-} // namespace
 
 std::optional<TakenValue> take_value(const Schema &schema, const SchemaNode &leaf, std::string_view value) {
     if (leaf.type == BaseType::identityref || leaf.type == BaseType::union_) {

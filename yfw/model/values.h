@@ -20,7 +20,8 @@ struct TakenValue {
 // Nothing when the leaf's type does not take the value, which must outlive the result.
 std::optional<TakenValue> take_value(const Schema &schema, const SchemaNode &leaf, std::string_view value);
 
-// For messages: the value in quotes and shortened; never a secret's.
+// For messages: as much of a value as a line should have; and that in quotes, never a secret's.
+std::string shortened(std::string_view value);
 std::string shown(const SchemaNode &leaf, std::string_view value);
 
 // Why take_value yielded nothing.

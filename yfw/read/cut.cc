@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 namespace yfw {
 
@@ -57,7 +56,7 @@ void add_covering(const Node *node, const Node *filter, Filters &covering) {
         }
         return;
     }
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(filter, schema)) {
         const bool matches = schema.kind == NodeKind::list
                                  ? entry_matches(node, entry)
                                  : entry->value == nullptr || std::strcmp(entry->value, node->value) == 0;
@@ -67,47 +66,25 @@ void add_covering(const Node *node, const Node *filter, Filters &covering) {
     }
 }
 
-namespace {
-
-bool covers_all(const Node *filter) {
-    for (const Node *below = filter->schema().is_inner() ? filter->first() : nullptr; below != nullptr;
-         below = below->next()) {
-        if (!below->schema().is_key) {
-            return false;
-        }
-    }
-    return true;
-}
-
-} // namespace
-
 bool any_covers_all(const Filters &filters) {
-    return std::any_of(filters.begin(), filters.end(), covers_all);
+    return std::any_of(filters.begin(), filters.end(), is_bare);
 }
 
 namespace {
 
 void cut_below(Node *data, const Filters &filters) {
-    std::vector<Node *> surplus;
     Filters covering;
-    for (Node *node = data->first(); node != nullptr; node = node->next()) {
+    take_children_if(data, [&](Node *node) {
         covering.clear();
         for (const Node *filter : filters) {
             add_covering(node, filter, covering);
         }
-        if (covering.empty() && !node->schema().is_key) {
-            surplus.push_back(node);
-        } else if (!covering.empty() && node->schema().is_inner() && !any_covers_all(covering)) {
-            cut_below(node, covering);
-            if (covers_all(node)) {
-                surplus.push_back(node); // only the way to what is not there
-            }
+        if (covering.empty() || !node->schema().is_inner() || any_covers_all(covering)) {
+            return covering.empty();
         }
-    }
-    for (Node *node : surplus) {
-        release_name_spaces(node);
-        unlink(node);
-    }
+        cut_below(node, covering);
+        return is_bare(node); // only the way to what is not there
+    });
 }
 
 } // namespace

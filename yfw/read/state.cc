@@ -1,6 +1,7 @@
 #include "read/state.h"
 
 #include "bgp/roots.h"
+#include "model/trees.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,46 +11,12 @@ namespace yfw {
 
 namespace {
 
-bool holds_list(const SchemaNode &schema) {
-    return std::any_of(schema.children.begin(), schema.children.end(), [](const SchemaNode *below) {
-        return below->kind == NodeKind::list || (below->kind == NodeKind::container && holds_list(*below));
-    });
-}
-
-bool is_bare(const Node *node) {
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            return false;
-        }
-    }
-    return true;
-}
-
 void narrow(Node *node) {
-    std::vector<Node *> below;
-    for (Node *child = node->first(); child != nullptr; child = child->next()) {
-        if (child->schema().is_inner()) {
-            below.push_back(child);
-        }
-    }
-    for (Node *child : below) {
-        narrow(child);
-        const SchemaNode &schema = child->schema();
-        if (is_bare(child) && (schema.kind == NodeKind::list || holds_list(schema))) {
-            unlink(child);
-        }
-    }
-}
-
-// Adds a node below one of those that it lies in; of lists on the way the current entries.
-void add_below(Arena &arena, Node *node, const SchemaNode &wanted) {
-    std::vector<const SchemaNode *> levels;
-    for (const SchemaNode *level = &wanted; level != &node->schema(); level = level->parent) {
-        levels.push_back(level);
-    }
-    for (; !levels.empty(); levels.pop_back()) {
-        node = ensure_child(arena, node, *levels.back());
-    }
+    take_children_if(node, [](Node *below) {
+        narrow(below);
+        const SchemaNode &schema = below->schema();
+        return is_bare(below) && (schema.kind == NodeKind::list || schema.holds_list);
+    });
 }
 
 void narrow_entries(Request &request, Node *node) {
@@ -62,7 +29,7 @@ void narrow_entries(Request &request, Node *node) {
         if (signs != entry_signs.end()) {
             for (const std::string_view leaf : signs->leaves) {
                 if (const SchemaNode *wanted = request.schema().find(leaf); !leaf.empty() && wanted != nullptr) {
-                    add_below(request.arena(), below, *wanted);
+                    ensure_descendant(request.arena(), below, *wanted);
                 }
             }
         } else if (schema.holds_list) {
@@ -92,8 +59,7 @@ void copy_below(Arena &arena, const Node *from, Node *into) {
 
 void name_twice(Arena &arena, Node *instances, const SchemaNode &list) {
     std::vector<std::pair<const Node *, const char *>> missing;
-    const Entries *all = entries(instances, list);
-    for (const Node *entry = all == nullptr ? nullptr : all->first; entry != nullptr; entry = next_entry(entry)) {
+    for (const Node *entry : entries_of(instances, list)) {
         const char *name = key_value(entry, 0);
         if (name != nullptr && std::strcmp(name, "default") == 0) {
             missing.emplace_back(entry, "DEFAULT");

@@ -3,6 +3,7 @@
 #include "bgp/companion.h"
 #include "mapping/call.h"
 #include "mapping/explain.h"
+#include "model/trees.h"
 #include "vnos_platform.h"
 
 #include <utility>
@@ -10,15 +11,6 @@
 namespace yfw {
 
 namespace {
-
-bool is_innermost(const Node *node) {
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            return false;
-        }
-    }
-    return true;
-}
 
 class Walker {
   public:
@@ -63,7 +55,7 @@ void Walker::visit(Node *node) {
     const std::size_t added = request_.added.size();
     const Binding *binding = mapping_.find(schema);
     if (serve(node, binding) && schema.is_inner()) {
-        if (completes_ && is_innermost(node)) {
+        if (completes_ && is_bare(node)) {
             const bool by_plugin = binding != nullptr && (binding->entry->served == Service::callback ||
                                                           binding->entry->served == Service::toplevel);
             if (!by_plugin || request_.added.size() == added) {
@@ -72,11 +64,7 @@ void Walker::visit(Node *node) {
                 want_whole(added);
             }
         }
-        for_each_member(node, [this](Node *first) {
-            for (Node *next = first; next != nullptr; next = first->schema().repeats() ? next_entry(next) : nullptr) {
-                visit(next);
-            }
-        });
+        for_each_in_order(node, [this](Node *below) { visit(below); });
     }
     request_.leave();
 }
@@ -149,15 +137,11 @@ void complete(Request &request, const Mapping &mapping, Node *node, bool state) 
 }
 
 void complete_innermost(Request &request, const Mapping &mapping, Node *node, bool state) {
-    if (node->schema().is_inner() && is_innermost(node)) {
+    if (node->schema().is_inner() && is_bare(node)) {
         complete(request, mapping, node, state);
         return;
     }
-    for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (!below->schema().is_key) {
-            complete_innermost(request, mapping, below, state);
-        }
-    }
+    for_each_below(node, [&](Node *below) { complete_innermost(request, mapping, below, state); });
 }
 
 } // namespace

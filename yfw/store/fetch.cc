@@ -1,5 +1,6 @@
 // Reading of the store into a data tree.
 #include "base/error.h"
+#include "model/trees.h"
 #include "store/store.h"
 
 #include <algorithm>
@@ -16,15 +17,7 @@ bool is_given(const char *key) {
 
 // Whether all that lies in an entry is wanted.
 bool is_wanted_whole(const Node *entry) {
-    if ((entry->flags & whole) != 0) {
-        return true;
-    }
-    for (const Node *node = entry->first(); node != nullptr; node = node->next()) {
-        if (!node->schema().is_key) {
-            return false;
-        }
-    }
-    return true;
+    return (entry->flags & whole) != 0 || is_bare(entry);
 }
 
 bool matches(const Node *wanted, std::string_view values) {

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 // Beside the data: what the store is, and its table of numbers.
 constexpr std::string_view format_key = "f";
-constexpr std::string_view names_key = "n";
+constexpr std::string_view numbers_key = "n";
 constexpr std::string_view format = "yfw store 1";
 constexpr std::string_view format_name = "yfw store ";
 
@@ -121,7 +121,7 @@ FileHandle::~FileHandle() {
     }
 }
 
-void Names::add(const SchemaNode *node) {
+void Numbers::add(const SchemaNode *node) {
     if (node != nullptr) {
         numbers_[node->id] = static_cast<Number>(nodes_.size());
     }
@@ -229,7 +229,7 @@ Transaction Store::begin(Access access) const {
     transaction.txn_.reset(txn);
     check(mdb_dbi_open(txn, nullptr, 0, &transaction.dbi_), directory_, access);
     transaction.check_format(access);
-    transaction.load_names(schema_);
+    transaction.load_numbers(schema_);
     return transaction;
 }
 
@@ -255,15 +255,15 @@ void Transaction::check_format(Access access) {
     }
 }
 
-void Transaction::load_names(const Schema &schema) {
+void Transaction::load_numbers(const Schema &schema) {
     Cursor cursor(*this);
-    for (bool more = cursor.seek(names_key); more && cursor.key().starts_with(names_key); more = cursor.next()) {
-        std::string_view key = cursor.key().substr(names_key.size());
+    for (bool more = cursor.seek(numbers_key); more && cursor.key().starts_with(numbers_key); more = cursor.next()) {
+        std::string_view key = cursor.key().substr(numbers_key.size());
         Number number = 0;
-        if (!take_number(key, number) || number != names_.next()) {
+        if (!take_number(key, number) || number != numbers_.next()) {
             throw_damaged(*directory_);
         }
-        names_.add(schema.find(cursor.bytes()));
+        numbers_.add(schema.find(cursor.bytes()));
     }
 }
 
@@ -316,21 +316,21 @@ bool Transaction::has_any(std::string_view prefix) const {
 }
 
 Number Transaction::ensure_number(const SchemaNode &node) {
-    if (const Number known = names_.number(node); known != 0) {
+    if (const Number known = numbers_.number(node); known != 0) {
         return known;
     }
-    if (names_.next() > UINT16_MAX) {
+    if (numbers_.next() > UINT16_MAX) {
         throw Unusable("the store in " + directory_->string() + " has seen too many models: start a new one");
     }
-    std::string key(names_key);
-    append_number(key, static_cast<Number>(names_.next()));
+    std::string key(numbers_key);
+    append_number(key, static_cast<Number>(numbers_.next()));
     put(key, node.path);
-    names_.add(&node);
-    return names_.number(node);
+    numbers_.add(&node);
+    return numbers_.number(node);
 }
 
 const SchemaNode &Transaction::node(Number number) const {
-    const SchemaNode *found = names_.node(number);
+    const SchemaNode *found = numbers_.node(number);
     if (found == nullptr) {
         throw Unusable("the store in " + directory_->string() +
                        " holds data of models that are not loaded: load the models that it was written with");

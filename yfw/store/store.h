@@ -46,9 +46,9 @@ class FileHandle {
 };
 
 // The store's table of numbers, as one transaction sees it.
-class Names {
+class Numbers {
   public:
-    explicit Names(const Schema &schema) : numbers_(schema.size()) {}
+    explicit Numbers(const Schema &schema) : numbers_(schema.size()) {}
 
     [[nodiscard]] Number number(const SchemaNode &node) const { return numbers_[node.id]; }
     // Null when the loaded models lack the node, or the number was never given.
@@ -92,10 +92,10 @@ class Transaction {
     [[nodiscard]] bool has_any(std::string_view prefix) const;
 
     // The number of a node, 0 when the store has none; ensure_number gives it one.
-    [[nodiscard]] Number number(const SchemaNode &node) const { return names_.number(node); }
+    [[nodiscard]] Number number(const SchemaNode &node) const { return numbers_.number(node); }
     Number ensure_number(const SchemaNode &node);
     // Null when the loaded models lack it.
-    [[nodiscard]] const SchemaNode *find_node(Number number) const { return names_.node(number); }
+    [[nodiscard]] const SchemaNode *find_node(Number number) const { return numbers_.node(number); }
     // Throws Unusable when they lack it.
     [[nodiscard]] const SchemaNode &node(Number number) const;
 
@@ -111,12 +111,12 @@ class Transaction {
     };
 
     Transaction(const std::filesystem::path &directory, const Schema &schema)
-        : directory_(&directory), names_(schema) {}
+        : directory_(&directory), numbers_(schema) {}
     void check_format(Access access);
-    void load_names(const Schema &schema);
+    void load_numbers(const Schema &schema);
 
     const std::filesystem::path *directory_;
-    Names names_;
+    Numbers numbers_;
     FileHandle lock_;                          // outlives the transaction below
     std::unique_ptr<MDB_txn, TxnDeleter> txn_; // null for a store that is not there yet
     unsigned dbi_ = 0;
