@@ -1,5 +1,5 @@
 // Route distinguishers: the parser, and what becomes of a VRF's.
-#include "plugin_fixture.h"
+#include "rows.h"
 
 namespace yfw::test {
 namespace {
@@ -52,31 +52,21 @@ TEST(RouteDistinguisher, IsParsedOrRefused) {
 }
 
 TEST(RouteDistinguisher, BecomesTheLeavesOfTheVrf) {
-    const std::string leaf = "/config/route-distinguisher", blue = network_instance("blue") + leaf;
-    const std::string default_vrf = "ERR: Route-Distinguisher config not allowed inside default VRF\n-> aaf2a000";
-    const std::string failed = "error path\nTRC: ERR: Global Rd extraction failed!!\n-> aaf2a000";
-    play({{{blue + "=65000:1"},
-           "",
-           "R/type=as <none> f1\nR/as-xx=0 <none> f1\nR/as=65000 <none> f1\nR/as-index=1 <none> f1\n-> 0"},
-          {{network_instance("Default") + leaf + "{create}=10.1.1.1:5"},
-           "",
-           "R/type=ipv4-address <create> f1\nR/address=10.1.1.1 <create> f1\nR/address-index=5 <create> f1\n-> 0"},
-          {{blue + "=4200000000:6"},
-           "",
-           "R/type=four-byte-as f1\nR/as-xx=0 f1\nR/as=4200000000 f1\nR/as-index=6 f1\n-> 0",
-           YFW_KIND_READ},
-          {{blue}, "", "R f1\n-> 0", YFW_KIND_READ_STATE},
-          {{blue + "{delete}=no rd"}, "", "R <delete> f1\n-> 0"},
-          {{blue + "{remove}"}, "", "R <remove> f1\n-> 0"},
-          {{blue + "=1:x"}, "", "TRC: ERR: Invalid atoi input\n" + failed},
-          {{blue + "=0:1"}, "", "TRC: ERR: AS number out of range\n" + failed, YFW_KIND_READ},
-          {{blue}, "", failed},
-          {{network_instance("DEFAULT") + leaf + "=1:x"}, "", default_vrf},
-          {{network_instance("default") + leaf + "{delete}"}, "", default_vrf},
-          {{network_instance("") + leaf}, "", default_vrf, YFW_KIND_READ}},
-         [](Scene &scene, Node *node) {
-             const std::string before = node->value == nullptr ? "" : node->value;
-             const std::string result = scene.run<Callback>("oc_vrf_gbl_rd", node, scene.destination);
+    play("oc_vrf_", R"(gbl_rd /config/route-distinguisher
+(blue)*=65000:1 | R/type=as R/as-xx=0 R/as=65000 R/as-index=1 <none> f1; -> 0
+(Default)*{create}=10.1.1.1:5 | R/type=ipv4-address R/address=10.1.1.1 R/address-index=5 <create> f1; -> 0
+? (blue)*=4200000000:6 | R/type=four-byte-as R/as-xx=0 R/as=4200000000 R/as-index=6 f1; -> 0
+?? (blue)* | R f1; -> 0
+(blue)*{delete}=no rd | R <delete> f1; -> 0
+(blue)*{remove} | R <remove> f1; -> 0
+(blue)*=1:x | TRC: ERR: Invalid atoi input; error path; TRC: ERR: Global Rd extraction failed!!; -> aaf2a000
+? (blue)*=0:1 | TRC: ERR: AS number out of range; error path; TRC: ERR: Global Rd extraction failed!!; -> aaf2a000
+(blue)* | error path; TRC: ERR: Global Rd extraction failed!!; -> aaf2a000
+(DEFAULT)*=1:x | ERR: Route-Distinguisher config not allowed inside default VRF; -> aaf2a000
+(default)*{delete} | ERR: Route-Distinguisher config not allowed inside default VRF; -> aaf2a000
+? /network-instances/network-instance* | ERR: Route-Distinguisher config not allowed inside default VRF; -> aaf2a000)",
+         [](Scene &scene, const std::string &callback, Node *node) {
+             const std::string before = node->value == nullptr ? "" : node->value, result = call(scene, callback, node);
              EXPECT_EQ(node->value == nullptr ? "" : node->value, before); // a copy was split
              return result;
          });

@@ -1,85 +1,58 @@
 // The protocol entry and its "bgp" container: the native skeleton, and the deletes of an instance and of a VRF.
-#include "plugin_fixture.h"
+#include "rows.h"
 
 namespace yfw::test {
 namespace {
 
-// With the operation that the node is left with and the delete expansion.
-std::string toplevel(Scene &scene, Node *bgp) {
-    const std::string result = scene.run<ToplevelCallback>("oc_bgp_toplevel", bgp, 0, scene.destination);
-    return result + ' ' + operation_text(bgp) + ' ' + std::to_string(scene.fields.del_expansion_mode);
-}
-
-// Lines in which * stands for the operation that they carry.
-std::string carrying(const std::string &operation, const std::string &lines) {
-    return std::regex_replace(lines, std::regex("\\*"), "<" + operation + ">");
-}
-
-const std::string skeleton = "I{} *\nI/instance-name=core *\n";
-const std::string whole = skeleton + "I/instance-as/as=1 *\nF/as=100 *\nF/bgp-running= *\n";
-
 TEST(Toplevel, WritesTheSkeleton) {
-    const auto in_vrf = [](const std::string &name) {
-        return carrying("none", whole + "V{} *\nV/vrf-global/exists= *\nV/vrf-name=" + name + " *\n-> 0 none 1");
-    };
-    const std::string bgp = "/bgp", as = "/bgp/global/config/as", stored = "core/1/100";
-    const std::string roots =
-        "B/protocols/protocol/bgp @ocni-bgp-oper\nM/protocols/protocol/bgp @ocni-bpm-oper\n-> 0 none 1";
-    play({{{protocol("DEFAULT") + as + "=65000", protocol("DEFAULT") + bgp},
-           "",
-           carrying("none", skeleton + "-> 0 none 1")},
-          {{protocol("blue") + as, protocol("blue") + bgp + "{create}"},
-           "",
-           carrying("create", skeleton + "-> 0 create 1")},
-          {{protocol("DEFAULT") + bgp}, stored, carrying("none", whole + "-> 0 none 1")},
-          {{protocol("", "core", "bgp") + bgp + "{replace}"}, stored, carrying("replace", whole + "-> 0 replace 1")},
-          {{protocol("default", "core", "") + bgp}, stored, carrying("none", whole + "-> 0 none 1")},
-          {{protocol("blue") + bgp}, stored, in_vrf("blue")},
-          {{protocol("Default") + bgp}, stored, in_vrf("Default")},
-          {{protocol("DEFAULT") + bgp}, "other/1/100", carrying("none", skeleton + no_as + " none 1")},
-          {{protocol("blue") + bgp}, "", carrying("none", skeleton + no_as + " none 1")},
-          {{protocol("DEFAULT", "core", "OSPF") + bgp}, stored, "-> aaf2f600 none 1"},
-          {{protocol("DEFAULT", "core", "BGP4") + bgp + "{delete}"}, stored, "-> aaf2f600 delete 1"},
-          {{protocol("DEFAULT") + bgp}, stored, "-> 0 none 1", YFW_KIND_READ},
-          {{protocol("blue") + bgp}, "", roots, YFW_KIND_READ_STATE}},
-         toplevel);
+    play("oc_bgp_", R"(toplevel
+DEFAULT/AS=65000; DEFAULT/bgp | I[core] <none>; -> 0
+blue/AS; blue/bgp{create} | I[core] <create>; -> 0
+DEFAULT/bgp | I[core] AS[1.100] <none>; -> 0 | core/1/100
+/network-instances/network-instance/protocols/protocol[identifier=bgp][name=core]/bgp{replace} \
+    | I[core] AS[1.100] <replace>; -> 0 | core/1/100
+(default)/protocols/protocol[name=core]/bgp | I[core] AS[1.100] <none>; -> 0 | core/1/100
+blue/bgp | I[core] AS[1.100] V{} S/exists= V/vrf-name=blue <none>; -> 0 | core/1/100
+Default/bgp | I[core] AS[1.100] V{} S/exists= V/vrf-name=Default <none>; -> 0 | core/1/100
+DEFAULT/bgp | I[core] <none>; LOST; NO-AS | other/1/100
+blue/bgp | I[core] <none>; LOST; NO-AS
+(DEFAULT)/protocols/protocol[identifier=OSPF][name=core]/bgp | -> aaf2f600 | core/1/100
+(DEFAULT)/protocols/protocol[identifier=BGP4][name=core]/bgp{delete} | -> aaf2f600 | core/1/100
+? DEFAULT/bgp | -> 0 | core/1/100
+?? blue/bgp | B/protocols/protocol/bgp; M/protocols/protocol/bgp; -> 0)");
     Scene scene(YFW_KIND_READ_STATE);
-    EXPECT_EQ(scene.run<ToplevelCallback>("oc_bgp_toplevel", scene.map(protocol("blue") + bgp), 1, scene.destination),
-              "-> 0");
+    const Node *bgp = scene.map(protocol("blue") + "/bgp");
+    EXPECT_EQ(scene.run<ToplevelCallback>("oc_bgp_toplevel", bgp, 1, scene.destination), "-> 0");
 }
 
 TEST(Toplevel, DeletesAnInstanceOrAVrf) {
-    const auto vrf = [](const std::string &operation, const std::string &upper, const std::string &lower) {
-        return carrying("merge", skeleton + "I/instance-as/as=" + upper + " *\nF/as=" + lower +
-                                     " *\nF/bgp-running= *\nV{} <" + operation + ">\nV/vrf-global/exists{} <" +
-                                     operation + ">\nV/vrf-name=blue *\n-> aaf2f600 ") +
-               operation + " 0";
-    };
-    const std::string del = "/bgp{delete}", as = "/bgp/global/config/as", stored = "core/1/100/blue";
-    const std::string instance = carrying("remove", skeleton + "-> aaf2f600 remove 0");
-    play(
-        {{{protocol("DEFAULT") + del}, stored, instance},
-         {{protocol("default") + as + "=7", protocol("default") + "/bgp{remove}"}, "", instance},
-         {{protocol("DEFAULT", "") + del}, stored, "/bgp <remove>\n-> aaf2f600 remove 0"},
-         {{protocol("blue") + del}, stored, vrf("delete", "1", "100")},
-         {{protocol("blue", "") + "/bgp{remove}"}, stored, vrf("remove", "1", "100")},
-         {{protocol("blue") + as, protocol("blue") + del}, stored, vrf("delete", "1", "100")},
-         {{protocol("blue") + as + "=65636", protocol("blue") + del}, stored, vrf("delete", "1", "100")},
-         {{protocol("blue") + as + "=65537", protocol("blue") + del}, "core/1/1/blue", vrf("delete", "1", "1")},
-         {{protocol("blue") + as + "=65537", protocol("blue") + del}, "core/0/65537/blue", vrf("delete", "0", "65537")},
-         {{protocol("blue") + as + "=65637", protocol("blue") + del}, stored, wrong_as + " delete 0"},
-         {{protocol("blue", "edge") + as + "=7", protocol("blue", "edge") + del},
-          stored,
-          "TRC: Wrong instance name!\nerror path: VRF configured in different instance\n-> aaf2a000 delete 0"},
-         {{protocol("Default") + del},
-          stored,
-          none_found + "TRC: Couldn't Find the VRF in sysdb!\n-> aaf2f600 delete 0"}},
-        toplevel);
-    play({{{protocol("DEFAULT") + del}, stored, "-> aaf2f600 delete 2"},
-          {{protocol("blue") + del}, stored, "-> aaf2f600 delete 2"}},
-         [](Scene &scene, Node *bgp) {
+    play("oc_bgp_", R"(toplevel
+DEFAULT/bgp{delete} | I[core] <remove>; -> aaf2f600 remove, expansion 0 | core/1/100/blue
+default/AS=7; default/bgp{remove} | I[core] <remove>; -> aaf2f600, expansion 0
+(DEFAULT)/protocols/protocol[identifier=BGP]/bgp{delete} | /bgp <remove>; -> aaf2f600 remove, expansion 0 \
+    | core/1/100/blue
+blue/bgp{delete} | I[core] AS[1.100] <merge>; V{} S/exists{} <delete>; V/vrf-name=blue <merge>; \
+    -> aaf2f600, expansion 0 | core/1/100/blue
+(blue)/protocols/protocol[identifier=BGP]/bgp{remove} | I[core] AS[1.100] <merge>; V{} S/exists{} <remove>; \
+    V/vrf-name=blue <merge>; -> aaf2f600, expansion 0 | core/1/100/blue
+blue/AS; blue/bgp{delete} | I[core] AS[1.100] <merge>; V{} S/exists{} <delete>; V/vrf-name=blue <merge>; \
+    -> aaf2f600, expansion 0 | core/1/100/blue
+blue/AS=65636; blue/bgp{delete} | I[core] AS[1.100] <merge>; V{} S/exists{} <delete>; V/vrf-name=blue <merge>; \
+    -> aaf2f600, expansion 0 | core/1/100/blue
+blue/AS=65537; blue/bgp{delete} | I[core] AS[1.1] <merge>; V{} S/exists{} <delete>; V/vrf-name=blue <merge>; \
+    -> aaf2f600, expansion 0 | core/1/1/blue
+blue/AS=65537; blue/bgp{delete} | I[core] AS[0.65537] <merge>; V{} S/exists{} <delete>; V/vrf-name=blue <merge>; \
+    -> aaf2f600, expansion 0 | core/0/65537/blue
+blue/AS=65637; blue/bgp{delete} | WRONG-AS, expansion 0 | core/1/100/blue
+blue.edge/AS=7; blue.edge/bgp{delete} | TRC: Wrong instance name!; error path: VRF configured in different instance; \
+    -> aaf2a000, expansion 0 | core/1/100/blue
+Default/bgp{delete} | LOST; TRC: Couldn't Find the VRF in sysdb!; -> aaf2f600, expansion 0 | core/1/100/blue)");
+    play("oc_bgp_", R"(toplevel
+DEFAULT/bgp{delete} | -> aaf2f600 | core/1/100/blue
+blue/bgp{delete} | -> aaf2f600 | core/1/100/blue)",
+         [](Scene &scene, const std::string &callback, Node *bgp) {
              scene.fields.del_expansion_mode = YFW_EXPAND_COVERED;
-             return toplevel(scene, bgp);
+             return call(scene, callback, bgp);
          });
 }
 
