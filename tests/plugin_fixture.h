@@ -112,7 +112,7 @@ class Database {
         show(lines);
     }
 
-  protected:
+    // Of native lines.
     struct Lines {
         std::string text;
     };
