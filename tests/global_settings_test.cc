@@ -127,26 +127,6 @@ TEST(GlobalSettings, KeepAPurgeTimeThatIsThere) {
     }
 }
 
-TEST(GlobalFamilies, GoWithTheirList) {
-    play("oc_bgp_", R"(gbl_afisafis_parent /bgp/global/afi-safis
-DEFAULT* | Q/global-afs <none>; -> 0
-blue*{replace} | S/vrf-global-afs <replace>; -> 0
-default*{delete} | Q/global-afs <delete>; -> aaf2f600
-Default*{remove} | S/vrf-global-afs <remove>; -> aaf2f600
-? -* | Q/global-afs=; S/vrf-global-afs=; -> 0
-?? blue* | S/vrf-global-afs=; B:global/afi-safis; -> 0
-gbl_afisafi_afname /bgp/global
-DEFAULT*#V4 | Q/global-afs/global-af[v4] <none>; -> 0
-blue*#V4{create} | S/vrf-global-afs/vrf-global-af[v4] <create>; -> 0
-DEFAULT*#L2VPN_EVPN{delete} | Q/global-afs/global-af{} <remove>; Q/global-afs/global-af/af-name=l2vpn-evpn; -> 0 remove
-blue*#V4{remove} | S/vrf-global-afs/vrf-global-af{} <remove>; S/vrf-global-afs/vrf-global-af/af-name=v4; -> 0
-DEFAULT*#IPV4_MULTICAST | TRC: ERR: Input data is invalid !!; REFUSED
-blue*/afi-safis/afi-safi{create} | TRC: ERR: Input data is invalid !!; REFUSED
-? DEFAULT*/afi-safis/afi-safi | Q/global-afs/global-af{}=; Q/global-afs/global-af/af-name=; -> 0
-?? blue*#V4 | S/vrf-global-afs/vrf-global-af{}=; S/vrf-global-afs/vrf-global-af/af-name=v4; B:global/AF{}; \
-    B:global/AF/afi-safi-name=IPV4_UNICAST; -> 0)");
-}
-
 TEST(GlobalSelections, MarkWhatApplies) {
     // The callback, the kind, the number of candidates, what is mapped; those marked. No refusal of state levels here.
     for (const auto &row : table(R"(confed | 2 | 3 | DEFAULT | confederation | 111

@@ -4,25 +4,6 @@
 namespace yfw::test {
 namespace {
 
-TEST(GlobalAs, MakesAnInstanceOrIsHeldAgainstIt) {
-    play("oc_bgp_", R"(global_config_as
-DEFAULT/AS=4200000000 | LOST; I/instance-as/as=0 F/bgp-running= F/as=4200000000 <none>; -> 0
--/AS{create}=1 | LOST; I/instance-as/as=0 F/bgp-running= F/as=1 <create>; -> 0 | other/1/100
-default/AS=65636 | I/instance-as/as=1 F/bgp-running= F/as=100 <none>; -> 0 | core/1/100
-DEFAULT/AS=65637 | WRONG-AS | core/1/100
-DEFAULT/AS | TRC: AS Number Missing!; error path: Missing AS Number; -> aaf2a000 | core/1/100
-blue/AS=7 | LOST; I/instance-as/as=0 F/bgp-running= F/as=7 S/exists= V/vrf-name=blue <none>; -> 0
-Default/AS=65537 | I/instance-as/as=0 F/bgp-running= F/as=65537 S/exists= V/vrf-name=Default <none>; -> 0 | core/0/65537
-blue/AS=100 | WRONG-AS | core/1/100
-(blue){remove}; blue/AS=7 | I/instance-as/as=0 F/bgp-running= F/as=7 <none>; V{} S/exists{} <remove>; \
-    V/vrf-name=blue <merge>; -> 0 merge | core/0/7
-// A VRF's AS goes with the VRF, whatever its value.
-blue/AS{delete}=9 | AS[0.9] <merge>; V{} S/exists{} <remove>; V/vrf-name=blue <delete>; -> 0 | core/1/100
-blue/AS{remove} | I/instance-as/as=0 F/as F/bgp-running= <merge>; V{} S/exists{} V/vrf-name=blue <remove>; -> 0
-? DEFAULT/AS | I/instance-as/as=; F/bgp-running=; F/as; -> 0
-?? blue/AS=7 | I/instance-as/as=; F/bgp-running=; F/as=7; V/vrf-name=blue; -> 0 | core/1/100)");
-}
-
 TEST(GlobalAs, TakesTheWholeInstanceAlongWhenItIsDeleted) {
     // Behind the result the operations of the native instance and of its name.
     play("oc_bgp_", R"(global_config_as

@@ -1,5 +1,5 @@
-// Route distinguishers: the parser, and what becomes of a VRF's.
-#include "rows.h"
+// The parser of route distinguishers.
+#include "plugin_fixture.h"
 
 namespace yfw::test {
 namespace {
@@ -49,27 +49,6 @@ TEST(RouteDistinguisher, IsParsedOrRefused) {
             EXPECT_EQ(result == "-> 0" ? found.str() : result, result == "-> 0" ? expected : refusal);
         }
     }
-}
-
-TEST(RouteDistinguisher, BecomesTheLeavesOfTheVrf) {
-    play("oc_vrf_", R"(gbl_rd /config/route-distinguisher
-(blue)*=65000:1 | R/type=as R/as-xx=0 R/as=65000 R/as-index=1 <none> f1; -> 0
-(Default)*{create}=10.1.1.1:5 | R/type=ipv4-address R/address=10.1.1.1 R/address-index=5 <create> f1; -> 0
-? (blue)*=4200000000:6 | R/type=four-byte-as R/as-xx=0 R/as=4200000000 R/as-index=6 f1; -> 0
-?? (blue)* | R f1; -> 0
-(blue)*{delete}=no rd | R <delete> f1; -> 0
-(blue)*{remove} | R <remove> f1; -> 0
-(blue)*=1:x | TRC: ERR: Invalid atoi input; error path; TRC: ERR: Global Rd extraction failed!!; -> aaf2a000
-? (blue)*=0:1 | TRC: ERR: AS number out of range; error path; TRC: ERR: Global Rd extraction failed!!; -> aaf2a000
-(blue)* | error path; TRC: ERR: Global Rd extraction failed!!; -> aaf2a000
-(DEFAULT)*=1:x | ERR: Route-Distinguisher config not allowed inside default VRF; -> aaf2a000
-(default)*{delete} | ERR: Route-Distinguisher config not allowed inside default VRF; -> aaf2a000
-? /network-instances/network-instance* | ERR: Route-Distinguisher config not allowed inside default VRF; -> aaf2a000)",
-         [](Scene &scene, const std::string &callback, Node *node) {
-             const std::string before = node->value == nullptr ? "" : node->value, result = call(scene, callback, node);
-             EXPECT_EQ(node->value == nullptr ? "" : node->value, before); // a copy was split
-             return result;
-         });
 }
 
 } // namespace

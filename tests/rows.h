@@ -20,6 +20,11 @@ inline std::string replaced(std::string text, const Forms &forms) {
     return text;
 }
 
+// The bytes of a file of rows, or of a table that a test makes rows of.
+inline std::string callback_file(const std::string &name) {
+    return file_bytes(fs::path(YFW_TESTS_DIR) / "callbacks" / name);
+}
+
 inline const std::string blue = "~/vrfs/vrf[vrf-name=blue]";
 inline const std::string blue_neighbor = blue + "/vrf-neighbors/vrf-neighbor[neighbor-address=10.0.0.1]";
 inline const std::string edge = "~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=edge]";
@@ -158,12 +163,15 @@ inline std::string call(Scene &scene, const std::string &name, const Node *node)
     yfw_req_ctx &fields = scene.fields;
     fields.common_data_ptr = vnos_named_calloc_(1, sizeof(Node), "YFW MAP", 0); // of a protocol entry, named so:
     std::strcpy(static_cast<char *>(fields.common_data_ptr), "core");
-    const std::string operation = operation_text(node);
+    const std::string operation = operation_text(node), value = node->value == nullptr ? "" : node->value;
     const std::uint32_t expansion = fields.del_expansion_mode;
     std::string result = toplevels.count(name) != 0
                              ? scene.run<ToplevelCallback>(name.c_str(), node, 0U, scene.destination)
                              : scene.run<Callback>(name.c_str(), node, scene.destination);
     vnos_named_free(std::exchange(fields.common_data_ptr, nullptr));
+    if (name.find("_interval") == name.npos) { // which cuts its value at the point
+        EXPECT_EQ(node->value == nullptr ? "" : node->value, value);
+    }
     result += operation_text(node) == operation ? "" : ' ' + operation_text(node);
     result += fields.del_expansion_mode == expansion ? "" : ", expansion " + std::to_string(fields.del_expansion_mode);
     return brief(result + (fields.entire_bgp_delete ? ", whole" : ""));
@@ -179,15 +187,29 @@ inline void mark_present(Node *node) {
 
 using Play = std::function<std::string(Scene &, const std::string &, Node *)>;
 
-// Rows "request | what comes of it | instances stored", under lines "callback leaf", for which "*" stands in their
-// requests. A request is lines, of which the last is mapped; "?" is a read, "??" one with state.
+// A system database in force that shows native lines of the instance core.
+class Stored : public Database {
+  public:
+    explicit Stored(const std::string &lines) : Database(Lines{native_lines("~ bgp-running=\n" + lines)}) {}
+};
+
+// Rows "request | what comes of it | instances stored". A line "callback leaf" is about those below it, in whose
+// requests "*" stands for the leaf; a line "= entries" stores these for them. A request is lines, of which the last is
+// mapped; "?" is a read, "??" one with state.
 inline void play(const std::string &prefix, const std::string &rows, const Play &run = call) {
     std::string callback, leaf;
+    std::optional<Stored> stored;
     for (auto row : table(rows)) {
         if (row.size() == 1) {
             const std::size_t blank = std::min(row[0].find(' '), row[0].size());
-            callback = prefix + row[0].substr(0, blank);
-            leaf = row[0].substr(std::min(blank + 1, row[0].size()));
+            const std::string first = row[0].substr(0, blank), rest = row[0].substr(std::min(blank + 1, row[0].size()));
+            if (first == "=") {
+                stored.reset();
+                rest.empty() ? void() : void(stored.emplace(rest));
+                continue;
+            }
+            callback = prefix + first;
+            leaf = rest;
             continue;
         }
         row.resize(3);
@@ -204,11 +226,5 @@ inline void play(const std::string &prefix, const std::string &rows, const Play 
         EXPECT_EQ(run(scene, callback, node), row[1]);
     }
 }
-
-// A system database in force that shows native lines of the instance core.
-class Stored : public Database {
-  public:
-    explicit Stored(const std::string &lines) : Database(Lines{native_lines("~ bgp-running=\n" + lines)}) {}
-};
 
 } // namespace yfw::test

@@ -158,32 +158,6 @@ TEST(StateLeaves, CarryTheirIdentitiesAndRouteDistinguishers) {
     }
 }
 
-TEST(StateRequests, AskTheOperationalModels) {
-    play("ocni_", R"(bgp_gbl_state_af_name
-?? blue/bgp/global/AF | B:global/AF/state/afi-safi-name; -> 0
--/bgp/global/AF | -> 0
-bgp_nbr_state_af_name
-?? blue@/AF | B:neighbors/neighbor-AFS/neighbors-afi-safi/state/afi-safi-name; -> 0
-bgp_nbrgrp_state_af_name
-?? -&&/AF=IPV4_UNICAST | M:peer-groups/peer-group-AFS/peer-groups-afi-safi/state/afi-safi-name=IPV4_UNICAST; -> 0
-? -&&/AF | -> 0
-bgp_state_rd /state/route-distinguisher
-?? (blue)* | B{}; B/name=blue; B/state/route-distinguisher; -> 0
-?? /network-instances/network-instance* | B{}; B/name; B/state/route-distinguisher; -> 0
-?? (default)* | TRC: Peer-Group is not supported inside VRF; REFUSED
-? (DEFAULT)* | TRC: Peer-Group is not supported inside VRF; REFUSED
-? (blue)* | -> 0
-vn_oper_peer_group_top /bgp/peer-groups
-?? DEFAULT* | F/default-vrf/bgp-entity/neighbor-groups; M:peer-groups; -> 0
-?? default* | F/default-vrf/bgp-entity/neighbor-groups; M:peer-groups; -> 0
-?? -* | F/default-vrf/bgp-entity/neighbor-groups; M:peer-groups; -> 0
-? -* | F/default-vrf/bgp-entity/neighbor-groups; -> 0
-?? blue* | TRC: Peer-Group is not supported inside VRF; -> aaf2f600
-blue*{delete} | TRC: Peer-Group is not supported inside VRF; -> aaf2f600
--*{create} | F/default-vrf/bgp-entity/neighbor-groups <create>; -> 0
--*{remove} | F/default-vrf/bgp-entity/neighbor-groups <remove>; -> aaf2f600)");
-}
-
 TEST(StateConverters, AreExact) {
     using Convert = const char *(yfw_map_ctx, const Tree *);
     for (const auto &[name, native_words, odd] :
