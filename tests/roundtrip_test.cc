@@ -34,14 +34,18 @@ constexpr struct {
     {"DEFAULT", "any", "/config/route-distinguisher"},
 };
 
-std::vector<std::string> words(std::string_view text) {
+std::vector<std::string> split(std::string_view text, char at) {
     std::istringstream stream{std::string(text)};
-    return {std::istream_iterator<std::string>(stream), {}};
+    std::vector<std::string> parts;
+    for (std::string part; std::getline(stream, part, at);) {
+        parts.push_back(part);
+    }
+    return parts;
 }
 
 bool is_exception(const std::string &path, std::string_view value, const std::string &vrf) {
     return std::any_of(std::begin(exceptions), std::end(exceptions), [&](const auto &row) {
-        const auto leaves = words(row.leaves);
+        const auto leaves = split(row.leaves, ' ');
         return (row.vrf == "both" || row.vrf == vrf) && (row.value == "any" || row.value == value) &&
                std::any_of(leaves.begin(), leaves.end(), [&](const auto &leaf) { return path.ends_with(leaf); });
     });
@@ -58,32 +62,10 @@ const std::map<std::string, std::string> list_keys{
     {"peer-group", group_entry}};
 
 // Legal values of all kinds; each leaf takes those of its type.
-constexpr const char *samples[] = {"",
-                                   "true",
-                                   "false",
-                                   "1",
-                                   "2",
-                                   "128",
-                                   "65535",
-                                   "70000",
-                                   "4294967295",
-                                   "192.0.2.7",
-                                   "65000:100",
-                                   "10.1.1.1:5",
-                                   "4200000000:7",
-                                   "IPV4_UNICAST",
-                                   "90",
-                                   "5.250",
-                                   "0.5",
-                                   "eth0",
-                                   "2001:db8::1",
-                                   "a text",
-                                   "edge",
-                                   "pass \" <word> é",
-                                   "ACCEPT_ROUTE",
-                                   "REJECT_ROUTE",
-                                   "PRIVATE_AS_REMOVE_ALL",
-                                   "PRIVATE_AS_REPLACE_ALL"};
+const auto samples = split("|true|false|1|2|128|65535|70000|4294967295|192.0.2.7|65000:100|10.1.1.1:5|4200000000:7|90|"
+                           "5.250|0.5|IPV4_UNICAST|eth0|2001:db8::1|a text|edge|pass \" <word> é|ACCEPT_ROUTE|"
+                           "REJECT_ROUTE|PRIVATE_AS_REMOVE_ALL|PRIVATE_AS_REPLACE_ALL",
+                           '|');
 
 class RoundTrip : public testing::Test {
   protected:
@@ -227,9 +209,9 @@ void RoundTrip::check_all(const std::string &vrf) {
         }
         ++leaves;
         bool any = is_exception(leaf.path, "", vrf);
-        for (const char *value : samples) {
+        for (const std::string &value : samples) {
             if (engine().schema().accepts(leaf, value, nullptr)) {
-                any = try_value(leaf, instance(leaf, vrf), value, vrf) || any;
+                any = try_value(leaf, instance(leaf, vrf), value.c_str(), vrf) || any;
             }
         }
         EXPECT_TRUE(any) << "no value of " << leaf.path << " came back";
