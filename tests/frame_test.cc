@@ -51,6 +51,7 @@ TEST(Frame, RefusesMissingArguments) {
                 EXPECT_EQ(scene.run<test::Callback>(name, src, dst), no_arguments) << name;
             }
         }
+        EXPECT_EQ(scene.run<test::Callback>("vn_bgp_vrf_name", src, dst), no_arguments); // another's helper
         EXPECT_EQ(scene.run<ToplevelCallback>("oc_bgp_toplevel", src, 0, dst), no_arguments);
         EXPECT_EQ(scene.run<ToplevelCallback>("ocni_vn_oper_peer_group_top", src, 0, dst), no_arguments);
         for (const char *name :

@@ -64,8 +64,7 @@ inline std::string native_lines(const std::string &text) {
 
 // A node in short: "blue" is the protocol entry of a VRF, "-" that of no network instance in particular, "(blue)" the
 // network instance, "blue@1" the neighbour 10.0.0.1, "blue&" the group edge, "blue@" and "blue&&" no one in particular,
-// "#V4" the entry of a family; "~" and "@1"
-// are native.
+// "#V4" the entry of a family. "~" and "@1" are native, and so is what stands behind a "%", as native_lines() takes it.
 inline std::string request_line(const std::string &line) {
     static const Forms forms{
         {"^\\((\\w+)\\)", "/network-instances/network-instance[name=$1]"},
