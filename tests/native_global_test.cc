@@ -33,8 +33,8 @@ void render(const std::string &rows) {
         for (const char *kind : {"$1? ", "$1?? "}) {
             const std::string expected = wanted ? whole : replaced(whole, "[^;|]*/config/[^;]*;", "");
             play("vn_bgp_", replaced(expected, "(^|\n)\\? ", kind),
-                 [&selection](Scene &scene, const std::string &callback, Node *node) {
-                     scene.fields.selection = selection;
+                 [chosen = selection](Scene &scene, const std::string &callback, Node *node) {
+                     scene.fields.selection = chosen;
                      return call(scene, callback, node);
                  });
         }

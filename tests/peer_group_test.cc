@@ -5,44 +5,48 @@
 namespace yfw::test {
 namespace {
 
+// Plays a callback with a node and a value in all operations; the outcomes are an edit's, a delete's and a read's.
+void play_leaf(const std::string &callback, const std::string &node, const std::string &value, const std::string &entry,
+               const std::array<std::string, 3> &outcomes) {
+    const bool traces = callback.starts_with("peer_group_log_neighbor_state ");
+    Forms forms{{"%E", node},
+                {"%V", value},
+                {"\\| ([^;]*); ", traces ? "| TRC: LogNeighborStateChange $1; " : "| "},
+                {"%(\\d)(?=;)", "%$1 <>"}};
+    for (const std::size_t outcome : {0U, 1U, 2U}) {
+        const std::string mark = "%" + std::to_string(outcome),
+                          lines = replaced(outcomes.at(outcome), "[^ ]+", entry + "/$&");
+        forms.emplace_back(mark + " <>;", lines.empty() ? "" : replaced(lines, " ", "; ") + ';'); // of no operation
+        forms.emplace_back(lines.empty() ? mark + " <\\w+>;" : mark, lines);
+    }
+    const std::string rows = callback + R"(
+%E*{create}=%V | edit-config for nbr_grp; %0 <create>; -> 0
+%E*{replace}=%V | edit-config for nbr_grp; %0 <replace>; -> 0
+%E*=%V | edit-config for nbr_grp; %0 <none>; -> 0
+%E*{delete}=%V | delete; %1 <delete>; -> 0
+%E*{remove}=%V | delete; %1 <remove>; -> 0
+? %E*=%V | Get; %2; -> 0
+?? %E*=%V | Get; %2; -> 0)";
+    play("oc_bgp_", replaced(rows, forms));
+    if (entry.starts_with('N')) { // a read of any VRF
+        const std::string both = replaced(rows.substr(0, rows.find('\n')) + "\n? -@1* | Get; %2; -> 0", forms);
+        play("oc_bgp_", replaced(both, "N([^;\n]*; )", "N$1W$1"));
+    }
+}
+
 TEST(PeerGroupLeaves, AreWrittenDeletedAndReadLikeANeighborsButForWhatTheyDoOtherwise) {
     for (auto &row : table(callback_file("leaves.table"))) {
         row.resize(10);
-        const std::string family = row[2][0] == '#' ? "A" : "", &value = row[3];
-        const auto play_one = [&](const std::string &callback, const std::string &node, const std::string &entry,
-                                  std::size_t at) {
-            const auto lines = [&](std::size_t cell, const std::string &operation) {
-                const std::string &leaves = row[at + cell].empty() ? row[cell + 4] : row[at + cell],
-                                  whole = replaced(leaves, "[^ ]+", entry + family + "/$&");
-                return leaves.empty()      ? ""
-                       : operation.empty() ? replaced(whole, " ", "; ") + "; "
-                                           : whole + " <" + operation + ">; ";
-            };
-            std::string rows = callback + ' ' + row[2] + '\n';
-            const auto add = [&](const std::string &kind, const std::string &operation, std::size_t cell,
-                                 const std::string &trace) {
-                const bool traces = callback == "peer_group_log_neighbor_state";
-                rows += kind + node + '*' + (operation == "none" || operation.empty() ? "" : '{' + operation + '}') +
-                        '=' + value + " | " + (traces ? "TRC: LogNeighborStateChange " + trace + "; " : "") +
-                        lines(cell, operation) + "-> 0\n";
-            };
-            for (const char *operation : {"create", "replace", "none"}) {
-                add("", operation, 0, "edit-config for nbr_grp");
+        const std::string end = row[2][0] == '#' ? "A" : "";
+        const auto other = [&row](std::size_t at) { return row[at + 3].empty() ? row[at] : row[at + 3]; };
+        if (!row[0].empty()) {
+            play_leaf(row[0] + ' ' + row[2], "DEFAULT&", row[3], 'G' + end, {row[4], row[5], row[6]});
+        }
+        for (const auto &[node, entry] : {std::pair("DEFAULT@1", "N"), {"Default@1", "W"}}) {
+            if (!row[1].empty()) {
+                play_leaf(row[1] + ' ' + row[2], node, row[3], entry + end, {other(4), other(5), other(6)});
             }
-            for (const char *operation : {"delete", "remove"}) {
-                add("", operation, 1, "delete");
-            }
-            for (const char *kind : {"? ", "?? "}) {
-                add(kind, "", 2, "Get");
-            }
-            if (entry == "N") { // a read of any VRF
-                rows += "? -@1* | " + replaced(lines(2, ""), "N([^;]*; )", "N$1W$1") + "-> 0\n";
-            }
-            play("oc_bgp_", callback.empty() ? "" : rows);
-        };
-        play_one(row[0], "DEFAULT&", "G", 4);
-        play_one(row[1], "DEFAULT@1", "N", 7);
-        row[1].empty() ? void() : play_one(row[1], "Default@1", "W", 7);
+        }
     }
 }
 

@@ -167,17 +167,18 @@ class RoundTrip : public testing::Test {
 
     // Everything around the leaf is there already: what is left after its delete is then the delete's doing.
     void prepare(const std::string &vrf) {
-        const std::string bgp = instance(*engine().schema().find(protocol), vrf) + "/bgp",
-                          family = "/afi-safis/afi-safi[afi-safi-name=", name = "]/config/afi-safi-name";
+        const std::string bgp = instance(*engine().schema().find(protocol), vrf) + "/bgp";
+        const auto add_family = [this, &bgp](const std::string &entry, const std::string &family) {
+            edit(bgp + entry + "/afi-safis/afi-safi[afi-safi-name=" + family + "]/config/afi-safi-name",
+                 family.c_str());
+        };
         edit(bgp + "/global/config/as", "65000");
-        edit(bgp + "/global" + family + "IPV6_UNICAST" + name, "IPV6_UNICAST");
-        for (const std::string &entry : {"/neighbors/neighbor" + nbr_entry, "/peer-groups/peer-group" + group_entry}) {
-            for (const SchemaNode *container :
-                 engine().schema().find(protocol + "/bgp/neighbors/neighbor/afi-safis/afi-safi")->children) {
-                const std::string of = family_of(*container);
-                if (!of.empty() && (vrf == "DEFAULT" || entry[1] == 'n')) {
-                    edit(bgp + entry + family + of + name, of.c_str());
-                }
+        add_family("/global", "IPV6_UNICAST");
+        for (const SchemaNode *container :
+             engine().schema().find(protocol + "/bgp/neighbors/neighbor/afi-safis/afi-safi")->children) {
+            if (const std::string family = family_of(*container); !family.empty()) {
+                add_family("/neighbors/neighbor" + nbr_entry, family);
+                vrf == "DEFAULT" ? add_family("/peer-groups/peer-group" + group_entry, family) : void();
             }
         }
     }
