@@ -20,7 +20,7 @@ std::string outcome(const std::string &entry, const std::string &callback, const
 
 // A read of state alone gets no configuration.
 std::string call_twice(Scene &scene, const std::string &callback, Node *node) {
-    const std::string result = call(scene, callback, node);
+    std::string result = call(scene, callback, node);
     scene.fields.selection = {-1, {0, 0}, YFW_SELECT_STATE_ONLY};
     const std::string lines = call(scene, callback, node);
     EXPECT_EQ(lines.find("/config/"), lines.npos) << callback << lines;

@@ -92,11 +92,10 @@ inline std::string request_line(const std::string &line) {
     return line.starts_with('/') ? line : replaced(expand(line), forms);
 }
 
-// A journal in short. N is a neighbour of the default VRF, W one of another, G a group, NA, WA and GA are their
-// families, Q and S the global settings of the two forms; O is OpenConfig's neighbour, P its group, C its global
-// container, E its protocol entry, L its network instance; "B:" and "M:" are in the two operational models. "NA[v4]" is
-// the entry of a family, "NA(v4)" one without a source. What is added in the same way, one after the other, stands in
-// one line.
+// A journal in short. N is a neighbour of the default VRF, W one of another, G a group; NA, WA and GA their families; Q
+// and S the global settings of the two forms; O is OpenConfig's neighbour, P its group, C its global container, E its
+// protocol entry, L its network instance; "B:" and "M:" are in the operational models. "NA[v4]" is the entry of a
+// family, "NA(v4)" one without a source. What is added in the same way, one after the other, stands in one line.
 inline std::string brief(const std::string &lines) {
     static const std::string oc = "(^|\n)/network-instances/network-instance", bgp = oc + "/protocols/protocol/bgp/";
     static const Forms forms{
