@@ -1,5 +1,5 @@
-// The plug-in, called as the framework calls it, with a journal of what it does at the boundary. The two functions at
-// the end stand before libyfw's: they write the journal and hand the call on.
+// The plug-in, called as the framework calls it, with a journal of what it does at the boundary. The functions at the
+// end stand before libyfw's: they write the journal and hand the call on.
 #pragma once
 
 #include "base/memory.h"
@@ -28,10 +28,7 @@ using ToplevelCallback = cerrno(yfw_map_ctx, const Tree *, unsigned, Tree *);
 using Selection = cerrno(yfw_map_ctx, int, xpath_list_type_t *);
 
 const std::string none_found = "TRC: Couldn't Find the VRF/AS in sysdb!\n";
-const std::string wrong_as = "TRC: Wrong AS Number!\nerror path: Improper AS Number\n-> aaf2a000";
-const std::string no_as = none_found +
-                          "TRC: No AS number under the instance: core. First create the AS number and then edit "
-                          "under BGP\nerror path: AS number NOT alreadycreated under instance\n-> aaf2a000";
+const std::string no_arguments = "ERR: Invalid arguments passed!\nerror path\n-> aaf2a000";
 
 inline void *find_exported(const std::string &name) {
     static const Plugin plugin(YFW_PLUGIN);
@@ -115,7 +112,7 @@ class Database {
         show(lines);
     }
 
-  protected:
+    // Of native lines.
     struct Lines {
         std::string text;
     };
@@ -193,10 +190,10 @@ class Scene {
     std::string take() { return journal_.take(); }
 };
 
-// Lines of cells between "|", the first line left out; a line that ends in "\\" goes on. In a cell "; " stands for a
-// new line.
+// Lines of cells between "|", without empty ones and those that begin with "//"; a line that ends in "\\" goes on. In
+// a cell "; " stands for a new line.
 inline std::vector<std::vector<std::string>> table(const std::string &text) {
-    static const std::regex edges("^ +| +$"), semicolon("; "), goes_on("\\\\\n *");
+    static const std::regex edges("^ +| +$"), semicolon("; "), goes_on(" *\\\\\n *");
     std::vector<std::vector<std::string>> rows;
     std::istringstream lines(std::regex_replace(text, goes_on, " "));
     for (std::string line; std::getline(lines, line);) {
@@ -205,28 +202,11 @@ inline std::vector<std::vector<std::string>> table(const std::string &text) {
         for (std::string cell; std::getline(cells, cell, '|');) {
             row.push_back(std::regex_replace(std::regex_replace(cell, edges, ""), semicolon, "\n"));
         }
-        if (!row.empty()) {
+        if (!row.empty() && !row[0].starts_with("//")) {
             rows.push_back(row);
         }
     }
     return rows;
-}
-
-// A request of some lines, of which the last is mapped, on a stored configuration, and what comes of it.
-struct Row {
-    std::vector<std::string> request;
-    std::string stored, expected;
-    std::uint32_t kind = YFW_KIND_EDIT;
-};
-
-inline void play(const std::vector<Row> &rows, const std::function<std::string(Scene &, Node *)> &call) {
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.request.back() + " on " + row.stored + ", kind " + std::to_string(row.kind));
-        Scene scene(row.kind, row.stored);
-        std::for_each(row.request.begin(), row.request.end() - 1,
-                      [&scene](const std::string &line) { scene.add(line); });
-        EXPECT_EQ(call(scene, scene.map(row.request.back())), row.expected);
-    }
 }
 
 } // namespace yfw::test
@@ -243,6 +223,18 @@ __attribute__((used)) inline void yfw_oc_error_path(yfw_map_ctx ctx) {
 }
 
 // "PATH{of a container}=value <operation of the source> fFLAGS @OTHER-MODULE !STATUS"
+inline void note_add(const std::string &path, const char *name_space, const char *value, const std::string &source,
+                     std::uint32_t flags, cerrno status) {
+    const std::string uri = name_space == nullptr ? "none" : name_space;
+    const std::size_t module = uri.rfind(uri.find("PRIVATE-") == uri.npos ? "/" : "-ocni-") + 1;
+    if (yfw::test::journal != nullptr) {
+        yfw::test::journal->note(path + (value == nullptr ? "" : std::string("=") + value) + source +
+                                 (flags == 0 ? "" : " f" + std::to_string(flags)) +
+                                 (uri.ends_with("/Tarn-KEL-VN-ipv4-bgp-cfg") ? "" : " @" + uri.substr(module)) +
+                                 (status == 0 ? "" : " !" + yfw::test::hex(status)) + '\n');
+    }
+}
+
 __attribute__((used)) inline cerrno
 yfw_map_datatree_add_path_flagged(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree, const char *path,
                                   const char *name_space, const char *value, const struct cidl_yfw_datatree *source,
@@ -250,17 +242,19 @@ yfw_map_datatree_add_path_flagged(yfw_map_ctx ctx, struct cidl_yfw_datatree *tre
     static const auto next = reinterpret_cast<decltype(&yfw_map_datatree_add_path_flagged)>(
         dlsym(RTLD_NEXT, "yfw_map_datatree_add_path_flagged"));
     const cerrno status = next(ctx, tree, path, name_space, value, source, added, container, flags);
-    const std::string uri = name_space == nullptr ? "none" : name_space;
-    std::string line =
-        yfw::test::short_path(path) + (container == 1 ? "{}" : "") + (value == nullptr ? "" : std::string("=") + value);
-    line += source == nullptr ? "" : " <" + yfw::test::operation_text(source) + ">";
-    line += flags == 0 ? "" : " f" + std::to_string(flags);
-    line += uri.ends_with("/Tarn-KEL-VN-ipv4-bgp-cfg")
-                ? ""
-                : " @" + uri.substr(uri.rfind(uri.find("PRIVATE-") == uri.npos ? "/" : "-ocni-") + 1);
-    if (yfw::test::journal != nullptr) {
-        yfw::test::journal->note(line + (status == 0 ? "" : " !" + yfw::test::hex(status)) + '\n');
-    }
+    note_add(yfw::test::short_path(path) + (container == 1 ? "{}" : ""), name_space, value,
+             source == nullptr ? "" : " <" + yfw::test::operation_text(source) + ">", flags, status);
+    return status;
+}
+
+__attribute__((used)) inline cerrno yfw_map_datatree_add_path(yfw_map_ctx ctx, struct cidl_yfw_datatree *tree,
+                                                              const char *path, const char *name_space,
+                                                              const char *value, struct cidl_yfw_datatree **added,
+                                                              uint32_t reserved, uint32_t flag) {
+    static const auto next =
+        reinterpret_cast<decltype(&yfw_map_datatree_add_path)>(dlsym(RTLD_NEXT, "yfw_map_datatree_add_path"));
+    const cerrno status = next(ctx, tree, path, name_space, value, added, reserved, flag);
+    note_add(path, name_space, value, "", flag == 0 ? 0 : 1, status);
     return status;
 }
 }

@@ -18,20 +18,12 @@ inline constexpr std::array sample_values{"BGP",        "true",         "false",
                                           "STATIC",     "eth0",         "a text",       "2001:db8::1",
                                           "0.5",        "ACCEPT_ROUTE", "ipv4-unicast", "PRIVATE_AS_REMOVE_ALL"};
 
-// What the mapping goes by.
-inline constexpr std::array<std::pair<std::string_view, std::string_view>, 12> known_values{
-    {{"/network-instances/network-instance/protocols/protocol/name", "core"},
-     {"/network-instances/network-instance/protocols/protocol/bgp/global/config/as", "65000"},
-     {"/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbor-address", "10.0.0.1"},
-     {"/network-instances/network-instance/protocols/protocol/bgp/peer-groups/peer-group/peer-group-name", "RR"},
-     {"/ocni-bgp/network-instances/network-instance/protocols/protocol/name", "core"},
-     {"/ocni-bgp/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbor-address",
-      "10.0.0.1"},
-     {"/ocni-bpm/network-instances/network-instance/protocols/protocol/name", "core"},
-     {"/ocni-bpm/network-instances/network-instance/protocols/protocol/bgp/peer-groups/peer-group/peer-group-name",
-      "RR"},
-     {"/ocni-bpm/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor/neighbor-address",
-      "10.0.0.1"},
+// What the mapping goes by, by the ends of the paths.
+inline constexpr std::array<std::pair<std::string_view, std::string_view>, 7> known_values{
+    {{"/protocols/protocol/name", "core"},
+     {"/protocols/protocol/bgp/global/config/as", "65000"},
+     {"/bgp/neighbors/neighbor/neighbor-address", "10.0.0.1"},
+     {"/bgp/peer-groups/peer-group/peer-group-name", "RR"},
      {"/bgp/instance/instance-name", "core"},
      {"/bgp/instance/instance-as/as", "0"},
      {"/bgp/instance/instance-as/four-byte-as/as", "65000"}}};
@@ -43,8 +35,8 @@ inline std::string sample_value(const Schema &schema, const SchemaNode &leaf) {
     if (repeated != nullptr && repeated->is_key) {
         return sample_value(schema, *repeated);
     }
-    for (const auto &[path, value] : known_values) {
-        if (leaf.path == path) {
+    for (const auto &[end, value] : known_values) {
+        if (leaf.path.ends_with(end)) {
             return std::string(value);
         }
     }

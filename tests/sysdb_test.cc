@@ -1,15 +1,6 @@
-// The system database: each item against the native node it shows, and the functions that the plug-in calls.
-#include "base/memory.h"
-#include "bgp/items.h"
-#include "boundary/system_database.h"
-#include "store_fixture.h"
-#include "sysdb.h"
-#include "vnos_platform.h"
-
-#include <array>
-#include <cstring>
-#include <optional>
-#include <set>
+// The system database: each item against the native node it shows, the functions that the plug-in calls, and its
+// look-up of VRFs and AS numbers.
+#include "rows.h"
 
 namespace yfw::test {
 namespace {
@@ -88,78 +79,59 @@ class SysdbTest : public testing::Test {
 
 using Names = std::vector<std::string>;
 
-// A native node, what to remove for it to go, and the item that shows it.
-struct Row {
-    std::string native, removed, path, value;
-};
-
-// The items of what is like a neighbor.
-void add_neighbor_rows(std::vector<Row> &rows, const std::string &native, const std::string &af,
-                       const std::string &path) {
-    const std::string remove = af + "/remove-private-as-entire-as-path";
-    const std::string replace = af + "/replace-private-as";
-    const std::string items = path + "ord_s/0x10/";
-    std::string remove_all = remove + "/enable=true\n";
-    remove_all += remove + "/entire=true\n";
-    remove_all += remove + "/internal=false";
-    rows.push_back({native + "/update-source-interface=Loopback0", native + "/update-source-interface",
-                    path + "ord_n/update-source", "Loopback0"});
-    rows.push_back(
-        {native + "/local-address/local-ip-address=192.0.2.1", native, path + "ord_n/local_address", "192.0.2.1"});
-    rows.push_back({af, af, items + "ord_a/exists", "#1"});
-    rows.push_back(
-        {af + "/route-reflector-client=true", af + "/route-reflector-client", items + "ord_g/rr-client", "#1"});
-    rows.push_back({af + "/route-reflector-client=false", af, items + "ord_g/rr-client", "#0"});
-    rows.push_back({remove_all, remove, items + "ord_g/rm-private-as", "1,1,0"});
-    rows.push_back({remove + "/internal=true", af, items + "ord_g/rm-private-as", "0,0,1"});
-    rows.push_back({replace + "/enable=true", replace, items + "ord_g/rp-private-as", "1,0"});
-}
-
-std::vector<Row> item_rows() {
-    const std::string instance = "core/0/65000/";
-    const std::string global_af = "~/default-vrf/global/global-afs/global-af[af-name=ipv6-unicast]";
-    std::vector<Row> rows{
-        {"~/bgp-running=", "~/bgp-running", instance + "gbl/edm/ord_a/running", "#1"},
-        {"~/default-vrf/global/graceful-restart-purge-time=600", "~/default-vrf/global/graceful-restart-purge-time",
-         instance + "ord_a/default/gbl/edm/ord_e/purge-time", "#600"},
-        {"~/vrfs/vrf[vrf-name=blue]/vrf-global/exists=", "~/vrfs/vrf[vrf-name=blue]",
-         instance + "ord_b/blue/gbl/edm/ord_a/exists", "#1"},
-    };
-    for (const auto &[native, number] : {std::pair{"connected-routes", "0"},
-                                         {"static-routes", "1"},
-                                         {"ospf-routes/ospf-route/default-metric=0", "2"},
-                                         {"isis-routes", "3"}}) {
-        const std::string path = global_af + '/' + native;
-        rows.push_back({path, path.substr(0, path.find("-routes") + 7),
-                        instance + "ord_a/default/gbl/edm/ord_g/0x5/ord_r/redistribute/0x" + number + "/ord_a/exists",
-                        "#1"});
+// The native node, what to remove for it to go, the item that shows it and its value. E is an entry that is like a
+// neighbour, A its family, P its path in the database; X is the instance's.
+std::vector<std::vector<std::string>> item_rows() {
+    auto rows = table(replaced(R"(
+~/bgp-running= | ~/bgp-running | X/gbl/edm/ord_a/running | #1
+~/default-vrf/global/graceful-restart-purge-time=600 | ~/default-vrf/global/graceful-restart-purge-time \
+    | X/ord_a/default/gbl/edm/ord_e/purge-time | #600
+~/vrfs/vrf[vrf-name=blue]/vrf-global/exists= | ~/vrfs/vrf[vrf-name=blue] | X/ord_b/blue/gbl/edm/ord_a/exists | #1
+F/connected-routes | F/connected-routes | Y0/ord_a/exists | #1
+F/static-routes | F/static-routes | Y1/ord_a/exists | #1
+F/ospf-routes/ospf-route/default-metric=0 | F/ospf-routes | Y2/ord_a/exists | #1
+F/isis-routes | F/isis-routes | Y3/ord_a/exists | #1)",
+                               {{"F/", "~/default-vrf/global/global-afs/global-af[af-name=ipv6-unicast]/"},
+                                {"Y", "X/ord_a/default/gbl/edm/ord_g/0x5/ord_r/redistribute/0x"},
+                                {"X", "core/0/65000"}}));
+    for (const auto &[entry, list, path] :
+         {std::array{"@1", "/neighbor-afs/neighbor-af", "ord_a/default/nbr/________/edm/ord_u/0x3/10.0.0.1/________"},
+          {"~/vrfs/vrf[vrf-name=blue]/vrf-neighbors/vrf-neighbor[neighbor-address=2001:db8::1]",
+           "/vrf-neighbor-afs/vrf-neighbor-af", "ord_b/blue/nbr/________/edm/ord_u/0x3/2001:db8::1/________"},
+          {"~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=RR]",
+           "/neighbor-group-afs/neighbor-group-af", "ord_a/default/nbr/________/edm/ord_q/0x2/________/RR"}}) {
+        const auto more = table(replaced(R"(
+E/update-source-interface=Loopback0 | E/update-source-interface | P/ord_n/update-source | Loopback0
+E/local-address/local-ip-address=192.0.2.1 | E | P/ord_n/local_address | 192.0.2.1
+A | A | P/ord_s/0x10/ord_a/exists | #1
+A/route-reflector-client=true | A/route-reflector-client | P/ord_s/0x10/ord_g/rr-client | #1
+A/route-reflector-client=false | A | P/ord_s/0x10/ord_g/rr-client | #0
+A/RM/enable=true; A/RM/entire=true; A/RM/internal=false | A/RM | P/ord_s/0x10/ord_g/rm-private-as | 1,1,0
+A/RM/internal=true | A | P/ord_s/0x10/ord_g/rm-private-as | 0,0,1
+A/replace-private-as/enable=true | A/replace-private-as | P/ord_s/0x10/ord_g/rp-private-as | 1,0)",
+                                         {{"\\bP/", std::string("core/0/65000/") + path + "/________/"},
+                                          {"RM", "remove-private-as-entire-as-path"},
+                                          {"\\bA\\b", std::string("E") + list + "[af-name=vpnv4-multicast]"},
+                                          {"\\bE(?=[/ ])", entry}}));
+        rows.insert(rows.end(), more.begin(), more.end());
     }
-    const std::string neighbor = "@1";
-    add_neighbor_rows(rows, neighbor, neighbor + "/neighbor-afs/neighbor-af[af-name=vpnv4-multicast]",
-                      instance + "ord_a/default/nbr/________/edm/ord_u/0x3/10.0.0.1/________/________/");
-    const std::string vrf_neighbor =
-        "~/vrfs/vrf[vrf-name=blue]/vrf-neighbors/vrf-neighbor[neighbor-address=2001:db8::1]";
-    add_neighbor_rows(rows, vrf_neighbor, vrf_neighbor + "/vrf-neighbor-afs/vrf-neighbor-af[af-name=vpnv4-multicast]",
-                      instance + "ord_b/blue/nbr/________/edm/ord_u/0x3/2001:db8::1/________/________/");
-    const std::string group = "~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=RR]";
-    add_neighbor_rows(rows, group, group + "/neighbor-group-afs/neighbor-group-af[af-name=vpnv4-multicast]",
-                      instance + "ord_a/default/nbr/________/edm/ord_q/0x2/________/RR/________/");
     return rows;
 }
 
 TEST_F(SysdbTest, ShowsEachNativeNodeAndLosesItWithIt) {
     std::set<std::string> seen;
-    for (const Row &row : item_rows()) {
-        SCOPED_TRACE(row.path);
-        seen.insert(row.path);
-        apply(row.native);
-        EXPECT_EQ(get(row.path), row.value);
-        EXPECT_EQ(find(row.path), Names{row.path});
-        const std::string above = row.path.substr(0, row.path.rfind('/') + 1);
-        EXPECT_EQ(list(above), Names{row.path.substr(above.size())});
-        apply(row.removed + "{remove}");
-        EXPECT_EQ(get(row.path), "none");
-        EXPECT_EQ(find(row.path), Names{});
+    for (const auto &row : item_rows()) {
+        const std::string &path = row[2];
+        SCOPED_TRACE(row[0] + path);
+        seen.insert(path);
+        apply(row[0]);
+        EXPECT_EQ(get(path), row[3]);
+        EXPECT_EQ(find(path), Names{path});
+        const std::string above = path.substr(0, path.rfind('/') + 1);
+        EXPECT_EQ(list(above), Names{path.substr(above.size())});
+        apply(row[1] + "{remove}");
+        EXPECT_EQ(get(path), "none");
+        EXPECT_EQ(find(path), Names{});
         apply("/bgp{remove}");
         EXPECT_TRUE(view_->items("").empty());
     }
@@ -256,18 +228,57 @@ TEST(Families, AreThoseOfTheModel) {
 }
 
 TEST(TupleUnpack, TakesExactlyTheIntegersAskedFor) {
-    const std::vector<std::tuple<const char *, const char *, std::uint32_t>> cases{
-        {"1,-1,0", "%d%d%d", 3},       {"7", "%d", 1},
-        {"1,1", "%d%d%d", UINT32_MAX}, {"1,1,0,1", "%d%d%d", UINT32_MAX},
-        {"1,x", "%d%d", UINT32_MAX},   {"", "%d", UINT32_MAX},
-        {"1,,2", "%d%d", UINT32_MAX},  {nullptr, "%d", UINT32_MAX}};
-    for (const auto &[encoded, format, count] : cases) {
+    for (const auto &[encoded, format, count] : {std::tuple("1,-2,30", "%d%d%d", 3U),
+                                                 {"7", "%d", 1U},
+                                                 {"1,1", "%d%d%d", UINT32_MAX},
+                                                 {"1,1,0,1", "%d%d%d", UINT32_MAX},
+                                                 {"1,x", "%d%d", UINT32_MAX},
+                                                 {"", "%d", UINT32_MAX},
+                                                 {"1,,2", "%d%d", UINT32_MAX},
+                                                 {static_cast<const char *>(nullptr), "%d", UINT32_MAX}}) {
         std::array<std::int32_t, 3> numbers{};
         EXPECT_EQ(tuple_unpack(encoded, format, numbers.data(), &numbers[1], &numbers[2]), count) << encoded;
+        EXPECT_TRUE(count != 3 || numbers == (std::array<std::int32_t, 3>{1, -2, 30}));
     }
-    std::array<std::int32_t, 3> numbers{};
-    tuple_unpack("1,-2,30", "%d%d%d", numbers.data(), &numbers[1], &numbers[2]);
-    EXPECT_EQ(numbers, (std::array<std::int32_t, 3>{1, -2, 30}));
+}
+
+TEST(SystemDatabaseLookup, FindsTheHalvesOfAnInstanceAndTheInstanceOfAVrf) {
+    const std::string longest(32, 'i');
+    // Stored; the VRF ("-" is null), the instance given; all three after, where the halves were "?".
+    for (const auto &[stored, vrf, instance, expected] : std::initializer_list<std::array<std::string, 4>>{
+             {"core/1/100/blue", "blue", "", "core 1 100"},
+             {"core/1/100", "default", "core", "core 1 100"},
+             {"core/1/100 edge/3/4", "DEFAULT", "edge", "edge 3 4"},
+             {"core/1/100", "-", "core", "core 1 100"},
+             {"core/1/100", "Default", "core", none_found + "core ? ?"},
+             {"core/1/100", "default", "cor", none_found + "cor ? ?"},
+             {"core/1/100/blue", "blu", "kept", none_found + "kept ? ?"},
+             {"alpha/0/7/blue core/1/100/blue", "blue", "", "alpha 0 7"},
+             {longest + "/65535/4294967295/red", "red", "", longest + " 65535 4294967295"}}) {
+        SCOPED_TRACE(stored + " " + vrf);
+        Scene scene(YFW_KIND_EDIT, stored);
+        std::string name = vrf;
+        std::array<char, 33> found{};
+        std::array<char, 11> upper{'?'}, lower{'?'};
+        instance.copy(found.data(), found.size() - 1);
+        using Lookup = cerrno(yfw_map_ctx, char *, char *, char *, char *);
+        std::string result = scene.run<Lookup>("yfw_oc_bgp_sysdb_vrf_and_as_lookup", vrf == "-" ? nullptr : name.data(),
+                                               found.data(), upper.data(), lower.data());
+        ASSERT_TRUE(result.ends_with("-> 40818600")) << result; // of the search, or of the end of what it found
+        result.resize(result.size() - 11);
+        EXPECT_EQ(result + found.data() + ' ' + upper.data() + ' ' + lower.data(), expected);
+    }
+}
+
+TEST(SystemDatabaseLookup, ReadsAnItem) {
+    const Scene scene(YFW_KIND_EDIT, "core/1/100");
+    const auto get = exported<cerrno(const char *, void **, std::size_t *)>("yfw_oc_bgp_sysdb_get_data");
+    void *value = nullptr;
+    std::size_t size = 0;
+    EXPECT_EQ(get("core/1/101/gbl/edm/ord_a/running", &value, &size), cerrno{OCBGP_SYSDB_NO_DATA});
+    ASSERT_EQ(get("core/1/100/gbl/edm/ord_a/running", &value, &size), 0U);
+    EXPECT_EQ(size, sizeof(std::uint32_t));
+    vnos_named_free(value);
 }
 
 } // namespace

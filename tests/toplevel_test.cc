@@ -1,85 +1,22 @@
 // The protocol entry and its "bgp" container: the native skeleton, and the deletes of an instance and of a VRF.
-#include "plugin_fixture.h"
+#include "rows.h"
 
 namespace yfw::test {
 namespace {
 
-// With the operation that the node is left with and the delete expansion.
-std::string toplevel(Scene &scene, Node *bgp) {
-    const std::string result = scene.run<ToplevelCallback>("oc_bgp_toplevel", bgp, 0, scene.destination);
-    return result + ' ' + operation_text(bgp) + ' ' + std::to_string(scene.fields.del_expansion_mode);
-}
-
-// Lines in which * stands for the operation that they carry.
-std::string carrying(const std::string &operation, const std::string &lines) {
-    return std::regex_replace(lines, std::regex("\\*"), "<" + operation + ">");
-}
-
-const std::string skeleton = "I{} *\nI/instance-name=core *\n";
-const std::string whole = skeleton + "I/instance-as/as=1 *\nF/as=100 *\nF/bgp-running= *\n";
-
 TEST(Toplevel, WritesTheSkeleton) {
-    const auto in_vrf = [](const std::string &name) {
-        return carrying("none", whole + "V{} *\nV/vrf-global/exists= *\nV/vrf-name=" + name + " *\n-> 0 none 1");
-    };
-    const std::string bgp = "/bgp", as = "/bgp/global/config/as", stored = "core/1/100";
-    const std::string roots =
-        "B/protocols/protocol/bgp @ocni-bgp-oper\nM/protocols/protocol/bgp @ocni-bpm-oper\n-> 0 none 1";
-    play({{{protocol("DEFAULT") + as + "=65000", protocol("DEFAULT") + bgp},
-           "",
-           carrying("none", skeleton + "-> 0 none 1")},
-          {{protocol("blue") + as, protocol("blue") + bgp + "{create}"},
-           "",
-           carrying("create", skeleton + "-> 0 create 1")},
-          {{protocol("DEFAULT") + bgp}, stored, carrying("none", whole + "-> 0 none 1")},
-          {{protocol("", "core", "bgp") + bgp + "{replace}"}, stored, carrying("replace", whole + "-> 0 replace 1")},
-          {{protocol("default", "core", "") + bgp}, stored, carrying("none", whole + "-> 0 none 1")},
-          {{protocol("blue") + bgp}, stored, in_vrf("blue")},
-          {{protocol("Default") + bgp}, stored, in_vrf("Default")},
-          {{protocol("DEFAULT") + bgp}, "other/1/100", carrying("none", skeleton + no_as + " none 1")},
-          {{protocol("blue") + bgp}, "", carrying("none", skeleton + no_as + " none 1")},
-          {{protocol("DEFAULT", "core", "OSPF") + bgp}, stored, "-> aaf2f600 none 1"},
-          {{protocol("DEFAULT", "core", "BGP4") + bgp + "{delete}"}, stored, "-> aaf2f600 delete 1"},
-          {{protocol("DEFAULT") + bgp}, stored, "-> 0 none 1", YFW_KIND_READ},
-          {{protocol("blue") + bgp}, "", roots, YFW_KIND_READ_STATE}},
-         toplevel);
     Scene scene(YFW_KIND_READ_STATE);
-    EXPECT_EQ(scene.run<ToplevelCallback>("oc_bgp_toplevel", scene.map(protocol("blue") + bgp), 1, scene.destination),
-              "-> 0");
+    const Node *bgp = scene.map(protocol("blue") + "/bgp");
+    EXPECT_EQ(scene.run<ToplevelCallback>("oc_bgp_toplevel", bgp, 1, scene.destination), "-> 0");
 }
 
 TEST(Toplevel, DeletesAnInstanceOrAVrf) {
-    const auto vrf = [](const std::string &operation, const std::string &upper, const std::string &lower) {
-        return carrying("merge", skeleton + "I/instance-as/as=" + upper + " *\nF/as=" + lower +
-                                     " *\nF/bgp-running= *\nV{} <" + operation + ">\nV/vrf-global/exists{} <" +
-                                     operation + ">\nV/vrf-name=blue *\n-> aaf2f600 ") +
-               operation + " 0";
-    };
-    const std::string del = "/bgp{delete}", as = "/bgp/global/config/as", stored = "core/1/100/blue";
-    const std::string instance = carrying("remove", skeleton + "-> aaf2f600 remove 0");
-    play(
-        {{{protocol("DEFAULT") + del}, stored, instance},
-         {{protocol("default") + as + "=7", protocol("default") + "/bgp{remove}"}, "", instance},
-         {{protocol("DEFAULT", "") + del}, stored, "/bgp <remove>\n-> aaf2f600 remove 0"},
-         {{protocol("blue") + del}, stored, vrf("delete", "1", "100")},
-         {{protocol("blue", "") + "/bgp{remove}"}, stored, vrf("remove", "1", "100")},
-         {{protocol("blue") + as, protocol("blue") + del}, stored, vrf("delete", "1", "100")},
-         {{protocol("blue") + as + "=65636", protocol("blue") + del}, stored, vrf("delete", "1", "100")},
-         {{protocol("blue") + as + "=65537", protocol("blue") + del}, "core/1/1/blue", vrf("delete", "1", "1")},
-         {{protocol("blue") + as + "=65537", protocol("blue") + del}, "core/0/65537/blue", vrf("delete", "0", "65537")},
-         {{protocol("blue") + as + "=65637", protocol("blue") + del}, stored, wrong_as + " delete 0"},
-         {{protocol("blue", "edge") + as + "=7", protocol("blue", "edge") + del},
-          stored,
-          "TRC: Wrong instance name!\nerror path: VRF configured in different instance\n-> aaf2a000 delete 0"},
-         {{protocol("Default") + del},
-          stored,
-          none_found + "TRC: Couldn't Find the VRF in sysdb!\n-> aaf2f600 delete 0"}},
-        toplevel);
-    play({{{protocol("DEFAULT") + del}, stored, "-> aaf2f600 delete 2"},
-          {{protocol("blue") + del}, stored, "-> aaf2f600 delete 2"}},
-         [](Scene &scene, Node *bgp) {
+    play("oc_bgp_", R"(toplevel
+DEFAULT/bgp{delete} | -> aaf2f600 | core/1/100/blue
+blue/bgp{delete} | -> aaf2f600 | core/1/100/blue)",
+         [](Scene &scene, const std::string &callback, Node *bgp) {
              scene.fields.del_expansion_mode = YFW_EXPAND_COVERED;
-             return toplevel(scene, bgp);
+             return call(scene, callback, bgp);
          });
 }
 

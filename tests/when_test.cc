@@ -3,7 +3,7 @@
 #include "base/error.h"
 #include "engine.h"
 #include "model/when.h"
-#include "plugin_fixture.h"
+#include "rows.h"
 
 namespace yfw::test {
 namespace {
@@ -78,37 +78,24 @@ std::string outcome(const std::function<void()> &action) {
 }
 
 TEST(When, RequestsAreHeldToThem) {
-    static const Engine engine({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+    const Engine engine({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
     ScratchDirectory scratch;
     const Store store(scratch / "db", engine.schema(), Access::write);
     const std::string refusal = "unknown-element ipv4-unicast: the when condition \"../afi-safi-name = "
                                 "'oc-bgp-types:IPV4_UNICAST'\" is not satisfied";
-    const std::string limit = R"("ipv4-unicast":{"prefix-limit":{"config":{"max-prefixes":4}}})";
-    const auto holder = [](const std::string &level, const std::string &entry) {
-        const std::string families = R"("afi-safis":{"afi-safi":[)" + entry + "]}";
-        return level == "global"
-                   ? "\"global\":{\"config\":{\"as\":65000}," + families + '}'
-                   : R"("global":{"config":{"as":65000}},")" + level + "s\":{\"" + level + "\":[{\"" +
-                         (level == "neighbor" ? R"(neighbor-address":"10.0.0.1",)" : R"(peer-group-name":"g",)") +
-                         families + "}]}";
-    };
-    for (const char *level : {"global", "neighbor", "peer-group"}) {
-        for (const auto &[entry, expected] : {
-                 std::pair(R"({"afi-safi-name":"IPV4_UNICAST",)" + limit + '}', std::string()),
-                 {R"({"afi-safi-name":"IPV6_UNICAST",)" + limit + '}', refusal},
-                 {R"({"afi-safi-name":"IPV6_UNICAST","ipv4-unicast":{"@":{"ietf-netconf:operation":"remove"}}})",
-                  refusal},
-                 // What an outer operation adds is not the client's.
-                 {R"({"afi-safi-name":"IPV6_UNICAST","@":{"ietf-netconf:operation":"replace"}})", std::string()},
-                 {R"({"afi-safi-name":"IPV6_UNICAST","@":{"ietf-netconf:operation":"remove"}})", std::string()},
-             }) {
+    for (const std::string level : {"/bgp/global", "@1", "&"}) {
+        for (const auto &[family, refused] : {std::pair("#V4/ipv4-unicast/prefix-limit/config/max-prefixes=4", false),
+                                              {"#V6/ipv4-unicast/prefix-limit/config/max-prefixes=4", true},
+                                              {"#V6/ipv4-unicast{remove}", true},
+                                              {"#V6{replace}", false}, // what this adds is not the client's
+                                              {"#V6{remove}", false}}) {
+            Arena arena;
+            std::string text = document_of(engine.schema(), make_tree(arena, engine.schema(),
+                                                                      request_line("DEFAULT/AS=65000") + '\n' +
+                                                                          request_line("DEFAULT" + level + family)));
             Transaction transaction = store.begin(Access::write);
-            std::string text =
-                R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":[)"
-                R"({"identifier":"BGP","name":"core","bgp":{)" +
-                holder(level, entry) + "}}]}}]}}";
-            EXPECT_EQ(outcome([&] { engine.edit(text, Syntax::json, {}, transaction); }), expected)
-                << level << ": " << entry;
+            EXPECT_EQ(outcome([&] { engine.edit(text, Syntax::json, {}, transaction); }), refused ? refusal : "")
+                << level << family;
         }
     }
 }
@@ -137,29 +124,22 @@ TEST(When, AReadGoesOnWithoutWhatMayNotBeThere) {
 }
 
 TEST(When, NativeConfigurationIsHeldToThemToo) {
-    const std::string clusters = "~/default-vrf/global/disable-cluster-client-to-client-rrs/"
-                                 "disable-cluster-client-to-client-rr[cluster-type=";
-    const std::string targets = "/vrfs/vrf[vrf-name=blue]/bgp-global/route-targets/route-target[type=";
-    const std::string family_targets =
-        "/vrfs/vrf[vrf-name=blue]/bgp-global/afs/af[af-name=ipv4-unicast]/route-targets/route-target[type=";
-    const struct {
-        std::string line;
-        bool taken;
-    } rows[] = {
-        {clusters + "number]/number[cluster-id=4]", true},
-        {clusters + "number]/ipv4-address[cluster-id-address=10.0.0.1]", false},
-        {clusters + "ipv4-address]/ipv4-address[cluster-id-address=10.0.0.1]", true},
-        {clusters + "ipv4-address]/number[cluster-id=4]", false},
-        {targets + "four-byte-as]/as-or-four-byte-as[as-xx=0][as=70000][as-index=1]/import=", true},
-        {targets + "as]/ipv4-address[address=10.0.0.1][address-index=1]/import=", false},
-        {family_targets + "ipv4-address]/ipv4-address[address=10.0.0.1][address-index=1]/export=", true},
-        {family_targets + "ipv4-address]/as-or-four-byte-as[as-xx=0][as=70000][as-index=1]/export=", false},
-    };
-    for (const auto &row : rows) {
-        Arena arena;
-        Node *tree = make_tree(arena, project_schema(), row.line);
-        const std::string result = outcome([&] { check_native(project_schema(), tree); });
-        EXPECT_EQ(result.empty(), row.taken) << row.line << ": " << result;
+    // The lists' entries by their key, what lies in one, is it taken.
+    for (const auto &row : table(R"(
+~/default-vrf/global/disable-cluster-client-to-client-rrs/disable-cluster-client-to-client-rr[cluster-type= \
+    | number | number[cluster-id=4] | ipv4-address | ipv4-address[cluster-id-address=10.0.0.1]
+/vrfs/vrf[vrf-name=blue]/bgp-global/route-targets/route-target[type= | four-byte-as \
+    | as-or-four-byte-as[as-xx=0][as=70000][as-index=1]/import= \
+    | ipv4-address | ipv4-address[address=10.0.0.1][address-index=1]/import=
+/vrfs/vrf[vrf-name=blue]/bgp-global/afs/af[af-name=ipv4-unicast]/route-targets/route-target[type= | as \
+    | as-or-four-byte-as[as-xx=0][as=70000][as-index=1]/export= \
+    | ipv4-address | ipv4-address[address=10.0.0.1][address-index=1]/export=)")) {
+        for (const auto &[type, below] : {std::pair(1, 2), {3, 4}, {1, 4}, {3, 2}}) {
+            Arena arena;
+            Node *tree = make_tree(arena, project_schema(), row[0] + row[type] + "]/" + row[below]);
+            const std::string result = outcome([&] { check_native(project_schema(), tree); });
+            EXPECT_EQ(result.empty(), below == type + 1) << row[0] << row[type] << row[below] << result;
+        }
     }
 }
 
