@@ -58,7 +58,12 @@ void expect_to_read_back(const Node *root) {
 }
 
 std::string said(const Refused &refused) {
-    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " + refused.what();
+    const Place place = refused.path().empty() ? refused.faults().front().place : Place();
+    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " +
+           (place.line == 0
+                ? ""
+                : "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ") +
+           refused.what();
 }
 
 // What became of a document: the tree as JSON and the unknown nodes, or the refusal.
