@@ -9,11 +9,13 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
         app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
+    globals.report->add_report_option(*command);
     command->callback([&globals, files] {
+        globals.report->open();
         Session session(globals);
         session.show_progress();
         const Store store = session.open(Access::write);
-        for_each_file(*files, [&](const std::string &file) {
+        for_each_file(*files, *globals.report, [&](const std::string &file) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
             Transaction transaction = store.begin(Access::write);
