@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/error.h"
-#include "edit/edit.h"
+#include "engine.h"
 
 #include <memory>
 #include <string>

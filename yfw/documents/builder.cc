@@ -48,15 +48,34 @@ Builder::Builder(Arena &arena, const Schema &schema, const ReadOptions &options)
     levels_.push_back({new_root(arena, schema), nullptr, 0, 0, 0, 0, nullptr});
 }
 
-void Builder::note_fault(Reason code, std::string path, const std::string &reason, const char *place) {
-    faults_.push_back({Fault(code, std::move(path), reason), place});
+void Builder::note_fault(Reason code, const Node *node, std::string_view below, const std::string &reason,
+                         const char *place) {
+    faults_.push_back({Fault(code, "", reason), place, node, std::string(below)});
     if (faults_.size() == most_faults) {
         throw Enough();
     }
 }
 
+const std::vector<Builder::Found> &Builder::faults() {
+    for (Found &found : faults_) {
+        found.fault.path = found.below.empty() ? instance_path(found.node) : path_below(found.node, found.below);
+    }
+    return faults_;
+}
+
+void Builder::hand_up_faults(const Level &level) {
+    const Node *parent = level.node->up();
+    const std::size_t outer = path_below(parent, "").size();
+    for (auto found = faults_.begin() + static_cast<std::ptrdiff_t>(level.faults); found != faults_.end(); ++found) {
+        const std::string path =
+            found->below.empty() ? instance_path(found->node) : path_below(found->node, found->below);
+        found->node = parent;
+        found->below = path.substr(outer);
+    }
+}
+
 void Builder::complain(Reason code, const SchemaNode *child, const std::string &reason) {
-    note_fault(code, path_of(child), reason, place_);
+    note_fault(code, current(), child == nullptr ? "" : std::string_view(child->name), reason, place_);
     if (const std::size_t level = child == nullptr ? 0 : level_of_key(*child); level != 0) {
         levels_[level].has_faulty_key = true; // and not none
     }
@@ -118,7 +137,7 @@ const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName
 
 void Builder::unknown(std::string_view name) {
     if (!options_.skip_unknown) {
-        note_fault(Reason::unknown_element, path_below(current(), name), "the models have no such node", place_);
+        note_fault(Reason::unknown_element, current(), name, "the models have no such node", place_);
         return;
     }
     unknown_.push_back({current(), std::string(name)});
@@ -127,7 +146,7 @@ void Builder::unknown(std::string_view name) {
 void Builder::unknown_annotation(const SchemaNode *of, std::string_view name) {
     const std::string text = (of == nullptr ? "@" : of->name + "/@") + std::string(name);
     if (!options_.skip_unknown) {
-        note_fault(Reason::unknown_element, path_below(current(), text),
+        note_fault(Reason::unknown_element, current(), text,
                    "the only annotation that is known here is ietf-netconf:operation", place_);
         return;
     }
@@ -163,6 +182,7 @@ void Builder::leave() {
         notes_.resize(level.notes);
         valueless_.resize(level.valueless);
         if (levels_.size() == dropped_level_) {
+            hand_up_faults(level);
             unlink(level.node);
             dropped_level_ = 0;
         }
@@ -320,7 +340,8 @@ void Builder::apply_notes(const Level &level) {
     const auto again = std::adjacent_find(
         first, notes_.end(), [](const Note &a, const Note &b) { return a.leaf == b.leaf && a.position == b.position; });
     if (again != notes_.end()) {
-        note_fault(Reason::duplicate, path_of(again->leaf), "the document gives this node two operations", level.place);
+        note_fault(Reason::duplicate, level.node, again->leaf->name, "the document gives this node two operations",
+                   level.place);
     }
     const Note *before = nullptr;
     Node *value = nullptr; // at the position of the note before, null when there are not so many
@@ -350,7 +371,7 @@ void Builder::apply_note(const Level &level, const Note &note, Node *node) {
     if (node != nullptr) {
         node->set_operation(note.operation);
     } else if (!options_.skip_unknown && faults_.size() == level.faults) { // else the value may be there, and wrong
-        note_fault(Reason::invalid_value, path_of(note.leaf),
+        note_fault(Reason::invalid_value, level.node, note.leaf->name,
                    "the document gives an operation to a value that it does not have", level.place);
     }
 }
@@ -359,7 +380,7 @@ void Builder::check_values(const Level &level) {
     for (std::size_t i = level.valueless; i < valueless_.size(); ++i) {
         Node *node = valueless_[i].node;
         if (!node->is_delete()) {
-            note_fault(Reason::invalid_value, instance_path(node), "the leaf has no value", valueless_[i].place);
+            note_fault(Reason::invalid_value, node, "", "the leaf has no value", valueless_[i].place);
         }
         if (node->schema().type == BaseType::empty) {
             set_value(arena_, node, ""); // the only one it can have
@@ -385,8 +406,9 @@ void Builder::finish_entry(const Level &level) {
         return;
     }
     if (is_whole) {
-        note_fault(Reason::duplicate, instance_path(entry), "the document has this entry twice", level.place);
+        note_fault(Reason::duplicate, entry, "", "the document has this entry twice", level.place);
     }
+    hand_up_faults(level);
     unlink(entry); // the others are still to be told apart
 }
 
@@ -404,15 +426,15 @@ bool Builder::finish_key(const Level &level, std::size_t key, const Node *config
             leaf->name_space = copy->name_space;
             leaf->flags |= YFW_NODE_PRESENT;
         } else if (std::strcmp(value, copy->value) != 0) {
-            note_fault(Reason::invalid_value, instance_path(copy),
+            note_fault(Reason::invalid_value, copy, "",
                        shown(*copy_schema, copy->value) + " differs from the entry's key, which is " +
                            shown(schema, value),
                        level.place);
         }
     } else if (value == nullptr) {
         if (!level.has_faulty_key) {
-            note_fault(Reason::missing_key, instance_path(entry),
-                       "the entry has no " + schema.name + ", which is its key", level.place);
+            note_fault(Reason::missing_key, entry, "", "the entry has no " + schema.name + ", which is its key",
+                       level.place);
         }
         return false;
     }

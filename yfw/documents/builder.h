@@ -33,10 +33,13 @@ class Builder {
   public:
     static constexpr std::size_t max_depth = 128;
 
-    // A fault, and a place in the text within what is faulty.
+    // A fault, and a place in the text within what is faulty. Its path is composed at the end, when all entries have
+    // their keys: of the node's and what it has below.
     struct Found {
         Fault fault;
         const char *place;
+        const Node *node;
+        std::string below;
     };
     // Thrown when a fault was noted: what the reader is at is to be skipped.
     struct Skip {};
@@ -48,7 +51,8 @@ class Builder {
     // Where the reader is now, for the faults: nothing is made of it where there are none.
     void stand_at(const char *place) { place_ = place; }
     [[nodiscard]] const char *place() const { return place_; }
-    [[nodiscard]] const std::vector<Found> &faults() const { return faults_; }
+    // With their paths.
+    const std::vector<Found> &faults();
 
     // Where nothing else is said, what is wrong is noted as a fault, and what reading goes on with is as good as it can
     // be; functions that cannot go on throw Skip.
@@ -137,7 +141,10 @@ class Builder {
     // Null when the leaf's type does not take the value; valid until the next value of the leaf is taken.
     const TakenValue *take(const SchemaNode &leaf, std::string_view value);
     [[nodiscard]] Node *current() const { return levels_.back().node; }
-    void note_fault(Reason code, std::string path, const std::string &reason, const char *place);
+    void note_fault(Reason code, const Node *node, std::string_view below, const std::string &reason,
+                    const char *place);
+    // Of an entry that goes: its faults become those of what it lies in.
+    void hand_up_faults(const Level &level);
     // The level whose list entry the leaf, or its copy in the entry's config, is a key of; none: 0.
     [[nodiscard]] std::size_t level_of_key(const SchemaNode &leaf) const;
     Node *place(const SchemaNode &schema, std::string_view value);

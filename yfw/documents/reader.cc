@@ -23,7 +23,7 @@ Place place_in(std::string_view text, Syntax syntax, const char *within) {
     return place_of(text, begin == std::string_view::npos ? offset : begin);
 }
 
-std::vector<Fault> all_faults(const Builder &builder, std::string_view text, Syntax syntax, std::vector<Fault> last) {
+std::vector<Fault> all_faults(Builder &builder, std::string_view text, Syntax syntax, std::vector<Fault> last) {
     std::vector<Fault> faults;
     for (const Builder::Found &found : builder.faults()) {
         faults.push_back(found.fault);

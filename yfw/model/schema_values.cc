@@ -203,6 +203,7 @@ const lys_module *Schema::Accepted::identity(const lysc_type *type, std::string_
     }
     return found->second;
 }
+
 bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string *reason,
                      std::string *canonical) const {
     if (canonical != nullptr) {
@@ -216,8 +217,12 @@ bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string
     }
     const lysc_type *type = type_of(leaf.compiled);
     if (leaf.type == BaseType::identityref) {
-        return accepted_->identity(type, value) != nullptr ||
-               because(reason, [&] { return taken_words(type, value) + " is expected"; });
+        return accepted_->identity(type, value) != nullptr || because(reason, [&] {
+                   const std::string bare(value.substr(value.find(':') + 1));
+                   const lys_module *module = accepted_->identity(type, bare);
+                   return module == nullptr ? taken_words(type, value) + " is expected"
+                                            : bare + " is an identity of the module " + module->name;
+               });
     }
     if (value.size() > leaf.most_bytes) {
         return because(reason, [&] { return "it has more than " + std::to_string(leaf.most_bytes) + " bytes"; });

@@ -113,7 +113,7 @@ std::string decimal(std::int64_t scaled, std::size_t digits) {
     return (is_negative ? "-" : "") + text;
 }
 
-// "from 1 to 2 or from 5 to 6"; at_most: of a part without an upper bound.
+// "0 or from 3 to 9".
 template <typename Bound>
 std::string parts_text(const lysc_range &range, const char *from, Bound bound) {
     std::string text;
@@ -128,10 +128,10 @@ std::string number_words(const lysc_type *type) {
     const lysc_range *range = reinterpret_cast<const lysc_type_num *>(type)->range;
     const bool is_unsigned = type->basetype >= LY_TYPE_UINT8 && type->basetype <= LY_TYPE_UINT64;
     if (range != nullptr) {
-        return "a number " + parts_text(*range, "from ", [&](const auto &part) {
-                   return is_unsigned ? std::pair(std::to_string(part.min_u64), std::to_string(part.max_u64))
-                                      : std::pair(std::to_string(part.min_64), std::to_string(part.max_64));
-               });
+        return parts_text(*range, "a number from ", [&](const auto &part) {
+            return is_unsigned ? std::pair(std::to_string(part.min_u64), std::to_string(part.max_u64))
+                               : std::pair(std::to_string(part.min_64), std::to_string(part.max_64));
+        });
     }
     const auto first = is_unsigned ? LY_TYPE_UINT8 : LY_TYPE_INT8;
     const unsigned bits = 8U << static_cast<unsigned>(type->basetype - first);
@@ -142,14 +142,11 @@ std::string number_words(const lysc_type *type) {
 
 std::string decimal_words(const lysc_type *type) {
     const auto *own = reinterpret_cast<const lysc_type_dec *>(type);
-    std::string text = "a number";
-    if (own->range != nullptr) {
-        text += ' ' + parts_text(*own->range, "from ", [&](const auto &part) {
-                    return std::pair(decimal(part.min_64, own->fraction_digits),
-                                     decimal(part.max_64, own->fraction_digits));
-                });
-    }
-    return text + " with at most " + std::to_string(own->fraction_digits) + " digits behind the point";
+    const auto bounds = [own](const auto &part) {
+        return std::pair(decimal(part.min_64, own->fraction_digits), decimal(part.max_64, own->fraction_digits));
+    };
+    return (own->range == nullptr ? "a number" : parts_text(*own->range, "a number from ", bounds)) + " with at most " +
+           std::to_string(own->fraction_digits) + " digits behind the point";
 }
 
 // What a pattern means is found by trying it.
