@@ -5,12 +5,15 @@ namespace yfw::tool {
 
 void add_load(CLI::App &app, const Globals &globals, int *) {
     auto files = std::make_shared<std::vector<std::string>>();
+    auto drops = std::make_shared<bool>(false);
     CLI::App *command =
         app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
+    command->add_flag("--drop-passwords", *drops,
+                      "Leave passwords out, such as those that another store's key enciphered");
     globals.report->add_report_option(*command);
-    command->callback([&globals, files] {
+    command->callback([&globals, files, drops] {
         globals.report->open();
         Session session(globals);
         session.show_progress();
@@ -19,7 +22,12 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
             Transaction transaction = store.begin(Access::write);
-            session.engine().load(text.get(), syntax, transaction);
+            const StoreKey key(transaction, KeyUse::read);
+            Engine::LoadOptions options;
+            if (*drops) {
+                options.password = [](const Node *) { return std::nullopt; };
+            }
+            session.engine().load(text.get(), syntax, transaction, options);
             transaction.commit();
         });
     });

@@ -216,6 +216,10 @@ Node *Builder::leaf(const SchemaNode &schema, std::string_view value, Form form)
     if (form == Form::boolean && schema.type != BaseType::boolean && schema.type != BaseType::union_) {
         refuse(Reason::invalid_value, &schema, shown(schema, value) + " is a boolean, and the leaf's type is not");
     }
+    if (schema.secret && value == hidden_value) {
+        refuse(Reason::invalid_value, &schema,
+               "asterisks stand in place of a password that is not shown: give the password, or leave the leaf out");
+    }
     const TakenValue *taken = take(schema, value);
     if (taken == nullptr) {
         if (options_.skip_unknown && schema.type == BaseType::identityref) {

@@ -143,8 +143,8 @@ class JsonWriter {
             sink_.put("[null]");
         } else if (text == nullptr) {
             sink_.put("null");
-        } else if (leaf.secret && options_.hide_secrets) {
-            quoted(hidden_value);
+        } else if (leaf.secret) {
+            quoted(written_value(leaf, text, options_));
         } else if (is_bare(leaf, text)) {
             sink_.put(text);
         } else if (leaf.type == BaseType::integer) {

@@ -16,6 +16,9 @@ namespace yfw {
 
 enum class Syntax : std::uint8_t { json, xml };
 
+// What stands in place of a password that is hidden. An edit does not take it for one.
+inline constexpr std::string_view hidden_value = "********";
+
 // What applies to nodes without an operation of their own.
 enum class DefaultOperation : std::uint8_t { merge, replace, none };
 
