@@ -119,7 +119,12 @@ std::string parts_text(const lysc_range &range, const char *from, Bound bound) {
     std::string text;
     for (const auto &part : std::span(range.parts, LY_ARRAY_COUNT(range.parts))) {
         const auto [least, most] = bound(part);
-        text += (text.empty() ? "" : " or ") + (least == most ? least : from + least + " to " + most);
+        text.append(text.empty() ? "" : " or ");
+        if (least == most) {
+            text += least;
+        } else {
+            text.append(from).append(least).append(" to ").append(most);
+        }
     }
     return text;
 }
