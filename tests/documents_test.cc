@@ -58,7 +58,12 @@ void expect_to_read_back(const Node *root) {
 }
 
 std::string said(const Refused &refused) {
-    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " + refused.what();
+    const Place place = refused.path().empty() ? refused.faults().front().place : Place();
+    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " +
+           (place.line == 0
+                ? ""
+                : "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ") +
+           refused.what();
 }
 
 // What became of a document: the tree as JSON and the unknown nodes, or the refusal.
@@ -197,13 +202,13 @@ TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
         {"<global xmlns='urn:x:foo'/>", "unknown-element BGP/global: the models have no such node: "
                                         "openconfig-network-instance:global is probably meant"},
         {R"("global":{"graceful-restart":{"config":{"enabled":"yes"}}})",
-         "invalid-value BGP/global/graceful-restart/config/enabled: 'yes' is not of this leaf's type: Invalid boolean "
-         "value \"yes\"."},
+         "invalid-value BGP/global/graceful-restart/config/enabled: 'yes' is not of this leaf's type: true or "
+         "false is expected"},
         {R"("global":{"config":{"as":" 65000"}})",
          "invalid-value BGP/global/config/as: ' 65000' is not of this leaf's type: there are blanks around the number"},
         {R"("global":{"afi-safis":{"afi-safi":[{"afi-safi-name":"wrong:IPV4_UNICAST"}]}})",
          "invalid-value BGP/global/afi-safis/afi-safi/afi-safi-name: 'wrong:IPV4_UNICAST' is not of this leaf's type: "
-         "no identity of that name is known here"},
+         "IPV4_UNICAST is an identity of the module openconfig-bgp-types"},
         {R"("neighbors":{"neighbor":[{"config":{}}]})",
          "missing-element BGP/neighbors/neighbor: the entry has no neighbor-address, which is its key"},
         {R"("neighbors":{"neighbor":[{"neighbor-address":"::1","config":{"neighbor-address":"::2"}}]})",
@@ -557,7 +562,7 @@ TEST(InstancePath, AddsNodesWithTheKeysGiven) {
         {{"/vrfs//vrf"}, "invalid-value /vrfs//vrf: a node's name is expected at character 7 of the path"},
         {{"/network-instances/network-instance/protocols/protocol[identifier=FOO]"},
          "invalid-value /network-instances/network-instance/protocols/protocol/identifier: 'FOO' is not of this leaf's "
-         "type: no identity of that name is known here"},
+         "type: one of BGP, DIRECTLY_CONNECTED, IGMP, ISIS, LOCAL_AGGREGATE, OSPF, OSPF3, PIM, STATIC is expected"},
     };
     for (const auto &[paths, expected] : rows) {
         Arena arena;

@@ -14,27 +14,6 @@
 
 namespace yfw::tool {
 
-Messages::Messages() : colour_(isatty(STDERR_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr) {}
-
-void Messages::error(const std::string &text) const {
-    std::fprintf(stderr, "%serror:%s %s\n", colour_ ? "\033[1;31m" : "", colour_ ? "\033[0m" : "",
-                 visible(text).c_str());
-}
-
-void Messages::error(const Refused &refused) const {
-    const bool unmapped = refused.code() == static_cast<cerrno>(Reason::not_mapped);
-    for (const std::string &text : refused.lines()) {
-        line(unmapped ? "not mapped" : "differs", text);
-    }
-    std::array<char, 80> code{};
-    std::snprintf(code.data(), code.size(), " (0x%08x %s)", refused.code(), code_name(refused.code()));
-    error((refused.path().empty() ? std::string() : refused.path() + ": ") + refused.what() + code.data());
-}
-
-void Messages::line(const char *word, const std::string &text) const {
-    std::fprintf(stderr, "%s: %s\n", word, visible(text).c_str());
-}
-
 Run::Run(const Globals &globals)
     : globals_(globals),
       log_(globals.log_level, globals.trace, stderr),
@@ -120,15 +99,18 @@ SecretText::~SecretText() {
     explicit_bzero(text_.data(), text_.size());
 }
 
-void for_each_file(const std::vector<std::string> &files, const std::function<void(const std::string &)> &work) {
+void for_each_file(const std::vector<std::string> &files, Report &report,
+                   const std::function<void(const std::string &)> &work) {
     std::size_t done = 0;
     try {
         for (; done < files.size(); ++done) {
+            report.begin(files[done]);
             work(files[done]);
+            report.end(Report::Outcome::kept);
         }
     } catch (...) {
         for (std::size_t i = 0; i < done; ++i) {
-            Messages().line("committed", files[i]);
+            report.committed(files[i]);
         }
         throw;
     }

@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "documents/writer.h"
 #include "engine.h"
+#include "report.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,7 +20,7 @@
 
 namespace yfw::tool {
 
-enum Exit { done = 0, refused = 1, usage = 2, unusable = 3 };
+enum Exit { done = 0, refused = 1, usage = 2, unusable = 3, nothing = 4 };
 
 struct Globals {
     std::filesystem::path db;
@@ -28,18 +29,7 @@ struct Globals {
     std::filesystem::path plugin;
     bool trace = false;
     Log::Level log_level = Log::Level::off;
-};
-
-// Lines on standard error, coloured on a terminal.
-class Messages {
-  public:
-    Messages();
-    void error(const std::string &text) const;
-    void error(const Refused &refused) const;
-    void line(const char *word, const std::string &text) const; // "word: text"
-
-  private:
-    bool colour_;
+    std::shared_ptr<Report> report = std::make_shared<Report>();
 };
 
 // One run of a subcommand: the engine and what hangs on the global options.
@@ -86,7 +76,8 @@ class SecretText {
 };
 
 // The files of a command, each committed by itself: when work fails at one, those before it are named.
-void for_each_file(const std::vector<std::string> &files, const std::function<void(const std::string &)> &work);
+void for_each_file(const std::vector<std::string> &files, Report &report,
+                   const std::function<void(const std::string &)> &work);
 
 // Adds the subcommands. Each sets *exit_code when it is run.
 void add_edit(CLI::App &app, const Globals &globals, int *exit_code);

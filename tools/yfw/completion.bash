@@ -48,6 +48,10 @@ _yfw()
             mapfile -t COMPREPLY < <(compgen -W "merge replace none" -- "$cur")
             return
             ;;
+        --report)
+            mapfile -t COMPREPLY < <(compgen -W "json json:" -- "$cur")
+            return
+            ;;
         -o | --output)
             mapfile -t COMPREPLY < <(compgen -W "json xml" -- "$cur")
             return
@@ -57,7 +61,8 @@ _yfw()
     command=$(_yfw_subcommand)
     options="--help --db --models --mapping --plugin --trace --log-level"
     case $command in
-        edit) options+=" --dry-run --default-operation --skip-unknown --strict --output --compact" ;;
+        edit) options+=" --dry-run --default-operation --skip-unknown --strict --verify --all --report --output --compact" ;;
+        load) options+=" --report" ;;
         get) options+=" --native --paths --state --output --compact" ;;
         map) options+=" --deviations --markdown" ;;
         "") options+=" --version" ;;

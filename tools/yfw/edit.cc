@@ -32,21 +32,6 @@ class DryRunDirectory {
     std::optional<TemporaryDirectory> own_;
 };
 
-void report(const Messages &messages, const EditResult &result) {
-    for (const std::string &path : result.unknown) {
-        messages.line("not served", path);
-    }
-    for (const std::string &path : result.not_mapped) {
-        messages.line("not mapped", path);
-    }
-    for (const Note &note : result.notes) {
-        messages.line("note", note.path + ": " + note.text);
-    }
-    for (const Deviation &deviation : result.deviations) {
-        messages.line("differs", deviation.text());
-    }
-}
-
 void print_edit(const Run &run, const Arguments &arguments, const EditResult &result) {
     WriteOptions writing = arguments.output.options();
     writing.operations = true;
@@ -58,7 +43,7 @@ void edit_one(Run &run, const Arguments &arguments, const std::string &file, Tra
     SecretText text(file);
     const Syntax syntax = guess_syntax(text.get());
     const EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
-    report(Messages(), result);
+    run.globals().report->edited(result);
     if (!arguments.dry_run) {
         transaction.commit();
     }
@@ -66,13 +51,16 @@ void edit_one(Run &run, const Arguments &arguments, const std::string &file, Tra
         print_edit(run, arguments, result);
     } catch (const Unusable &) {
         if (!arguments.dry_run) {
-            Messages().line("committed", file);
+            run.globals().report->end(Report::Outcome::kept);
+            run.globals().report->committed(file);
         }
         throw;
     }
 }
 
 void run(const Globals &globals, const Arguments &arguments) {
+    Report &report = *globals.report;
+    report.open();
     Run run(globals);
     run.show_progress();
     if (arguments.dry_run) {
@@ -85,12 +73,14 @@ void run(const Globals &globals, const Arguments &arguments) {
             if (&file == &arguments.files.back()) {
                 transaction.keep_nothing();
             }
+            report.begin(file);
             edit_one(run, arguments, file, transaction);
+            report.end(Report::Outcome::tried);
         }
         return;
     }
     const Store store = run.open(Access::write);
-    for_each_file(arguments.files, [&](const std::string &file) {
+    for_each_file(arguments.files, report, [&](const std::string &file) {
         Transaction transaction = store.begin(Access::write);
         const StoreKey key(transaction, KeyUse::edit);
         edit_one(run, arguments, file, transaction);
@@ -112,6 +102,8 @@ void add_edit(CLI::App &app, const Globals &globals, int *) {
     command->add_flag("--strict", arguments->options.strict, "Refuse an edit with nodes that are not mapped");
     command->add_flag("--verify", arguments->options.verify,
                       "Read back what the edit set and list what differs; refuse the edit then under --strict");
+    globals.report->add_all_option(*command);
+    globals.report->add_report_option(*command);
     add_output_options(*command, arguments->output);
     command
         ->add_option("FILE", arguments->files, "Documents, JSON or XML; '-' is standard input; each is one transaction")

@@ -8,6 +8,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <iostream>
@@ -165,7 +166,7 @@ bool take(std::string_view &rest, std::string_view text) {
     return is_there;
 }
 
-// Takes the two lines off. Null where the file has no passwords, or they are not wanted.
+// Blanks the two lines out. Null where the file has no passwords, or they are not wanted.
 std::unique_ptr<Passphrase> take_head(std::string &text, const ImportArguments &arguments) {
     std::string_view rest = text;
     std::unique_ptr<Passphrase> passphrase;
@@ -190,7 +191,10 @@ std::unique_ptr<Passphrase> take_head(std::string &text, const ImportArguments &
         }
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
     }
-    text.erase(0, text.size() - rest.size());
+    // Blanks, so that faults keep their lines.
+    std::replace_if(
+        text.begin(), text.end() - static_cast<std::ptrdiff_t>(rest.size()),
+        [](char character) { return character != '\n'; }, ' ');
     return passphrase;
 }
 
@@ -210,6 +214,7 @@ std::string own_password(const Node *leaf, const Passphrase *passphrase) {
 }
 
 void run_import(const Globals &globals, const ImportArguments &arguments) {
+    globals.report->begin(arguments.file);
     Run run(globals);
     SecretText text(arguments.file);
     const auto passphrase = take_head(text.get(), arguments);

@@ -23,6 +23,46 @@ struct Arguments {
     std::vector<std::string> wanted;
 };
 
+// Whether a tree has what a path leads to; wanted: the tree of that path alone, whose keys may be left out.
+bool leads_on(const Node *found, const Node *wanted) {
+    const Node *next = wanted->schema().is_inner() ? wanted->first() : nullptr;
+    while (next != nullptr && next->schema().is_key) {
+        next = next->next();
+    }
+    if (next == nullptr) {
+        return true;
+    }
+    const SchemaNode &schema = next->schema();
+    for (const Node *node = first_of(found, schema); node != nullptr;
+         node = schema.repeats() ? next_entry(node) : nullptr) {
+        bool is_meant = schema.kind != NodeKind::leaf_list || next->value == nullptr ||
+                        std::string_view(next->value) == node->value;
+        for (std::size_t key = 0; key < schema.keys.size() && is_meant; ++key) {
+            const char *value = key_value(next, key);
+            is_meant = value == nullptr || std::string_view(value) == key_value(node, key);
+        }
+        if (is_meant && leads_on(node, next)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The paths that nothing was found at are named.
+Exit tell_unanswered(const Schema &schema, const std::vector<std::string> &paths, const Node *found) {
+    Exit exit_code = done;
+    for (const std::string &path : paths) {
+        Arena arena;
+        Node *wanted = new_root(arena, schema);
+        add_instance_path(arena, schema, wanted, path);
+        if (!leads_on(found, wanted)) {
+            Messages().line("note", path + ": nothing is stored there");
+            exit_code = nothing;
+        }
+    }
+    return exit_code;
+}
+
 // Takes out what lies deeper below the wanted nodes than was asked for.
 void limit(Node *found, const Run &run, const Arguments &arguments) {
     if (!arguments.depth) {
@@ -36,7 +76,7 @@ void limit(Node *found, const Run &run, const Arguments &arguments) {
     limit_depth(found, arguments.wanted.empty() ? nullptr : wanted, *arguments.depth);
 }
 
-void print_native(Run &run, const Arguments &arguments) {
+Exit print_native(Run &run, const Arguments &arguments) {
     const Store store = run.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
     Arena arena;
@@ -56,9 +96,10 @@ void print_native(Run &run, const Arguments &arguments) {
     limit(found, run, arguments);
     Sink sink(stdout);
     write_document(sink, run.schema(), found, arguments.output.options());
+    return tell_unanswered(run.schema(), arguments.wanted, found);
 }
 
-void print_openconfig(Run &run, const Arguments &arguments, const Transaction &transaction) {
+Exit print_openconfig(Run &run, const Arguments &arguments, const Transaction &transaction) {
     const Engine::ReadResult result = run.engine().read(arguments.wanted, arguments.state, transaction);
     for (const std::string &note : result.notes) {
         Messages().line("note", note);
@@ -74,14 +115,14 @@ void print_openconfig(Run &run, const Arguments &arguments, const Transaction &t
         Messages().line("note", std::to_string(hidden) + (hidden == 1 ? " password is" : " passwords are") +
                                     " not shown: --show-passwords shows them");
     }
+    return tell_unanswered(run.schema(), arguments.wanted, result.openconfig());
 }
 
-void run(const Globals &globals, const Arguments &arguments) {
+Exit run(const Globals &globals, const Arguments &arguments) {
     Run run(globals);
     run.show_progress();
     if (arguments.native) {
-        print_native(run, arguments);
-        return;
+        return print_native(run, arguments);
     }
     const Store store = run.open(Access::read);
     Transaction transaction = store.begin(Access::read);
@@ -90,21 +131,22 @@ void run(const Globals &globals, const Arguments &arguments) {
         if (!key.note().empty()) {
             Messages().line("note", key.note());
         }
-        print_openconfig(run, arguments, transaction);
-        return;
+        return print_openconfig(run, arguments, transaction);
     }
     const auto request = run.engine().declare(arguments.wanted, arguments.state, transaction);
     Sink sink(stdout);
     for_each_innermost(request->destination(),
                        [&sink](const Node *node) { sink.put(visible(instance_path(node)) + '\n'); });
     sink.flush();
+    return done;
 }
 
 } // namespace
 
-void add_get(CLI::App &app, const Globals &globals, int *) {
+void add_get(CLI::App &app, const Globals &globals, int *exit_code) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App *command = app.add_subcommand("get", "Show what is stored, as OpenConfig or native");
+    command->footer("Exit code 4: nothing is stored at a path that was asked for.");
     auto *native = command->add_flag("--native", arguments->native, "The native configuration, at native paths");
     command->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches")
         ->excludes(native);
@@ -118,7 +160,7 @@ void add_get(CLI::App &app, const Globals &globals, int *) {
     command->add_option("PATH", arguments->wanted,
                         "Instance paths such as /network-instances/network-instance[name=DEFAULT]; prefixes and keys "
                         "may be left out, and a key may be *");
-    command->callback([&globals, arguments] { run(globals, *arguments); });
+    command->callback([&globals, arguments, exit_code] { *exit_code = run(globals, *arguments); });
 }
 
 } // namespace yfw::tool

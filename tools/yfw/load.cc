@@ -12,11 +12,13 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
         ->required();
     command->add_flag("--drop-passwords", *drops,
                       "Leave passwords out, such as those that another store's key enciphered");
+    globals.report->add_report_option(*command);
     command->callback([&globals, files, drops] {
+        globals.report->open();
         Run run(globals);
         run.show_progress();
         const Store store = run.open(Access::write);
-        for_each_file(*files, [&](const std::string &file) {
+        for_each_file(*files, *globals.report, [&](const std::string &file) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
             Transaction transaction = store.begin(Access::write);

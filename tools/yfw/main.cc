@@ -1,10 +1,12 @@
 // yfw: OpenConfig BGP edits to native configuration, and back.
 #include "command.h"
 
+#include "base/closest.h"
 #include "base/text.h"
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <new>
@@ -74,9 +76,52 @@ void fill_standard_descriptors() {
     }
 }
 
+bool is_option(std::string_view word) {
+    return word.starts_with('-');
+}
+
+std::vector<std::string> option_names(const CLI::App &app) {
+    std::vector<std::string> names;
+    for (const CLI::Option *option : app.get_options()) {
+        for (const std::string &name : option->get_lnames()) {
+            names.push_back("--" + name);
+        }
+    }
+    return names;
+}
+
+// The option or subcommand that an unknown word probably means, empty for none.
+std::string meant(const CLI::App &app, const std::string &word) {
+    std::vector<std::string> known;
+    if (is_option(word)) {
+        known = option_names(app);
+        for (const CLI::App *command : app.get_subcommands()) {
+            const auto more = option_names(*command);
+            known.insert(known.end(), more.begin(), more.end());
+        }
+    } else {
+        for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+            known.push_back(command->get_name());
+        }
+    }
+    return yfw::closest_of(word.substr(0, word.find('=')), known);
+}
+
 int usage_error(const CLI::ParseError &error, const CLI::App &app) {
     if (error.get_exit_code() != 0) {
-        std::fprintf(stderr, "%s\nRun with --help for more information.\n", yfw::visible(error.what()).c_str());
+        const std::vector<std::string> surplus = app.remaining(true);
+        const bool is_command = app.get_subcommands().empty();
+        const auto unknown = std::find_if(surplus.begin(), surplus.end(), [is_command](const std::string &word) {
+            return is_option(word) || is_command;
+        });
+        std::string text = error.what();
+        if (unknown != surplus.end() && !is_option(*unknown)) {
+            text = "There is no subcommand " + *unknown;
+        }
+        if (const std::string word = unknown == surplus.end() ? "" : meant(app, *unknown); !word.empty()) {
+            text += "; did you mean " + word + '?';
+        }
+        std::fprintf(stderr, "%s\nRun with --help for more information.\n", yfw::visible(text).c_str());
         return yfw::tool::usage;
     }
     std::ostringstream text; // help, or the version
@@ -87,12 +132,11 @@ int usage_error(const CLI::ParseError &error, const CLI::App &app) {
     return yfw::tool::done;
 }
 
-int run(int argc, char **argv) {
+int run(int argc, char **argv, Globals &globals) {
     CLI::App app("Translates OpenConfig BGP configuration to the router's native configuration and back.", "yfw");
     app.set_version_flag("--version", std::string("yfw ") + YFW_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
-    Globals globals;
     int exit_code = yfw::tool::done;
     add_globals(app, globals);
     yfw::tool::add_edit(app, globals, &exit_code);
@@ -116,20 +160,21 @@ int run(int argc, char **argv) {
 int main(int argc, char **argv) {
     fill_standard_descriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is an error of a write
-    const yfw::tool::Messages messages;
+    Globals globals;
+    yfw::tool::Report &report = *globals.report;
+    int exit_code = yfw::tool::unusable;
     try {
-        return run(argc, argv);
+        exit_code = run(argc, argv, globals);
     } catch (const yfw::tool::Unreadable &unreadable) {
-        messages.error(unreadable.what());
-        return yfw::tool::usage;
+        report.failed(unreadable.what());
+        exit_code = yfw::tool::usage;
     } catch (const yfw::Refused &refused) {
-        messages.error(refused);
-        return yfw::tool::refused;
+        report.refused(refused);
+        exit_code = yfw::tool::refused;
     } catch (const std::bad_alloc &) {
-        messages.error("memory is short");
-        return yfw::tool::unusable;
+        report.failed("memory is short");
     } catch (const std::exception &failure) {
-        messages.error(failure.what());
-        return yfw::tool::unusable;
+        report.failed(failure.what());
     }
+    return report.close(exit_code);
 }

@@ -16,10 +16,14 @@ void add_sysdb(CLI::App &app, const Globals &globals, int *) {
         const Transaction transaction = store.begin(Access::read);
         Sink sink(stdout);
         const SystemDatabase database(transaction, bgp_items(run.schema()));
-        for (const SystemDatabase::Item &item : database.items(*pattern)) {
+        const std::vector<SystemDatabase::Item> items = database.items(*pattern);
+        for (const SystemDatabase::Item &item : items) {
             sink.put(visible(item.path) + " = " + visible(item.value.text) + '\n');
         }
         sink.flush();
+        if (items.empty() && !pattern->empty()) {
+            Messages().line("note", "no item's path begins with " + *pattern);
+        }
     });
 }
 

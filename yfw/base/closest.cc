@@ -9,6 +9,11 @@ namespace yfw {
 
 namespace {
 
+// Case is no matter.
+char plain(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter == '_' ? '-' : letter;
+}
+
 // How many letters are to be put in, left out, changed or swapped with their neighbour.
 std::size_t differences(std::string_view a, std::string_view b) {
     std::array<std::vector<std::size_t>, 3> rows; // of the table of beginnings: two before, one before, this one
@@ -22,8 +27,8 @@ std::size_t differences(std::string_view a, std::string_view b) {
                 continue;
             }
             std::size_t least =
-                std::min({before[j] + 1, row[j - 1] + 1, before[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+                std::min({before[j] + 1, row[j - 1] + 1, before[j - 1] + (plain(a[i - 1]) == plain(b[j - 1]) ? 0 : 1)});
+            if (i > 1 && j > 1 && plain(a[i - 1]) == plain(b[j - 2]) && plain(a[i - 2]) == plain(b[j - 1])) {
                 least = std::min(least, two_before[j - 2] + 1);
             }
             rows[2][j] = least;
@@ -50,6 +55,12 @@ std::size_t closest(std::string_view given, std::span<const std::string_view> na
         }
     }
     return best;
+}
+
+std::string closest_of(std::string_view given, const std::vector<std::string> &names) {
+    const std::vector<std::string_view> texts(names.begin(), names.end());
+    const std::size_t found = closest(given, texts);
+    return found == names.size() ? std::string() : names[found];
 }
 
 } // namespace yfw

@@ -3,12 +3,16 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace yfw {
 
 // The one of the names that differs least from what was given, the first of several: by at most a third of the letters,
-// two letters that changed places being one difference. names.size() when none is so near.
+// two letters that changed places being one difference and case being none. names.size() when none is so near.
 std::size_t closest(std::string_view given, std::span<const std::string_view> names);
+// The name itself; empty when none is so near.
+std::string closest_of(std::string_view given, const std::vector<std::string> &names);
 
 } // namespace yfw

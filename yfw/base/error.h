@@ -3,6 +3,7 @@
 
 #include "cerrno.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -26,29 +27,52 @@ enum class Reason : cerrno {
     not_served = 0x79663600U,
 };
 
-// A request that cannot be carried out: nothing of it is kept. path is an instance path, empty where there is none.
+// Where something stands in a text: both from 1, columns in characters; 0 where that is not known.
+struct Place {
+    std::size_t line = 0;
+    std::size_t column = 0;
+};
+
+// What is wrong with a request.
+struct Fault {
+    cerrno code = 0;
+    std::string path; // an instance path, empty where there is none
+    std::string reason;
+    std::string hint; // what to do about it, or empty
+    Place place;      // in the document
+
+    Fault(cerrno fault_code, std::string fault_path, std::string why)
+        : code(fault_code), path(std::move(fault_path)), reason(std::move(why)) {}
+    Fault(Reason fault_code, std::string fault_path, std::string why, Place where = {})
+        : Fault(static_cast<cerrno>(fault_code), std::move(fault_path), std::move(why)) {
+        place = where;
+    }
+};
+
+// A request that cannot be carried out: nothing of it is kept. It has one fault or, where the document can be read on
+// behind them, more; code, path and what() are the first one's.
 class Refused : public std::runtime_error {
   public:
-    Refused(cerrno code, std::string path, const std::string &reason)
-        : std::runtime_error(reason), code_(code), path_(std::move(path)) {}
-    Refused(Reason code, std::string path, const std::string &reason)
-        : Refused(static_cast<cerrno>(code), std::move(path), reason) {}
+    explicit Refused(std::vector<Fault> faults)
+        : std::runtime_error(faults.front().reason), faults_(std::move(faults)) {}
+    explicit Refused(Fault fault) : Refused(std::vector<Fault>{std::move(fault)}) {}
+    Refused(cerrno code, std::string path, const std::string &reason) : Refused(Fault(code, std::move(path), reason)) {}
+    Refused(Reason code, std::string path, const std::string &reason) : Refused(Fault(code, std::move(path), reason)) {}
 
     // With a line for each node that the reason is about.
     Refused(Reason code, std::string path, std::vector<std::string> lines, const std::string &reason)
-        : std::runtime_error(reason),
-          code_(static_cast<cerrno>(code)),
-          path_(std::move(path)),
-          lines_(std::move(lines)) {}
+        : Refused(Fault(code, std::move(path), reason)) {
+        lines_ = std::move(lines);
+    }
 
-    [[nodiscard]] cerrno code() const { return code_; }
+    [[nodiscard]] const std::vector<Fault> &faults() const { return faults_; }
+    [[nodiscard]] cerrno code() const { return faults_.front().code; }
+    [[nodiscard]] const std::string &path() const { return faults_.front().path; }
     // None where there is nothing more to say than path and reason do.
     [[nodiscard]] const std::vector<std::string> &lines() const { return lines_; }
-    [[nodiscard]] const std::string &path() const { return path_; }
 
   private:
-    cerrno code_;
-    std::string path_;
+    std::vector<Fault> faults_;
     std::vector<std::string> lines_;
 };
 

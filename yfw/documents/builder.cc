@@ -49,11 +49,45 @@ std::optional<DefaultOperation> default_operation_of(std::string_view name) {
 
 Builder::Builder(Arena &arena, const Schema &schema, const ReadOptions &options)
     : arena_(arena), schema_(schema), options_(options), habits_(schema.size()) {
-    levels_.push_back({new_root(arena, schema), nullptr, 0, 0, 0});
+    levels_.push_back({new_root(arena, schema), nullptr, 0, 0, 0, 0, nullptr});
 }
 
-void Builder::refuse(Reason code, const SchemaNode *child, const std::string &reason) const {
-    throw Refused(code, path_of(child), reason);
+void Builder::note_fault(Reason code, const Node *node, std::string_view below, const std::string &reason,
+                         const char *place) {
+    faults_.push_back({Fault(code, "", reason), place, node, std::string(below)});
+    if (faults_.size() == most_faults) {
+        throw Enough();
+    }
+}
+
+const std::vector<Builder::Found> &Builder::faults() {
+    for (Found &found : faults_) {
+        found.fault.path = found.below.empty() ? instance_path(found.node) : path_below(found.node, found.below);
+    }
+    return faults_;
+}
+
+void Builder::hand_up_faults(const Level &level) {
+    const Node *parent = level.node->up();
+    const std::size_t outer = path_below(parent, "").size();
+    for (auto found = faults_.begin() + static_cast<std::ptrdiff_t>(level.faults); found != faults_.end(); ++found) {
+        const std::string path =
+            found->below.empty() ? instance_path(found->node) : path_below(found->node, found->below);
+        found->node = parent;
+        found->below = path.substr(outer);
+    }
+}
+
+void Builder::complain(Reason code, const SchemaNode *child, const std::string &reason) {
+    note_fault(code, current(), child == nullptr ? "" : std::string_view(child->name), reason, place_);
+    if (const std::size_t level = child == nullptr ? 0 : level_of_key(*child); level != 0) {
+        levels_[level].has_faulty_key = true; // and not none
+    }
+}
+
+void Builder::refuse(Reason code, const SchemaNode *child, const std::string &reason) {
+    complain(code, child, reason);
+    throw Skip();
 }
 
 std::string Builder::path_of(const SchemaNode *child) const {
@@ -78,7 +112,7 @@ const SchemaNode *Builder::find(const QualifiedName &name) {
     return found;
 }
 
-const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName &name) const {
+const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName &name) {
     const SchemaNode *found = parent.child(name.local);
     if (found == nullptr || (name.qualifier.empty() ? found->module == parent.module : in_module(*found, name))) {
         return found;
@@ -130,7 +164,8 @@ const SchemaNode *Builder::only_published(const SchemaNode &parent, std::string_
 void Builder::unknown(const QualifiedName &name, std::string_view written) {
     const bool published = options_.published != nullptr && options_.published->has(current()->schema(), name);
     if (!published && !options_.skip_unknown) {
-        throw Refused(Reason::unknown_element, path_below(current(), written), why_unknown(name));
+        note_fault(Reason::unknown_element, current(), written, why_unknown(name), place_);
+        return;
     }
     unknown_.push_back({current(), std::string(published ? name.local : written), published});
 }
@@ -173,15 +208,17 @@ std::string Builder::meant(const QualifiedName &name) const {
 void Builder::unknown_annotation(const SchemaNode *of, std::string_view name) {
     const std::string text = (of == nullptr ? "@" : of->name + "/@") + std::string(name);
     if (!options_.skip_unknown) {
-        throw Refused(Reason::unknown_element, path_below(current(), text),
-                      "the only annotation that is known here is ietf-netconf:operation");
+        note_fault(Reason::unknown_element, current(), text,
+                   "the only annotation that is known here is ietf-netconf:operation", place_);
+        return;
     }
     unknown_.push_back({current(), text, false});
 }
 
 void Builder::enter(const SchemaNode &schema) {
     if (levels_.size() > max_depth) {
-        refuse(Reason::too_big, &schema, "the document is nested more than " + std::to_string(max_depth) + " levels");
+        throw Refused(Reason::too_big, path_of(&schema),
+                      "the document is nested more than " + std::to_string(max_depth) + " levels");
     }
     if (at_top() && options_.why_not != nullptr) {
         if (const std::string reason = options_.why_not(schema); !reason.empty()) {
@@ -198,7 +235,7 @@ void Builder::enter(const SchemaNode &schema) {
         node = add_child(arena_, current(), schema);
     }
     node->flags |= YFW_NODE_PRESENT;
-    levels_.push_back({node, nullptr, notes_.size(), valueless_.size(), unknown_.size()});
+    levels_.push_back({node, nullptr, notes_.size(), valueless_.size(), unknown_.size(), faults_.size(), place_});
 }
 
 void Builder::leave() {
@@ -207,6 +244,7 @@ void Builder::leave() {
         notes_.resize(level.notes);
         valueless_.resize(level.valueless);
         if (levels_.size() == dropped_level_) {
+            hand_up_faults(level);
             unlink(level.node);
             dropped_level_ = 0;
         }
@@ -218,13 +256,13 @@ void Builder::leave() {
             check_values(level);
         }
         if (level.node->schema().kind == NodeKind::list) {
-            finish_entry(level.node);
+            finish_entry(level);
         }
     }
     levels_.pop_back();
 }
 
-void Builder::refuse_second(const SchemaNode &repeating) const {
+void Builder::refuse_second(const SchemaNode &repeating) {
     if (entries(current(), repeating) != nullptr) {
         refuse(Reason::duplicate, &repeating, "the document has this member twice");
     }
@@ -299,7 +337,7 @@ Node *Builder::place_valueless(const SchemaNode &schema) {
     Node *node = schema.kind == NodeKind::leaf_list ? open_entry(arena_, current(), schema)
                                                     : ensure_child(arena_, current(), schema);
     node->flags |= YFW_NODE_PRESENT;
-    valueless_.push_back(node);
+    valueless_.push_back({node, place_});
     return node;
 }
 
@@ -315,19 +353,23 @@ bool Builder::is_published(const SchemaNode &leaf, std::string_view identity) co
            options_.published->has_identity(Schema::identity_bases(leaf), identity);
 }
 
-// A key of an entry, or its copy in the entry's config, takes the whole entry along.
-void Builder::unknown_identity(const SchemaNode &leaf, std::string_view value, bool published) {
+std::size_t Builder::level_of_key(const SchemaNode &leaf) const {
     if (leaf.is_key) {
-        drop_entry(levels_.size() - 1, leaf, value, published);
-        return;
+        return levels_.size() - 1;
     }
     const SchemaNode &holder = current()->schema();
-    if (holder.name == "config" && holder.parent->kind == NodeKind::list) {
-        const SchemaNode *key = holder.parent->child(leaf.name);
-        if (key != nullptr && key->is_key) {
-            drop_entry(levels_.size() - 2, *key, value, published);
-            return;
-        }
+    if (leaf.kind != NodeKind::leaf || holder.name != "config" || holder.parent->kind != NodeKind::list) {
+        return 0;
+    }
+    const SchemaNode *key = holder.parent->child(leaf.name);
+    return key != nullptr && key->is_key ? levels_.size() - 2 : 0;
+}
+
+// Of a key it takes the whole entry along.
+void Builder::unknown_identity(const SchemaNode &leaf, std::string_view value, bool published) {
+    if (const std::size_t level = level_of_key(leaf); level != 0) {
+        drop_entry(level, *levels_[level].node->schema().child(leaf.name), value, published);
+        return;
     }
     unknown_.push_back({current(), leaf.name, published});
 }
@@ -348,20 +390,21 @@ void Builder::drop_entry(std::size_t level, const SchemaNode &key, std::string_v
 std::uint32_t Builder::operation(const SchemaNode *of, std::string_view name) {
     has_operations_ = true;
     if (!options_.edit) {
-        refuse(Reason::unknown_operation, of, "data that is loaded as it stands carries no operations");
+        complain(Reason::unknown_operation, of, "data that is loaded as it stands carries no operations");
+        return YFW_OP_NONE;
     }
     const std::optional<std::uint32_t> code = operation_of(name);
     if (!code) {
-        refuse(Reason::unknown_operation, of,
-               "the operation is none of merge, create, replace, delete and remove: '" +
-                   std::string(name.substr(0, 30)) + '\'');
+        complain(Reason::unknown_operation, of,
+                 "the operation is none of merge, create, replace, delete and remove: '" +
+                     std::string(name.substr(0, 30)) + '\'');
     }
-    return *code;
+    return code.value_or(YFW_OP_NONE);
 }
 
 void Builder::set_level_operation(std::uint32_t operation) {
     if (current()->op_is_set()) {
-        refuse(Reason::duplicate, nullptr, "the document gives this node two operations");
+        complain(Reason::duplicate, nullptr, "the document gives this node two operations");
     }
     current()->set_operation(operation);
 }
@@ -379,7 +422,8 @@ void Builder::apply_notes(const Level &level) {
     const auto again = std::adjacent_find(
         first, notes_.end(), [](const Note &a, const Note &b) { return a.leaf == b.leaf && a.position == b.position; });
     if (again != notes_.end()) {
-        refuse(Reason::duplicate, again->leaf, "the document gives this node two operations");
+        note_fault(Reason::duplicate, level.node, again->leaf->name, "the document gives this node two operations",
+                   level.place);
     }
     const Note *before = nullptr;
     Node *value = nullptr; // at the position of the note before, null when there are not so many
@@ -394,30 +438,31 @@ void Builder::apply_notes(const Level &level) {
         } else {
             value = child(level.node, *note->leaf);
         }
-        apply_note(level.node, *note, value);
+        apply_note(level, *note, value);
     }
     notes_.resize(level.notes);
 }
 
-void Builder::apply_note(Node *parent, const Note &note, Node *node) {
+void Builder::apply_note(const Level &level, const Note &note, Node *node) {
     const bool deletes = note.operation == YFW_OP_DELETE || note.operation == YFW_OP_REMOVE;
     if (node == nullptr && deletes && note.leaf->kind == NodeKind::leaf) {
-        node = ensure_child(arena_, parent, *note.leaf);
+        node = ensure_child(arena_, level.node, *note.leaf);
         node->flags |= YFW_NODE_PRESENT;
-        valueless_.push_back(node);
+        valueless_.push_back({node, level.place});
     }
     if (node != nullptr) {
         node->set_operation(note.operation);
-    } else if (!options_.skip_unknown) {
-        refuse(Reason::invalid_value, note.leaf, "the document gives an operation to a value that it does not have");
+    } else if (!options_.skip_unknown && faults_.size() == level.faults) { // else the value may be there, and wrong
+        note_fault(Reason::invalid_value, level.node, note.leaf->name,
+                   "the document gives an operation to a value that it does not have", level.place);
     }
 }
 
 void Builder::check_values(const Level &level) {
     for (std::size_t i = level.valueless; i < valueless_.size(); ++i) {
-        Node *node = valueless_[i];
+        Node *node = valueless_[i].node;
         if (!node->is_delete()) {
-            throw Refused(Reason::invalid_value, instance_path(node), "the leaf has no value");
+            note_fault(Reason::invalid_value, node, "", "the leaf has no value", valueless_[i].place);
         }
         if (node->schema().type == BaseType::empty) {
             set_value(arena_, node, ""); // the only one it can have
@@ -426,7 +471,8 @@ void Builder::check_values(const Level &level) {
     valueless_.resize(level.valueless);
 }
 
-void Builder::finish_entry(Node *entry) {
+void Builder::finish_entry(const Level &level) {
+    Node *entry = level.node;
     const SchemaNode &list = entry->schema();
     if (list.keys.empty()) {
         return;
@@ -434,15 +480,22 @@ void Builder::finish_entry(Node *entry) {
     const SchemaNode *config_schema = list.child("config");
     const Node *config =
         config_schema == nullptr || config_schema->kind != NodeKind::container ? nullptr : child(entry, *config_schema);
+    bool is_whole = true;
     for (std::size_t key = 0; key < list.keys.size(); ++key) {
-        finish_key(entry, key, config);
+        is_whole = finish_key(level, key, config) && is_whole;
     }
-    if (complete_entry(arena_, entry, false) == nullptr) {
-        throw Refused(Reason::duplicate, instance_path(entry), "the document has this entry twice");
+    if (is_whole && complete_entry(arena_, entry, false) != nullptr) {
+        return;
     }
+    if (is_whole) {
+        note_fault(Reason::duplicate, entry, "", "the document has this entry twice", level.place);
+    }
+    hand_up_faults(level);
+    unlink(entry); // the others are still to be told apart
 }
 
-void Builder::finish_key(Node *entry, std::size_t key, const Node *config) {
+bool Builder::finish_key(const Level &level, std::size_t key, const Node *config) {
+    Node *entry = level.node;
     const SchemaNode &schema = *entry->schema().keys[key];
     const char *value = key_value(entry, key);
     const SchemaNode *copy_schema = config == nullptr ? nullptr : config->schema().child(schema.name);
@@ -455,14 +508,19 @@ void Builder::finish_key(Node *entry, std::size_t key, const Node *config) {
             leaf->name_space = copy->name_space;
             leaf->flags |= YFW_NODE_PRESENT;
         } else if (std::strcmp(value, copy->value) != 0) {
-            throw Refused(Reason::invalid_value, instance_path(copy),
-                          shown(*copy_schema, copy->value) + " differs from the entry's key, which is " +
-                              shown(schema, value));
+            note_fault(Reason::invalid_value, copy, "",
+                       shown(*copy_schema, copy->value) + " differs from the entry's key, which is " +
+                           shown(schema, value),
+                       level.place);
         }
     } else if (value == nullptr) {
-        throw Refused(Reason::missing_key, instance_path(entry),
-                      "the entry has no " + schema.name + ", which is its key");
+        if (!level.has_faulty_key) {
+            note_fault(Reason::missing_key, entry, "", "the entry has no " + schema.name + ", which is its key",
+                       level.place);
+        }
+        return false;
     }
+    return true;
 }
 
 Document Builder::finish() {

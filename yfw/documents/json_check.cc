@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <string>
 
 namespace yfw {
 
@@ -244,13 +245,13 @@ std::size_t json_number_length(std::string_view text) {
     return end;
 }
 
-std::string position_of(std::string_view text, std::size_t offset) {
+Place place_of(std::string_view text, std::size_t offset) {
     const std::string_view before = text.substr(0, offset);
     const auto line = std::count(before.begin(), before.end(), '\n') + 1;
     const std::string_view of_line = before.substr(before.rfind('\n') + 1); // npos + 1 is 0
     const auto column = std::count_if(of_line.begin(), of_line.end(),
                                       [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) != 0x80; });
-    return "line " + std::to_string(line) + ", column " + std::to_string(column + 1);
+    return {static_cast<std::size_t>(line), static_cast<std::size_t>(column) + 1};
 }
 
 } // namespace yfw

@@ -2,8 +2,9 @@
 // not look into: texts that are refused, and members that are skipped.
 #pragma once
 
+#include "base/error.h"
+
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 namespace yfw {
@@ -19,7 +20,7 @@ JsonCheck check_json(std::string_view text);
 // The length of the number that the text begins with, 0 when it begins with none.
 std::size_t json_number_length(std::string_view text);
 
-// "line 3, column 14", both from 1, columns in characters.
-std::string position_of(std::string_view text, std::size_t offset);
+// Of the character at that offset.
+Place place_of(std::string_view text, std::size_t offset);
 
 } // namespace yfw

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace yfw {
 
@@ -82,7 +83,7 @@ class JsonReader {
         if (check.fault == nullptr) {
             throw Refused(Reason::malformed_document, "", otherwise);
         }
-        throw Refused(Reason::malformed_document, "", position_of(text_, base + check.offset) + ": " + check.fault);
+        throw Refused(Fault(Reason::malformed_document, "", check.fault, place_of(text_, base + check.offset)));
     }
 
     template <typename Value>
@@ -96,18 +97,36 @@ class JsonReader {
         for (auto next : members) {
             ondemand::field member;
             take(next, member);
-            if (const SchemaNode *usual = usual_of(member); usual != nullptr) {
-                known(*usual, member.value());
-                continue;
+            builder_.stand_at(member.key().raw() - 1);
+            try {
+                this->member(member);
+            } catch (const Builder::Skip &) {
+                skipped();
             }
-            std::string_view name = name_of(member);
-            if (builder_.dropping()) {
-                skip(member.value());
-            } else if (name.starts_with('@')) {
-                name.remove_prefix(1);
-                annotation(name, member.value());
-            } else {
-                known_or_unknown(name, member.value());
+        }
+    }
+
+    void member(ondemand::field &member) {
+        if (const SchemaNode *usual = usual_of(member); usual != nullptr) {
+            known(*usual, member.value());
+            return;
+        }
+        std::string_view name = name_of(member);
+        if (builder_.dropping()) {
+            skip(member.value());
+        } else if (name.starts_with('@')) {
+            name.remove_prefix(1);
+            annotation(name, member.value());
+        } else {
+            known_or_unknown(name, member.value());
+        }
+    }
+
+    // What simdjson steps over it does not look into: from here on the text is known to be JSON.
+    void skipped() {
+        if (!std::exchange(is_checked_, true)) {
+            if (const JsonCheck check = check_json(text_); check.fault != nullptr) {
+                malformed(0, check, "");
             }
         }
     }
@@ -206,7 +225,12 @@ class JsonReader {
         for (auto next : elements) {
             ondemand::value element;
             take(next, element);
-            visit(element);
+            builder_.stand_at(element.raw_json_token().data());
+            try {
+                visit(element);
+            } catch (const Builder::Skip &) {
+                skipped();
+            }
         }
     }
 
@@ -334,8 +358,8 @@ class JsonReader {
         }
         const JsonCheck check = check_json(text);
         if (!builder_.options().skip_unknown && builder_.depth() + check.depth > Builder::max_depth) {
-            builder_.refuse(Reason::too_big, nullptr,
-                            "the document is nested more than " + std::to_string(Builder::max_depth) + " levels");
+            throw Refused(Reason::too_big, builder_.path_of(nullptr),
+                          "the document is nested more than " + std::to_string(Builder::max_depth) + " levels");
         }
         if (check.fault != nullptr) {
             malformed(static_cast<std::size_t>(text.data() - text_.data()), check, "");
@@ -415,6 +439,7 @@ class JsonReader {
     Builder &builder_;
     std::string &text_;
     ondemand::parser parser_;
+    bool is_checked_ = false;
 };
 
 } // namespace

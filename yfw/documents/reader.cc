@@ -1,10 +1,48 @@
 #include "documents/reader.h"
 
 #include "documents/builder.h"
+#include "documents/json_check.h"
 #include "documents/json_reader.h"
 #include "documents/xml_reader.h"
 
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
 namespace yfw {
+
+namespace {
+
+// What the builder was told is a place within what is faulty: it begins there in JSON, with its tag in XML.
+Place place_in(std::string_view text, Syntax syntax, const char *within) {
+    const auto offset = reinterpret_cast<std::uintptr_t>(within) - reinterpret_cast<std::uintptr_t>(text.data());
+    if (within == nullptr || offset >= text.size()) {
+        return {};
+    }
+    const auto begin = syntax == Syntax::xml ? text.rfind('<', offset) : offset;
+    return place_of(text, begin == std::string_view::npos ? offset : begin);
+}
+
+std::vector<Fault> all_faults(Builder &builder, std::string_view text, Syntax syntax, std::vector<Fault> last) {
+    std::vector<Fault> faults;
+    for (const Builder::Found &found : builder.faults()) {
+        faults.push_back(found.fault);
+        faults.back().place = place_in(text, syntax, found.place);
+    }
+    for (Fault &fault : last) {
+        if (fault.place.line == 0 && !fault.path.empty()) {
+            fault.place = place_in(text, syntax, builder.place());
+        }
+        faults.push_back(std::move(fault));
+    }
+    const auto key = [](const Fault &fault) {
+        return std::tuple(fault.place.line == 0, fault.place.line, fault.place.column);
+    };
+    std::stable_sort(faults.begin(), faults.end(), [&](const Fault &a, const Fault &b) { return key(a) < key(b); });
+    return faults;
+}
+
+} // namespace
 
 Document read_document(Arena &arena, const Schema &schema, std::string &text, Syntax syntax,
                        const ReadOptions &options) {
@@ -14,14 +52,25 @@ Document read_document(Arena &arena, const Schema &schema, std::string &text, Sy
                           std::to_string(options.max_size));
     }
     Builder builder(arena, schema, options);
-    if (syntax == Syntax::json) {
-        read_json(builder, text);
-        return builder.finish();
+    std::vector<Fault> last; // that nothing can be read behind
+    try {
+        std::optional<DefaultOperation> default_operation;
+        if (syntax == Syntax::json) {
+            read_json(builder, text);
+        } else {
+            default_operation = read_xml(builder, text);
+        }
+        Document document = builder.finish();
+        document.default_operation = default_operation;
+        if (builder.faults().empty()) {
+            return document;
+        }
+    } catch (const Refused &refused) {
+        last = refused.faults();
+    } catch (const Builder::Enough &) {
+        // what was found is told
     }
-    const std::optional<DefaultOperation> default_operation = read_xml(builder, text);
-    Document document = builder.finish();
-    document.default_operation = default_operation;
-    return document;
+    throw Refused(all_faults(builder, text, syntax, std::move(last)));
 }
 
 Syntax guess_syntax(std::string_view text) {

@@ -42,8 +42,11 @@ struct Document {
     std::vector<std::string> left_out;                 // likewise, of those that are published
 };
 
-// Throws Refused. The values are copied into the arena; the text, which may be reallocated with room behind its end, is
-// not needed afterwards.
+// Reading stops at this many faults.
+inline constexpr std::size_t most_faults = 20;
+
+// Throws Refused with all faults, in the order of the text. The values are copied into the arena; the text, which may
+// be reallocated with room behind its end, is not needed afterwards.
 Document read_document(Arena &arena, const Schema &schema, std::string &text, Syntax syntax,
                        const ReadOptions &options);
 

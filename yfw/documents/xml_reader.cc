@@ -167,19 +167,19 @@ class XmlReader {
 
     void open() {
         if (trimmed(text_).empty()) {
-            throw Refused(Reason::malformed_document, "", "line 1, column 1: the document is empty");
+            throw Refused(Fault(Reason::malformed_document, "", "the document is empty", {1, 1}));
         }
         if (text_.size() > INT_MAX) {
             throw Refused(Reason::too_big, "", "an XML document of more than 2 GiB cannot be read");
         }
         if (const auto zero = text_.find('\0'); zero != std::string_view::npos) {
-            throw Refused(Reason::malformed_document, "",
-                          position_of(text_, zero) + ": " + fault_reason(XML_ERR_INVALID_CHAR));
+            throw Refused(
+                Fault(Reason::malformed_document, "", fault_reason(XML_ERR_INVALID_CHAR), place_of(text_, zero)));
         }
         if (const auto crowded = find_crowded_tag(text_); crowded != std::string_view::npos) {
-            throw Refused(Reason::too_big, "",
-                          position_of(text_, crowded) + ": an element has more than " +
-                              std::to_string(most_attributes) + " attributes");
+            throw Refused(Fault(Reason::too_big, "",
+                                "an element has more than " + std::to_string(most_attributes) + " attributes",
+                                place_of(text_, crowded)));
         }
         context_.reset(xmlNewParserCtxt());
         if (!context_) {
@@ -219,16 +219,13 @@ class XmlReader {
         };
         calls.startDocument = [](void *self) { act(self, [](XmlReader &reader) { reader.check_encoding(); }); };
         calls.internalSubset = [](void *self, const xmlChar *, const xmlChar *, const xmlChar *) {
-            act(self, [](XmlReader &reader) {
-                throw Refused(Reason::malformed_document, "",
-                              reader.here() + ": a document type declaration is not allowed");
-            });
+            act(self, [](XmlReader &reader) { reader.malformed("", "a document type declaration is not allowed"); });
         };
         calls.startElementNs = [](void *self, const xmlChar *name, const xmlChar *, const xmlChar *uri, int spaces,
                                   const xmlChar **space, int attributes, int, const xmlChar **attribute) {
             act(self, [&](XmlReader &reader) {
                 reader.open_names(space, spaces);
-                reader.element({view(name), view(uri)}, {attribute, attributes});
+                reader.start({view(name), view(uri)}, {attribute, attributes});
             });
         };
         calls.endElementNs = [](void *self, const xmlChar *name, const xmlChar *, const xmlChar *) {
@@ -259,23 +256,23 @@ class XmlReader {
         if (error.code == XML_ERR_NO_MEMORY) {
             throw std::bad_alloc();
         }
-        throw Refused(Reason::malformed_document, "",
-                      "line " + std::to_string(std::max(error.line, 1)) + ", column " +
-                          std::to_string(std::max(error.int2, 1)) + ": " + fault_reason(error.code));
+        throw Refused(Fault(
+            Reason::malformed_document, "", fault_reason(error.code),
+            {static_cast<std::size_t>(std::max(error.line, 1)), static_cast<std::size_t>(std::max(error.int2, 1))}));
     }
 
     // UTF-8 is noted in another place.
     void check_encoding() {
         const std::string_view declared = view(context_->input->encoding);
         if (!declared.empty() && declared != "US-ASCII") {
-            throw Refused(Reason::malformed_document, "",
-                          here() + ": the encoding is " + std::string(declared.substr(0, 30)) +
-                              ", and only UTF-8 is read");
+            malformed("", "the encoding is " + std::string(declared.substr(0, 30)) + ", and only UTF-8 is read");
         }
     }
 
-    std::string here() {
-        return "line " + std::to_string(context_->input->line) + ", column " + std::to_string(context_->input->col);
+    [[noreturn]] void malformed(std::string path, const std::string &reason) const {
+        throw Refused(
+            Fault(Reason::malformed_document, std::move(path), reason,
+                  {static_cast<std::size_t>(context_->input->line), static_cast<std::size_t>(context_->input->col)}));
     }
 
     void open_names(const xmlChar **space, int count) {
@@ -299,8 +296,18 @@ class XmlReader {
         if (leaf_ != nullptr || inside() == Wrapper::option) {
             append_secret(value_, piece);
         } else if (piece.find_first_not_of(blanks) != std::string_view::npos) {
-            throw Refused(Reason::malformed_document, builder_.path_of(nullptr),
-                          here() + ": elements are expected, not text");
+            malformed(builder_.path_of(nullptr), "elements are expected, not text");
+        }
+    }
+
+    void start(const XmlName &name, const XmlAttributes &attributes) {
+        if (skipped_ == 0) {
+            builder_.stand_at(reinterpret_cast<const char *>(context_->input->cur));
+        }
+        try {
+            element(name, attributes);
+        } catch (const Builder::Skip &) {
+            skip_into();
         }
     }
 
@@ -310,6 +317,7 @@ class XmlReader {
             return;
         }
         if (leaf_ != nullptr) {
+            is_leaf_wrong_ = true;
             builder_.refuse(Reason::invalid_value, leaf_, "a value is expected here, not elements");
         }
         if (builder_.at_top() && inside() != Wrapper::data && wrapper(name, attributes)) {
@@ -326,6 +334,7 @@ class XmlReader {
             }
         } else {
             leaf_ = schema;
+            is_leaf_wrong_ = false;
             value_.clear();
             operation_ = operation_of(attributes, schema);
         }
@@ -371,7 +380,11 @@ class XmlReader {
                 builder_.unknown({name.local, name.name_space, QualifiedName::Kind::name_space}, name.local);
             }
         } else if (leaf_ != nullptr) {
-            end_leaf();
+            try {
+                end_leaf();
+            } catch (const Builder::Skip &) {
+                // the next one is read
+            }
         } else if (!builder_.at_top()) {
             builder_.leave();
         } else {
@@ -398,8 +411,8 @@ class XmlReader {
     void skip_into() {
         ++skipped_;
         if (builder_.depth() + skipped_ > Builder::max_depth) {
-            builder_.refuse(Reason::too_big, nullptr,
-                            "the document is nested more than " + std::to_string(Builder::max_depth) + " levels");
+            throw Refused(Reason::too_big, builder_.path_of(nullptr),
+                          "the document is nested more than " + std::to_string(Builder::max_depth) + " levels");
         }
     }
 
@@ -416,7 +429,7 @@ class XmlReader {
                 continue;
             }
             if (operation) {
-                builder_.refuse(Reason::duplicate, leaf, "the document gives this node two operations");
+                builder_.complain(Reason::duplicate, leaf, "the document gives this node two operations");
             }
             operation = builder_.operation(leaf, attributes[i].value);
         }
@@ -426,6 +439,9 @@ class XmlReader {
     void end_leaf() {
         const SchemaNode &schema = *leaf_;
         leaf_ = nullptr;
+        if (is_leaf_wrong_) {
+            return;
+        }
         std::string_view value = schema.type == BaseType::string || schema.type == BaseType::union_
                                      ? std::string_view(value_)
                                      : trimmed(value_);
@@ -484,6 +500,7 @@ class XmlReader {
     std::size_t skipped_ = 0;        // open elements that are read over
     std::optional<XmlName> unknown_; // the outermost of them, when it was not known
     const SchemaNode *leaf_ = nullptr;
+    bool is_leaf_wrong_ = false;             // which has been told
     std::optional<std::uint32_t> operation_; // of the open leaf
     std::string value_;
     std::string identity_;

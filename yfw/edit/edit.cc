@@ -150,10 +150,11 @@ void EditRun::run(bool is_plain) {
     }
     tell_left_out();
     if (options_.strict && !result_.not_mapped.empty()) {
-        throw Refused(Reason::not_mapped, result_.not_mapped.front(), result_.not_mapped,
-                      result_.not_mapped.size() == 1
-                          ? "the node is not mapped"
-                          : "the node and " + std::to_string(result_.not_mapped.size() - 1) + " more are not mapped");
+        const std::size_t more = result_.not_mapped.size() - 1;
+        throw StrictlyRefused(Refused(Reason::not_mapped, result_.not_mapped.front(), result_.not_mapped,
+                                      more == 0 ? "the node is not mapped"
+                                                : "the node and " + std::to_string(more) + " more are not mapped"),
+                              result_.told());
     }
 }
 
@@ -390,8 +391,9 @@ void EditRun::verify() {
         for (const Deviation &deviation : result_.deviations) {
             told.push_back(deviation.text());
         }
-        throw Refused(Reason::constraint, result_.deviations.front().path, std::move(told),
-                      "what is read back is not what the edit says");
+        throw StrictlyRefused(Refused(Reason::constraint, result_.deviations.front().path, std::move(told),
+                                      "what is read back is not what the edit says"),
+                              result_.told());
     }
 }
 

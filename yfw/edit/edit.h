@@ -2,6 +2,7 @@
 // and the comparison of what came of it.
 #pragma once
 
+#include "base/error.h"
 #include "base/note.h"
 #include "documents/reader.h"
 #include "read/ground.h"
@@ -9,6 +10,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace yfw {
@@ -32,8 +34,26 @@ struct Deviation {
     }
 };
 
+// What an edit tells beside its result.
+struct Told {
+    std::vector<std::string> not_mapped; // instance paths of nodes that came to nothing
+    std::vector<Note> notes;             // why, and what the edit brought about beside what it says
+    std::vector<std::string> unknown;    // with skip_unknown: nodes outside the models
+    std::vector<Deviation> deviations;   // with verify
+};
+
+// The refusal of an edit that would not do all that it says.
+class StrictlyRefused : public Refused {
+  public:
+    StrictlyRefused(Refused refused, Told told) : Refused(std::move(refused)), told_(std::move(told)) {}
+    [[nodiscard]] const Told &told() const { return told_; }
+
+  private:
+    Told told_;
+};
+
 // A translated edit. What it holds lives as long as it does, and no longer than the engine.
-struct EditResult {
+struct EditResult : Told {
     EditResult() = default;
     EditResult(EditResult &&) = default;
     EditResult &operator=(EditResult &&) = delete;
@@ -44,15 +64,12 @@ struct EditResult {
     }
 
     std::vector<std::unique_ptr<Request>> requests;
-    std::vector<std::string> left_out;   // instance paths of published nodes that the models lack, until the end
-    std::vector<std::string> not_mapped; // the same of nodes that came to nothing; then of both, each the topmost
-    std::vector<Note> notes;             // why, and what the edit brought about beside what it says
-    std::vector<std::string> unknown;    // with skip_unknown: nodes outside the models
-    std::vector<Deviation> deviations;   // with verify
+    std::vector<std::string> left_out; // instance paths of published nodes that the models lack, until the end
     DefaultOperation default_operation = DefaultOperation::merge;
     const Node *edit = nullptr; // the native edit, all rounds in one
 
     [[nodiscard]] const Node *native() const { return edit; }
+    [[nodiscard]] const Told &told() const { return *this; }
 };
 
 // Carries out an edit: result.requests holds one, whose source is the document and whose default operation result has.

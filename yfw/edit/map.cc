@@ -110,7 +110,9 @@ cerrno Walker::call(Node *node, const Binding &binding) {
     }
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
         const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
-        throw Refused(code, path, explanation_->reason(code, [&] { caller_.call(node, binding); }));
+        Fault fault(code, path, explanation_->reason(code, [&] { caller_.call(node, binding); }));
+        fault.hint = mapping_.description().hint(fault.reason);
+        throw Refused(std::move(fault));
     }
     return code;
 }

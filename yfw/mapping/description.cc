@@ -132,7 +132,23 @@ MappingNote read_note(const lyd_node *node) {
     return note;
 }
 
+MappingAdvice read_advice(const lyd_node *node) {
+    MappingAdvice advice;
+    const lyd_node *leaf = nullptr;
+    LY_LIST_FOR(lyd_child(node), leaf) {
+        (std::string_view(leaf->schema->name) == "text" ? advice.text : advice.hint) = lyd_get_value(leaf);
+    }
+    return advice;
+}
+
 } // namespace
+
+std::string MappingDescription::hint(std::string_view reason) const {
+    const auto found = std::find_if(advice.begin(), advice.end(), [reason](const MappingAdvice &row) {
+        return reason.find(row.text) != std::string_view::npos;
+    });
+    return found == advice.end() ? std::string() : found->hint;
+}
 
 const char *service_name(Service service) {
     return services.at(static_cast<std::size_t>(service)).second.data();
@@ -174,6 +190,8 @@ MappingDescription read_mapping(const std::filesystem::path &file) {
             description.helpers.push_back(read_helper(node));
         } else if (name == "note") {
             description.notes.push_back(read_note(node));
+        } else if (name == "advice") {
+            description.advice.push_back(read_advice(node));
         } else {
             description.revision = lyd_get_value(node);
         }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace yfw {
@@ -46,12 +47,22 @@ struct MappingNote {
     std::vector<std::string> paths;
 };
 
+// What a client may do about a refusal whose reason has the text in it.
+struct MappingAdvice {
+    std::string text;
+    std::string hint;
+};
+
 struct MappingDescription {
     std::string revision; // a date, or empty
     std::vector<MappingEntry> entries;
     std::vector<MappingWhen> conditions;
     std::vector<MappingHelper> helpers;
     std::vector<MappingNote> notes;
+    std::vector<MappingAdvice> advice;
+
+    // The first advice that there is for a reason, empty for none.
+    [[nodiscard]] std::string hint(std::string_view reason) const;
 };
 
 // The word of the description's "served" leaf.

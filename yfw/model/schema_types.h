@@ -8,6 +8,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace yfw {
@@ -17,6 +18,15 @@ const lysc_type *type_of(const lysc_node *node);
 BaseType base_type(const lysc_type *type);
 // Whether the type or one of a union's is that of IPv6 addresses: such types come as plain strings with patterns.
 bool takes_addresses(const lysc_type *type);
+
+// Whether a string type's patterns take a value: as the type itself would say it, without a copy in libyang's
+// dictionary.
+bool patterns_take(const lysc_type *type, std::string_view value);
+void collect_identities(const lysc_ident *identity, std::unordered_map<std::string, const lys_module *> &into);
+
+// What values a type takes, for a message: "a number from 0 to 255", "one of a, b". given: the one that it does not
+// take.
+std::string taken_words(const lysc_type *type, std::string_view given);
 
 struct Schema::RememberedValue {
     const lysc_type *type = nullptr;

@@ -7,7 +7,6 @@
 #include <libyang/plugins_types.h>
 
 #include <algorithm>
-#include <set>
 
 namespace yfw {
 
@@ -36,15 +35,6 @@ bool is_plain_string(const lysc_type *type) {
     return text->length == nullptr && text->patterns == nullptr;
 }
 
-// As the type itself would say it, without a copy in libyang's dictionary.
-bool patterns_take(const lysc_type *type, std::string_view value) {
-    ly_err_item *error = nullptr;
-    const LY_ERR result = lyplg_type_validate_patterns(reinterpret_cast<const lysc_type_str *>(type)->patterns,
-                                                       value.data(), value.size(), &error);
-    ly_err_free(error);
-    return result == LY_SUCCESS;
-}
-
 bool has_only_patterns(const lysc_type *type) {
     return type->basetype == LY_TYPE_STRING && type->plugin->store == lyplg_type_store_string &&
            reinterpret_cast<const lysc_type_str *>(type)->length == nullptr;
@@ -59,14 +49,6 @@ bool is_number_in_blanks(const lysc_type *type, std::string_view value) {
     return is_number && !value.empty() &&
            (blanks.find(value.front()) != std::string_view::npos ||
             blanks.find(value.back()) != std::string_view::npos);
-}
-
-void collect_identities(const lysc_ident *identity, std::unordered_map<std::string, const lys_module *> &into) {
-    LY_ARRAY_COUNT_TYPE i = 0;
-    LY_ARRAY_FOR(identity->derived, i) {
-        into.emplace(identity->derived[i]->name, identity->derived[i]->module);
-        collect_identities(identity->derived[i], into);
-    }
 }
 
 // libyang's form of a decimal has no zeros at the end but one behind the point.
@@ -113,7 +95,7 @@ bool store_takes(const ly_ctx *context, const SchemaNode &leaf, const lysc_type 
         }
         type->plugin->free(context, &storage);
     } else if (reason != nullptr) {
-        *reason = error != nullptr && error->msg != nullptr ? error->msg : "the value is not of the leaf's type";
+        *reason = taken_words(type, value) + " is expected";
     }
     ly_err_free(error);
     return taken;
@@ -131,6 +113,22 @@ bool because(std::string *reason, Text text) {
 }
 
 } // namespace
+
+bool patterns_take(const lysc_type *type, std::string_view value) {
+    ly_err_item *error = nullptr;
+    const LY_ERR result = lyplg_type_validate_patterns(reinterpret_cast<const lysc_type_str *>(type)->patterns,
+                                                       value.data(), value.size(), &error);
+    ly_err_free(error);
+    return result == LY_SUCCESS;
+}
+
+void collect_identities(const lysc_ident *identity, std::unordered_map<std::string, const lys_module *> &into) {
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(identity->derived, i) {
+        into.emplace(identity->derived[i]->name, identity->derived[i]->module);
+        collect_identities(identity->derived[i], into);
+    }
+}
 
 BaseType base_type(const lysc_type *type) {
     switch (type->basetype) {
@@ -205,6 +203,7 @@ const lys_module *Schema::Accepted::identity(const lysc_type *type, std::string_
     }
     return found->second;
 }
+
 bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string *reason,
                      std::string *canonical) const {
     if (canonical != nullptr) {
@@ -218,8 +217,12 @@ bool Schema::accepts(const SchemaNode &leaf, std::string_view value, std::string
     }
     const lysc_type *type = type_of(leaf.compiled);
     if (leaf.type == BaseType::identityref) {
-        return accepted_->identity(type, value) != nullptr ||
-               because(reason, [] { return "no identity of that name is known here"; });
+        return accepted_->identity(type, value) != nullptr || because(reason, [&] {
+                   const std::string bare(value.substr(value.find(':') + 1));
+                   const lys_module *module = accepted_->identity(type, bare);
+                   return module == nullptr ? taken_words(type, value) + " is expected"
+                                            : bare + " is an identity of the module " + module->name;
+               });
     }
     if (value.size() > leaf.most_bytes) {
         return because(reason, [&] { return "it has more than " + std::to_string(leaf.most_bytes) + " bytes"; });
@@ -251,7 +254,7 @@ bool Schema::accepts_new(const SchemaNode &leaf, std::string_view value, Accepte
     std::string form;
     const bool taken = leaf.type == BaseType::union_
                            ? union_takes(leaf, type, value, form) ||
-                                 because(reason, [] { return "none of the leaf's types takes the value"; })
+                                 because(reason, [&] { return taken_words(type, value) + " is expected"; })
                            : store_takes(context_.get(), leaf, type, value, reason, &form);
     if (!taken) {
         return false;
@@ -314,89 +317,6 @@ const Module *Schema::identity_module(const SchemaNode &leaf, std::string_view i
         }
     }
     return found == nullptr ? nullptr : module(found->name);
-}
-
-namespace {
-
-const char *identity_base(const lysc_type *type) {
-    return reinterpret_cast<const lysc_type_identityref *>(type)->bases[0]->name;
-}
-
-void collect_names(const lysc_type *type, std::set<std::string> &identities, std::vector<std::string> &into) {
-    LY_ARRAY_COUNT_TYPE i = 0;
-    if (type->basetype == LY_TYPE_BOOL) {
-        into.insert(into.end(), {"true", "false"});
-    } else if (type->basetype == LY_TYPE_ENUM) {
-        const lysc_type_bitenum_item *items = reinterpret_cast<const lysc_type_enum *>(type)->enums;
-        LY_ARRAY_FOR(items, i) {
-            into.emplace_back(items[i].name);
-        }
-    } else if (type->basetype == LY_TYPE_IDENT) {
-        const auto *reference = reinterpret_cast<const lysc_type_identityref *>(type);
-        std::unordered_map<std::string, const lys_module *> found;
-        LY_ARRAY_FOR(reference->bases, i) {
-            collect_identities(reference->bases[i], found);
-        }
-        for (const auto &[name, module] : found) {
-            identities.insert(name);
-        }
-    } else if (type->basetype == LY_TYPE_UNION) {
-        const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
-        LY_ARRAY_FOR(members, i) {
-            collect_names(members[i], identities, into);
-        }
-    }
-}
-
-std::string type_text(const lysc_type *type) {
-    if (type->basetype == LY_TYPE_IDENT) {
-        return std::string("identity of ") + identity_base(type);
-    }
-    if (type->basetype == LY_TYPE_UNION) {
-        std::string text;
-        const auto *members = reinterpret_cast<const lysc_type_union *>(type)->types;
-        LY_ARRAY_COUNT_TYPE i = 0;
-        LY_ARRAY_FOR(members, i) {
-            const std::string member = type_text(members[i]);
-            if (text != member && !text.ends_with(" or " + member)) {
-                text += (text.empty() ? "" : " or ") + member;
-            }
-        }
-        return text;
-    }
-    constexpr std::array names{
-        "unknown", "binary",  "uint8",     "uint16", "uint32",      "uint64",      "string",
-        "bits",    "boolean", "decimal64", "empty",  "enumeration", "identityref", "instance-identifier",
-        "leafref", "union",   "int8",      "int16",  "int32",       "int64"};
-    static_assert(names.size() == LY_DATA_TYPE_COUNT);
-    return names.at(type->basetype);
-}
-
-} // namespace
-
-std::string Schema::type_name(const SchemaNode &leaf) {
-    return type_text(type_of(leaf.compiled));
-}
-
-std::vector<std::string> Schema::named_values(const SchemaNode &leaf) {
-    std::vector<std::string> values;
-    std::set<std::string> identities;
-    collect_names(type_of(leaf.compiled), identities, values);
-    values.insert(values.end(), identities.begin(), identities.end());
-    return values;
-}
-
-std::vector<std::string> Schema::identity_bases(const SchemaNode &leaf) {
-    std::vector<std::string> names;
-    const lysc_type *type = type_of(leaf.compiled);
-    if (type->basetype == LY_TYPE_IDENT) {
-        const auto *bases = reinterpret_cast<const lysc_type_identityref *>(type)->bases;
-        LY_ARRAY_COUNT_TYPE i = 0;
-        LY_ARRAY_FOR(bases, i) {
-            names.push_back(std::string(bases[i]->module->name) + ':' + bases[i]->name);
-        }
-    }
-    return names;
 }
 
 bool Schema::is_number(const SchemaNode &leaf, std::string_view value) const {

@@ -49,11 +49,6 @@ std::string why_not_taken(const Schema &schema, const SchemaNode &leaf, std::str
     if (leaf.secret || schema.accepts(leaf, value, &reason) || reason.empty()) {
         return shown(leaf, value) + " is not of this leaf's type";
     }
-    if (value.size() > longest_shown) {
-        if (const auto at = reason.find(value); at != std::string::npos) {
-            reason.replace(at, value.size(), shortened(value));
-        }
-    }
     return shown(leaf, value) + " is not of this leaf's type: " + reason;
 }
 

@@ -118,8 +118,9 @@ bool Walker::serve(Node *node, const Binding *binding) {
     }
     if (code != 0 && code != OCBGP_SKIP_SUBTREE) {
         const std::string path = request_.error_path.empty() ? instance_path(node) : request_.error_path;
-        unanswered_.emplace_back(node,
-                                 Refused(code, path, explanation.reason(code, [&] { caller_.call(node, *binding); })));
+        Fault fault(code, path, explanation.reason(code, [&] { caller_.call(node, *binding); }));
+        fault.hint = mapping_.description().hint(fault.reason);
+        unanswered_.emplace_back(node, Refused(std::move(fault)));
     }
     return code == 0;
 }
