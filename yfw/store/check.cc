@@ -10,7 +10,8 @@ namespace {
 
 class Checker {
   public:
-    Checker(const Transaction &transaction, const Schema &schema) : transaction_(transaction), schema_(schema) {}
+    Checker(const Transaction &transaction, const Schema &schema)
+        : transaction_(transaction), schema_(schema), history_(transaction) {}
 
     StoreCheck run() {
         Cursor cursor(transaction_);
@@ -19,6 +20,10 @@ class Checker {
             if (cursor.key().starts_with(root_key)) {
                 ++result_.entries;
                 entry(cursor.key(), cursor.bytes());
+            } else if (cursor.key().starts_with('h')) {
+                if (const std::string fault = history_.check(cursor.key(), cursor.bytes()); !fault.empty()) {
+                    problem("", fault);
+                }
             } else if (std::string_view("fkn").find(cursor.key().substr(0, 1)) == std::string_view::npos) {
                 problem("", "a record of an unknown kind");
             }
@@ -97,6 +102,7 @@ class Checker {
 
     const Transaction &transaction_;
     const Schema &schema_;
+    HistoryChecker history_;
     StoreCheck result_;
 };
 
