@@ -4,6 +4,7 @@
 #include "boundary/log.h"
 #include "boundary/request.h"
 #include "boundary/system_database.h"
+#include "changes/changes.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
 #include "edit/edit.h"
@@ -58,6 +59,17 @@ class Engine {
         [[nodiscard]] const Node *openconfig() const { return request->destination(); }
     };
     ReadResult read(const std::vector<std::string> &paths, bool state, const Transaction &transaction) const;
+
+    // What differs from one state of the store to another in the records of these keys, which are in their order. What
+    // it holds lives no longer than the engine.
+    enum class View : std::uint8_t { openconfig, native };
+    struct DifferenceResult {
+        std::unique_ptr<Request> before;
+        std::unique_ptr<Request> after;
+        std::vector<Change> changes;
+    };
+    DifferenceResult difference(const std::vector<std::string> &keys, const Transaction &before,
+                                const Transaction &after, View view) const;
 
     // Puts a document's native configuration, or operational data, in the place of what the transaction holds under the
     // same top-level nodes. The text is wiped and empty once it is read. Throws Refused.

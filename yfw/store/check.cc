@@ -31,6 +31,15 @@ class Checker {
         return std::move(result_);
     }
 
+    std::vector<std::string> run(const std::vector<std::string> &keys) {
+        for (const std::string &key : keys) {
+            if (const auto bytes = transaction_.record(key)) {
+                entry(key, *bytes);
+            }
+        }
+        return std::move(result_.problems);
+    }
+
   private:
     void problem(const std::string &path, const std::string &what) {
         result_.problems.push_back((path.empty() ? "/" : path) + ": " + what);
@@ -110,6 +119,11 @@ class Checker {
 
 StoreCheck check_records(const Transaction &transaction, const Schema &schema) {
     return Checker(transaction, schema).run();
+}
+
+std::vector<std::string> check_entries(const Transaction &transaction, const Schema &schema,
+                                       const std::vector<std::string> &keys) {
+    return Checker(transaction, schema).run(keys);
 }
 
 } // namespace yfw

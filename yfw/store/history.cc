@@ -1,6 +1,7 @@
 #include "store/history.h"
 
 #include "base/error.h"
+#include "store/check.h"
 #include "store/store.h"
 
 #include <algorithm>
@@ -386,7 +387,7 @@ std::vector<std::string> touched_between(const Transaction &transaction, std::ui
     return keys.sorted();
 }
 
-void restore(Transaction &transaction, std::uint64_t number) {
+void restore(Transaction &transaction, const Schema &schema, std::uint64_t number) {
     for (const auto &[key, image] : images_after(transaction, number)) {
         const auto stored = transaction.record(key);
         if (!image || (key == root_key && image->empty())) {
@@ -394,6 +395,12 @@ void restore(Transaction &transaction, std::uint64_t number) {
         } else if (stored != *image) {
             transaction.put(key, *image);
         }
+    }
+    const std::vector<std::string> problems = check_entries(transaction, schema, transaction.touched());
+    if (!problems.empty()) {
+        throw Refused(Reason::invalid_value, "",
+                      "what was stored after commit " + std::to_string(number) +
+                          " is nothing that the models in use take: " + problems.front());
     }
 }
 

@@ -14,6 +14,7 @@
 
 namespace yfw {
 
+class Schema;
 class Transaction;
 struct SchemaNode;
 
@@ -56,7 +57,7 @@ enum class RecordChange : std::uint8_t { added, changed, removed };
 struct HistoryEntry {
     // Of how many records of one list, or of those that lie in none (null), each change was.
     struct Count {
-        const SchemaNode *list;
+        const SchemaNode *list = nullptr;
         std::size_t added = 0;
         std::size_t changed = 0;
         std::size_t removed = 0;
@@ -81,8 +82,9 @@ Images images_after(const Transaction &transaction, std::uint64_t number);
 // The keys of the records that the commits between two states touched. Both must be known.
 std::vector<std::string> touched_between(const Transaction &transaction, std::uint64_t one, std::uint64_t other);
 
-// Makes the configuration what it was after a commit. Throws Refused.
-void restore(Transaction &transaction, std::uint64_t number);
+// Makes the configuration what it was after a commit. Throws Refused, also when the models in use do not take it; then
+// the transaction is to be given up.
+void restore(Transaction &transaction, const Schema &schema, std::uint64_t number);
 
 // Looks at the history's records, one after the other, and says what is wrong with them.
 class HistoryChecker {
