@@ -252,9 +252,8 @@ Engine::DifferenceResult Engine::difference(const std::vector<std::string> &keys
                                             const Transaction &after, View view) const {
     const bool as_openconfig = view == View::openconfig;
     stage("comparing");
-    DifferenceResult result{read_records(ground(), keys, before, as_openconfig),
-                            read_records(ground(), keys, after, as_openconfig),
-                            {}};
+    DifferenceResult result{
+        read_records(ground(), keys, before, as_openconfig), read_records(ground(), keys, after, as_openconfig), {}};
     result.changes = as_openconfig ? changes(result.before->destination(), result.after->destination())
                                    : changes(result.before->source(), result.after->source());
     return result;

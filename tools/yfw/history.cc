@@ -50,10 +50,7 @@ CommitNote commit_note(const std::string &comment) {
     const uid_t user = ::getuid();
     const char *behind = user == 0 ? std::getenv("SUDO_USER") : nullptr; // who became root
     const passwd *known = behind == nullptr ? ::getpwuid(user) : nullptr;
-    return {behind != nullptr  ? behind
-            : known != nullptr ? known->pw_name
-                               : std::to_string(user),
-            "command", comment};
+    return {behind != nullptr ? behind : known != nullptr ? known->pw_name : std::to_string(user), "command", comment};
 }
 
 void tell(const StoreKey &key) {
@@ -90,7 +87,8 @@ std::string summary(const HistoryEntry &entry) {
     std::string text;
     for (const auto &[name, count] : lists) {
         text += (text.empty() ? "" : ", ") + name;
-        for (const auto &[mark, number] : {std::pair{" +", count.added}, {" ~", count.changed}, {" -", count.removed}}) {
+        for (const auto &[mark, number] :
+             {std::pair{" +", count.added}, {" ~", count.changed}, {" -", count.removed}}) {
             text += number == 0 ? "" : mark + std::to_string(number);
         }
     }
@@ -182,10 +180,9 @@ void add_log(CLI::App &app, const Globals &globals, int *) {
     auto form = std::make_shared<DifferenceOutput::Form>(DifferenceOutput::Form::text);
     CLI::App *command = app.add_subcommand("log", "Show the commits that are kept, the newest first");
     command->add_option("-n", *most, "No more than this")->type_name("N");
-    add_choice<DifferenceOutput::Form>(
-        *command, "-o,--output", *form,
-        {{"text", DifferenceOutput::Form::text}, {"json", DifferenceOutput::Form::json}},
-        "The form of the list: text or json");
+    add_choice<DifferenceOutput::Form>(*command, "-o,--output", *form,
+                                       {{"text", DifferenceOutput::Form::text}, {"json", DifferenceOutput::Form::json}},
+                                       "The form of the list: text or json");
     command->callback([&globals, most, form] { print_log(globals, *most, *form); });
 }
 
