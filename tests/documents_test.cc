@@ -191,8 +191,11 @@ TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
     expect_in_bgp({
         {R"("global":{"asn":{}})", "unknown-element BGP/global/asn: the models have no such node"},
         {"<global><asn/></global>", "unknown-element BGP/global/asn: the models have no such node"},
-        {R"("foo:global":{})", "unknown-element BGP/foo:global: the models have no such node"},
-        {"<global xmlns='urn:x:foo'/>", "unknown-element BGP/global: the models have no such node"},
+        {R"("foo:global":{})",
+         "unknown-element BGP/foo:global: the models have no such node: openconfig-network-instance:global is probably "
+         "meant"},
+        {"<global xmlns='urn:x:foo'/>", "unknown-element BGP/global: the models have no such node: "
+                                        "openconfig-network-instance:global is probably meant"},
         {R"("global":{"graceful-restart":{"config":{"enabled":"yes"}}})",
          "invalid-value BGP/global/graceful-restart/config/enabled: 'yes' is not of this leaf's type: Invalid boolean "
          "value \"yes\"."},

@@ -1,12 +1,20 @@
 #!/usr/bin/env bash
-# A program outside the repository is compiled and linked against what is installed, and runs on it.
-#   installed_test.sh BUILD-DIRECTORY COMPILER [FLAGS OF THE BUILD...]
+# What is installed works: a program outside the repository is compiled and linked against it and runs on it, and the
+# command does its job. A directory of packages is unpacked instead.
+#   installed_test.sh BUILD-DIRECTORY|PACKAGES COMPILER [FLAGS OF THE BUILD...]
 set -euo pipefail
-build=$1 compiler=$2
+from=$1 compiler=$2
+examples=$(cd "$(dirname "${BASH_SOURCE[0]}")/../examples" && pwd)
 shift 2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
-cmake --install "$build" --prefix "$scratch/usr" >"$scratch/log"
+if compgen -G "$from/*.deb" >/dev/null; then
+    for package in "$from"/*.deb; do
+        dpkg-deb -x "$package" "$scratch"
+    done
+else
+    cmake --install "$from" --prefix "$scratch/usr" >"$scratch/log"
+fi
 cat >"$scratch/program.cc" <<'CC'
 #include <engine.h>
 #include <error.h>
@@ -31,8 +39,12 @@ int main(int, char **argv) {
 }
 CC
 pc=$(dirname "$(find "$scratch/usr" -name yfw.pc)")
-read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --define-prefix --cflags --libs yfw)
+read -ra flags < <(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs yfw)
 "$compiler" -std=c++20 "$@" "$scratch/program.cc" "${flags[@]}" -o "$scratch/program"
 LD_LIBRARY_PATH=$(dirname "$pc") "$scratch/program" "$scratch/usr" "$(find "$scratch/usr" -name libocni_bgp_map.so)"
 # The command finds what belongs to it.
-"$scratch/usr/bin/yfw" --db "$scratch/db" sysdb
+yfw=("$scratch/usr/bin/yfw" --db "$scratch/db")
+"${yfw[@]}" edit "$examples/01-first-edits/first.json" >"$scratch/native"
+"${yfw[@]}" get --native | diff "$scratch/native" -
+read_back=$("${yfw[@]}" get /network-instances/network-instance/protocols/protocol/bgp/global/config/as)
+[[ $read_back == *'"as": 65000'* ]]

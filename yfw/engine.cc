@@ -14,6 +14,7 @@
 #include "read/cut.h"
 #include "read/records.h"
 #include "read/state.h"
+#include "vnos_platform.h"
 
 #include <algorithm>
 #include <array>
@@ -90,7 +91,8 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
       schema_(files.models),
       plugin_(files.plugin),
       mapping_(description.get(), schema_, plugin_, bgp_companion),
-      bgp_(schema_) {
+      bgp_(schema_),
+      published_(files.models) {
     for (const std::string_view path : native_roots) {
         if (schema_.find(path) == nullptr) {
             throw Unusable("the models lack the native configuration's " + std::string(path));
@@ -125,10 +127,12 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
     reading.why_not = why_not_edited;
+    reading.published = &published_;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
+    result.left_out = std::move(document.left_out);
     result.default_operation = document.default_operation.value_or(options.default_operation);
     stage("translating");
     run_edit(ground, options, !document.has_operations, transaction, result);
@@ -259,7 +263,40 @@ Engine::DifferenceResult Engine::difference(const std::vector<std::string> &keys
     return result;
 }
 
-void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) const {
+namespace {
+
+std::optional<std::string> own_password(const Node *leaf) {
+    constexpr int own_cipher = 7;
+    char *clear = pw_decrypt(own_cipher, leaf->value);
+    if (clear == nullptr) {
+        throw Refused(Reason::constraint, instance_path(leaf),
+                      "the password was enciphered with another key than this store's, which cannot read it: load it "
+                      "without passwords (--drop-passwords), or move the other store with yfw export and import");
+    }
+    vnos_named_free(clear);
+    return leaf->value;
+}
+
+void take_passwords(Arena &arena, Node *node, const Engine::LoadOptions &options) {
+    Node *next = nullptr;
+    for (Node *below = node->first(); below != nullptr; below = next) {
+        next = below->next(); // it may be taken out
+        if (below->schema().is_inner()) {
+            take_passwords(arena, below, options);
+        } else if (below->schema().secret && below->schema().config && below->value != nullptr) {
+            const auto kept = options.password ? options.password(below) : own_password(below);
+            if (kept) {
+                set_value(arena, below, *kept);
+            } else {
+                unlink(below);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void Engine::load(std::string &text, Syntax syntax, Transaction &transaction, const LoadOptions &options) const {
     Request request(schema_, YFW_KIND_EDIT, log_, &pool_);
     stage("reading");
     ReadOptions reading;
@@ -267,6 +304,12 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction) co
     reading.why_not = why_not_loaded;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
+    take_passwords(request.arena(), document.root, options);
+    for (const std::string_view path : native_roots) {
+        if (options.everything) {
+            ensure_child(request.arena(), document.root, *schema_.find(path))->flags |= YFW_NODE_PRESENT;
+        }
+    }
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
         top->set_operation(YFW_OP_REPLACE);
     }

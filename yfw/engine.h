@@ -5,6 +5,7 @@
 #include "boundary/request.h"
 #include "boundary/system_database.h"
 #include "changes/changes.h"
+#include "documents/published.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
 #include "edit/edit.h"
@@ -71,9 +72,19 @@ class Engine {
     DifferenceResult difference(const std::vector<std::string> &keys, const Transaction &before,
                                 const Transaction &after, View view) const;
 
+    struct LoadOptions {
+        // Takes each password, enciphered as the document has it, and gives back the one to be kept, or none for a
+        // leaf that is to be left out; may throw Refused. Without it a password is kept when the key in force
+        // deciphers it, and refused otherwise.
+        std::function<std::optional<std::string>(const Node *leaf)> password;
+        bool everything = false; // what configuration the document does not have goes, too
+    };
     // Puts a document's native configuration, or operational data, in the place of what the transaction holds under the
     // same top-level nodes. The text is wiped and empty once it is read. Throws Refused.
-    void load(std::string &text, Syntax syntax, Transaction &transaction) const;
+    void load(std::string &text, Syntax syntax, Transaction &transaction, const LoadOptions &options) const;
+    void load(std::string &text, Syntax syntax, Transaction &transaction) const {
+        load(text, syntax, transaction, LoadOptions());
+    }
 
     // Reports what the engine is about, for a person who waits: "reading", "translating", "applying".
     std::function<void(const char *)> on_stage;
@@ -103,6 +114,7 @@ class Engine {
     Mapping mapping_;
     BgpRules bgp_;
     std::vector<ItemRule> rules_; // of the system database
+    PublishedNames published_;
     mutable ChunkPool pool_;
 };
 

@@ -95,6 +95,8 @@ void add_load(CLI::App &app, const Globals &globals, int *exit_code);
 void add_get(CLI::App &app, const Globals &globals, int *exit_code);
 void add_sysdb(CLI::App &app, const Globals &globals, int *exit_code);
 void add_check(CLI::App &app, const Globals &globals, int *exit_code);
+void add_export(CLI::App &app, const Globals &globals, int *exit_code);
+void add_import(CLI::App &app, const Globals &globals, int *exit_code);
 void add_map(CLI::App &app, const Globals &globals, int *exit_code);
 void add_diff(CLI::App &app, const Globals &globals, int *exit_code);
 void add_log(CLI::App &app, const Globals &globals, int *exit_code);

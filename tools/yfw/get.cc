@@ -4,6 +4,9 @@
 #include "base/text.h"
 #include "bgp/roots.h"
 #include "model/instance_path.h"
+#include "read/cut.h"
+
+#include <optional>
 
 namespace yfw::tool {
 
@@ -13,9 +16,24 @@ struct Arguments {
     bool native = false;
     bool paths = false;
     bool state = false;
+    bool show_passwords = false;
+    std::optional<std::size_t> depth;
     Output output;
     std::vector<std::string> wanted;
 };
+
+// Takes out what lies deeper below the wanted nodes than was asked for.
+void limit(Node *found, const Session &session, const Arguments &arguments) {
+    if (!arguments.depth) {
+        return;
+    }
+    Arena arena;
+    Node *wanted = new_root(arena, session.schema());
+    for (const std::string &path : arguments.wanted) {
+        add_instance_path(arena, session.schema(), wanted, path);
+    }
+    limit_depth(found, arguments.wanted.empty() ? nullptr : wanted, *arguments.depth);
+}
 
 void print_native(Session &session, const Arguments &arguments) {
     const Store store = session.open(Access::read);
@@ -34,6 +52,7 @@ void print_native(Session &session, const Arguments &arguments) {
     }
     Node *found = new_root(arena, session.schema());
     transaction.fetch(arena, wanted, found);
+    limit(found, session, arguments);
     Sink sink(stdout);
     write_document(sink, session.schema(), found, arguments.output.options());
 }
@@ -43,8 +62,17 @@ void print_openconfig(Session &session, const Arguments &arguments, const Transa
     for (const std::string &note : result.notes) {
         Messages().line("note", note);
     }
+    limit(result.request->destination(), session, arguments);
+    std::size_t hidden = 0;
+    WriteOptions writing = arguments.output.options();
+    writing.hide_secrets = !arguments.show_passwords;
+    writing.hidden = &hidden;
     Sink sink(stdout);
-    write_document(sink, session.schema(), result.openconfig(), arguments.output.options());
+    write_document(sink, session.schema(), result.openconfig(), writing);
+    if (hidden != 0) {
+        Messages().line("note", std::to_string(hidden) + (hidden == 1 ? " password is" : " passwords are") +
+                                    " not shown: --show-passwords shows them");
+    }
 }
 
 // One line for each innermost node.
@@ -93,10 +121,15 @@ void add_get(CLI::App &app, const Globals &globals, int *) {
     command->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches")
         ->excludes(native);
     command->add_flag("--state", arguments->state, "State too")->excludes(native);
+    command->add_flag("--show-passwords", arguments->show_passwords, "Passwords in clear, in place of asterisks")
+        ->excludes(native);
+    command->add_option("--depth", arguments->depth, "Only so many levels below the paths; a list entry is one")
+        ->type_name("LEVELS")
+        ->check(CLI::Range(0, 1000).description(""));
     add_output_options(*command, arguments->output);
     command->add_option("PATH", arguments->wanted,
-                        "Instance paths such as /network-instances/network-instance[name=DEFAULT]; keys and prefixes "
-                        "may be left out");
+                        "Instance paths such as /network-instances/network-instance[name=DEFAULT]; prefixes and keys "
+                        "may be left out, and a key may be *");
     command->callback([&globals, arguments] { run(globals, *arguments); });
 }
 

@@ -6,12 +6,15 @@ namespace yfw::tool {
 void add_load(CLI::App &app, const Globals &globals, int *) {
     auto files = std::make_shared<std::vector<std::string>>();
     auto comment = std::make_shared<std::string>();
+    auto drops = std::make_shared<bool>(false);
     CLI::App *command =
         app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
     add_comment_option(*command, *comment);
-    command->callback([&globals, files, comment] {
+    command->add_flag("--drop-passwords", *drops,
+                      "Leave passwords out, such as those that another store's key enciphered");
+    command->callback([&globals, files, drops, comment] {
         Session session(globals);
         session.show_progress();
         const Store store = session.open(Access::write);
@@ -19,7 +22,12 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
             Transaction transaction = store.begin(Access::write);
-            session.engine().load(text.get(), syntax, transaction);
+            const StoreKey key(transaction, KeyUse::read);
+            Engine::LoadOptions options;
+            if (*drops) {
+                options.password = [](const Node *) { return std::nullopt; };
+            }
+            session.engine().load(text.get(), syntax, transaction, options);
             transaction.commit(commit_note(*comment));
         });
     });

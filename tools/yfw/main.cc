@@ -103,6 +103,8 @@ int run(int argc, char **argv) {
     yfw::tool::add_get(app, globals, &exit_code);
     yfw::tool::add_sysdb(app, globals, &exit_code);
     yfw::tool::add_check(app, globals, &exit_code);
+    yfw::tool::add_export(app, globals, &exit_code);
+    yfw::tool::add_import(app, globals, &exit_code);
     yfw::tool::add_map(app, globals, &exit_code);
     try {
         app.parse(argc, argv);

@@ -11,6 +11,10 @@ namespace yfw::tool {
 
 namespace {
 
+void print_service(Sink &sink, const MappingEntry &entry) {
+    sink.put(entry.path + "\n    " + service_name(entry.served) + (entry.name.empty() ? "" : " ") + entry.name + '\n');
+}
+
 void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const Transaction &transaction) {
     const Binding *binding = engine.mapping().find(node);
     if (binding == nullptr) {
@@ -20,7 +24,7 @@ void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const 
         return;
     }
     const MappingEntry &entry = *binding->entry;
-    sink.put(node.path + "\n    " + service_name(entry.served) + (entry.name.empty() ? "" : " ") + entry.name + '\n');
+    print_service(sink, entry);
     if (!node.is_inner() && entry.served != Service::key) {
         for (const std::string &path : Sampler::fetched(engine, node, transaction)) {
             sink.put("    -> " + path + '\n');
@@ -52,13 +56,21 @@ void run(const Globals &globals, const std::string &path) {
     const Schema &schema = session.schema();
     Sink sink(stdout);
     bool any = false;
+    const auto is_wanted = [&path](const std::string &node) { return node == path || node.starts_with(path + "/"); };
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
-        const bool wanted = path.empty() ? node.path.starts_with("/network-instances") && node.config
-                                         : node.path == path || node.path.starts_with(path + "/");
+        const bool wanted =
+            path.empty() ? node.path.starts_with("/network-instances") && node.config : is_wanted(node.path);
         if (wanted) {
             any = true;
             print_node(sink, session.engine(), node, transaction);
+        }
+    }
+    for (const MappingEntry *entry : session.engine().mapping().absent()) {
+        if (is_wanted(entry->path)) { // all of them when path is empty
+            any = true;
+            print_service(sink, *entry);
+            sink.put("    not in the models in use\n");
         }
     }
     if (!any) {

@@ -1,7 +1,11 @@
 #include "documents/builder.h"
 
+#include "base/closest.h"
+#include "documents/published.h"
+
 #include <algorithm>
 #include <array>
+#include <unordered_set>
 #include <utility>
 
 namespace yfw {
@@ -90,7 +94,15 @@ const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName
         }
         other = candidate;
     }
-    if (!name.qualifier.empty() || (other != nullptr && options_.skip_unknown)) {
+    if (!name.qualifier.empty()) {
+        return nullptr;
+    }
+    if (other != nullptr && options_.published != nullptr) {
+        if (const SchemaNode *one = only_published(parent, name.local); one != nullptr) {
+            return one;
+        }
+    }
+    if (other != nullptr && options_.skip_unknown) {
         return nullptr;
     }
     if (other != nullptr) {
@@ -101,11 +113,61 @@ const SchemaNode *Builder::resolve(const SchemaNode &parent, const QualifiedName
     return found;
 }
 
-void Builder::unknown(std::string_view name) {
-    if (!options_.skip_unknown) {
-        throw Refused(Reason::unknown_element, path_below(current(), name), "the models have no such node");
+// Of several children of that name.
+const SchemaNode *Builder::only_published(const SchemaNode &parent, std::string_view name) const {
+    const SchemaNode *only = nullptr;
+    for (const SchemaNode *child : parent.children) {
+        if (child->name == name && options_.published->has(parent, {name, child->module->name})) {
+            if (only != nullptr) {
+                return nullptr;
+            }
+            only = child;
+        }
     }
-    unknown_.push_back({current(), std::string(name)});
+    return only;
+}
+
+void Builder::unknown(const QualifiedName &name, std::string_view written) {
+    const bool published = options_.published != nullptr && options_.published->has(current()->schema(), name);
+    if (!published && !options_.skip_unknown) {
+        throw Refused(Reason::unknown_element, path_below(current(), written), why_unknown(name));
+    }
+    unknown_.push_back({current(), std::string(published ? name.local : written), published});
+}
+
+std::string Builder::why_unknown(const QualifiedName &name) const {
+    std::string reason = "the models have no such node";
+    if (const std::string other = meant(name); !other.empty()) {
+        reason += ": " + other + " is probably meant";
+    }
+    const std::string missing = options_.published == nullptr ? "" : options_.published->missing();
+    return missing.empty()
+               ? reason
+               : reason + "; whether published ones have it is not known, for their index " + missing + " is missing";
+}
+
+// Of what may be written at that place; empty when nothing is like it.
+std::string Builder::meant(const QualifiedName &name) const {
+    const SchemaNode &parent = current()->schema();
+    std::vector<QualifiedName> known;
+    for (const SchemaNode *child : parent.children) {
+        if (!at_top() || options_.why_not == nullptr || options_.why_not(*child).empty()) {
+            known.push_back({child->name, child->module->name});
+        }
+    }
+    if (options_.published != nullptr) {
+        const std::vector<QualifiedName> more = options_.published->children(parent);
+        known.insert(known.end(), more.begin(), more.end());
+    }
+    std::vector<std::string_view> names(known.size());
+    std::transform(known.begin(), known.end(), names.begin(), [](const QualifiedName &one) { return one.local; });
+    const std::size_t found = closest(name.local, names);
+    if (found == names.size()) {
+        return {};
+    }
+    // Only the module is another.
+    const bool is_same = known[found].local == name.local;
+    return std::string(is_same ? known[found].qualifier : "") + (is_same ? ":" : "") + std::string(known[found].local);
 }
 
 void Builder::unknown_annotation(const SchemaNode *of, std::string_view name) {
@@ -114,7 +176,7 @@ void Builder::unknown_annotation(const SchemaNode *of, std::string_view name) {
         throw Refused(Reason::unknown_element, path_below(current(), text),
                       "the only annotation that is known here is ietf-netconf:operation");
     }
-    unknown_.push_back({current(), text});
+    unknown_.push_back({current(), text, false});
 }
 
 void Builder::enter(const SchemaNode &schema) {
@@ -178,10 +240,15 @@ Node *Builder::leaf(const SchemaNode &schema, std::string_view value, Form form)
     if (form == Form::boolean && schema.type != BaseType::boolean && schema.type != BaseType::union_) {
         refuse(Reason::invalid_value, &schema, shown(schema, value) + " is a boolean, and the leaf's type is not");
     }
+    if (schema.secret && value == hidden_value) {
+        refuse(Reason::invalid_value, &schema,
+               "asterisks stand in place of a password that is not shown: give the password, or leave the leaf out");
+    }
     const TakenValue *taken = take(schema, value);
     if (taken == nullptr) {
-        if (options_.skip_unknown && schema.type == BaseType::identityref) {
-            unknown_identity(schema, value);
+        const bool published = is_published(schema, value);
+        if (published || (options_.skip_unknown && schema.type == BaseType::identityref)) {
+            unknown_identity(schema, value, published);
             return nullptr;
         }
         refuse(Reason::invalid_value, &schema, why_not_taken(schema_, schema, value));
@@ -236,30 +303,45 @@ Node *Builder::place_valueless(const SchemaNode &schema) {
     return node;
 }
 
+std::string_view Builder::module_of_namespace(std::string_view uri) const {
+    const Module *module = schema_.module_of_namespace(uri);
+    return module != nullptr               ? std::string_view(module->name)
+           : options_.published == nullptr ? std::string_view()
+                                           : options_.published->module_of_namespace(uri);
+}
+
+bool Builder::is_published(const SchemaNode &leaf, std::string_view identity) const {
+    return options_.published != nullptr && leaf.type == BaseType::identityref &&
+           options_.published->has_identity(Schema::identity_bases(leaf), identity);
+}
+
 // A key of an entry, or its copy in the entry's config, takes the whole entry along.
-void Builder::unknown_identity(const SchemaNode &leaf, std::string_view value) {
+void Builder::unknown_identity(const SchemaNode &leaf, std::string_view value, bool published) {
     if (leaf.is_key) {
-        drop_entry(levels_.size() - 1, leaf, value);
+        drop_entry(levels_.size() - 1, leaf, value, published);
         return;
     }
     const SchemaNode &holder = current()->schema();
     if (holder.name == "config" && holder.parent->kind == NodeKind::list) {
         const SchemaNode *key = holder.parent->child(leaf.name);
         if (key != nullptr && key->is_key) {
-            drop_entry(levels_.size() - 2, *key, value);
+            drop_entry(levels_.size() - 2, *key, value, published);
             return;
         }
     }
-    unknown(leaf.name);
+    unknown_.push_back({current(), leaf.name, published});
 }
 
-void Builder::drop_entry(std::size_t level, const SchemaNode &key, std::string_view value) {
+void Builder::drop_entry(std::size_t level, const SchemaNode &key, std::string_view value, bool published) {
     Node *entry = levels_[level].node;
+    if (published) {
+        value.remove_prefix(value.find(':') + 1); // as paths show identities; npos + 1 is 0
+    }
     if (child(entry, key) == nullptr) {
         set_value(arena_, ensure_child(arena_, entry, key), value);
     }
     unknown_.resize(levels_[level].unknown);
-    unknown_.push_back({nullptr, instance_path(entry)});
+    unknown_.push_back({nullptr, instance_path(entry), published});
     dropped_level_ = level + 1;
 }
 
@@ -389,13 +471,11 @@ Document Builder::finish() {
     check_values(levels_.front());
     document.root = levels_.front().node;
     document.has_operations = has_operations_;
-    document.unknown.reserve(unknown_.size());
+    std::unordered_set<std::string> told; // XML names a list once an entry, and a leaf may have an annotation
     for (const Unknown &node : unknown_) {
-        const bool is_entry = node.parent == nullptr;
-        std::string path = is_entry ? node.name : path_below(node.parent, node.name);
-        // XML names a list once an entry.
-        if (is_entry || document.unknown.empty() || document.unknown.back() != path) {
-            document.unknown.push_back(std::move(path));
+        std::string path = node.parent == nullptr ? node.name : path_below(node.parent, node.name);
+        if (told.insert(path).second) {
+            (node.published ? document.left_out : document.unknown).push_back(std::move(path));
         }
     }
     return document;

@@ -3,6 +3,7 @@
 
 #include "base/arena.h"
 #include "base/error.h"
+#include "documents/qualified_name.h"
 #include "documents/reader.h"
 #include "model/schema.h"
 #include "model/tree.h"
@@ -16,15 +17,6 @@
 #include <vector>
 
 namespace yfw {
-
-// A member's or element's name. The qualifier is empty for a bare one.
-struct QualifiedName {
-    enum class Kind : std::uint8_t { module, name_space };
-
-    std::string_view local;
-    std::string_view qualifier;
-    Kind kind = Kind::module;
-};
 
 // How a value stands in the document; none for a leaf that is named without one.
 enum class Form : std::uint8_t { text, boolean, none };
@@ -41,8 +33,9 @@ class Builder {
     // place.
     [[nodiscard]] const SchemaNode *usual() { return habitual(); }
     void follow(const SchemaNode &child) { levels_.back().last = &child; }
-    // A child that find does not know: noted when unknown nodes are skipped, else refused.
-    void unknown(std::string_view name);
+    // A child that find does not know, or with an annotation's '@' before it: noted when it is published or unknown
+    // nodes are skipped, else refused.
+    void unknown(const QualifiedName &name, std::string_view written);
     void unknown_annotation(const SchemaNode *of, std::string_view name);
 
     // Opens a container or a new list entry; leave closes it.
@@ -58,6 +51,9 @@ class Builder {
     void set_level_operation(std::uint32_t operation);
     // An operation on a leaf, or on the value of a leaf-list at that position, which may be still to come.
     void note_operation(const SchemaNode &leaf, std::uint32_t position, std::uint32_t operation);
+
+    // The name of the module, ours or published, with that namespace, or empty.
+    [[nodiscard]] std::string_view module_of_namespace(std::string_view uri) const;
 
     // Whether the current level belongs to an entry that is being skipped: the rest of it need not be read.
     [[nodiscard]] bool dropping() const { return dropped_level_ != 0; }
@@ -100,6 +96,7 @@ class Builder {
     struct Unknown {
         const Node *parent; // null: name is the whole path
         std::string name;
+        bool published;
     };
 
     // What usually comes at this place.
@@ -113,8 +110,12 @@ class Builder {
     [[nodiscard]] Node *current() const { return levels_.back().node; }
     Node *place(const SchemaNode &schema, std::string_view value);
     Node *place_valueless(const SchemaNode &schema);
-    void unknown_identity(const SchemaNode &leaf, std::string_view value);
-    void drop_entry(std::size_t level, const SchemaNode &key, std::string_view value);
+    [[nodiscard]] const SchemaNode *only_published(const SchemaNode &parent, std::string_view name) const;
+    [[nodiscard]] std::string why_unknown(const QualifiedName &name) const;
+    [[nodiscard]] std::string meant(const QualifiedName &name) const;
+    [[nodiscard]] bool is_published(const SchemaNode &leaf, std::string_view identity) const;
+    void unknown_identity(const SchemaNode &leaf, std::string_view value, bool published);
+    void drop_entry(std::size_t level, const SchemaNode &key, std::string_view value, bool published);
     void apply_notes(const Level &level);
     void apply_note(Node *parent, const Note &note, Node *node);
     void check_values(const Level &level);

@@ -153,7 +153,7 @@ class JsonReader {
         if (schema == nullptr) {
             const std::string copy(name); // its place may be unescaped into again
             skip(value);
-            builder_.unknown(copy);
+            builder_.unknown(qualified(copy), copy);
             return;
         }
         known(*schema, value);
@@ -354,7 +354,7 @@ class JsonReader {
         if (schema == nullptr) {
             const std::string copy = '@' + std::string(name);
             skip(value);
-            builder_.unknown(copy);
+            builder_.unknown(qualified(std::string_view(copy).substr(1)), copy);
         } else if (schema->is_inner()) {
             builder_.refuse(Reason::invalid_value, schema,
                             "the annotation of a container or list entry stands inside it, as \"@\"");

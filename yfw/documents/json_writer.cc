@@ -63,8 +63,8 @@ class JsonWriter {
             sink_.put("[null]");
         } else if (text == nullptr) {
             sink_.put("null");
-        } else if (leaf.secret && options_.hide_secrets) {
-            write_json_text(sink_, hidden_value);
+        } else if (leaf.secret) {
+            write_json_text(sink_, written_value(leaf, text, options_));
         } else if (is_bare(leaf, text)) {
             sink_.put(text);
         } else if (leaf.type == BaseType::integer) {

@@ -14,7 +14,12 @@
 
 namespace yfw {
 
+class PublishedNames;
+
 enum class Syntax : std::uint8_t { json, xml };
+
+// What stands in place of a password that is hidden. An edit does not take it for one.
+inline constexpr std::string_view hidden_value = "********";
 
 // What applies to nodes without an operation of their own.
 enum class DefaultOperation : std::uint8_t { merge, replace, none };
@@ -24,6 +29,8 @@ struct ReadOptions {
     bool edit = true;          // nodes may carry operations, and a deleted leaf needs no value
     // Why a top-level node may not be in the document, empty for one that may. Null: all may.
     std::string (*why_not)(const SchemaNode &top) = nullptr;
+    // Nodes outside the models that these have are left out. Null: there are none.
+    const PublishedNames *published = nullptr;
     std::size_t max_size = std::size_t{1} << 30U;
 };
 
@@ -32,6 +39,7 @@ struct Document {
     bool has_operations = false;                       // some node has one of its own
     std::optional<DefaultOperation> default_operation; // what an <edit-config> around the data asks for
     std::vector<std::string> unknown;                  // paths of the topmost nodes that were skipped
+    std::vector<std::string> left_out;                 // likewise, of those that are published
 };
 
 // Throws Refused. The values are copied into the arena; the text, which may be reallocated with room behind its end, is

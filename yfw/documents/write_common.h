@@ -11,7 +11,16 @@ namespace yfw {
 void write_json(Sink &sink, const Schema &schema, const Node *root, const WriteOptions &options);
 void write_xml(Sink &sink, const Schema &schema, const Node *root, const WriteOptions &options);
 
-inline constexpr std::string_view hidden_value = "********";
+// The value to be written: of a password that is to be hidden, none that says it.
+inline std::string_view written_value(const SchemaNode &leaf, std::string_view value, const WriteOptions &options) {
+    if (!leaf.secret || !options.hide_secrets) {
+        return value;
+    }
+    if (options.hidden != nullptr) {
+        ++*options.hidden;
+    }
+    return hidden_value;
+}
 
 // The name of the operation that is to be written with the node, empty for none.
 std::string_view written_operation(const Node *node, const WriteOptions &options);

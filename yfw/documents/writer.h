@@ -6,6 +6,8 @@
 #include "model/schema.h"
 #include "model/tree.h"
 
+#include <cstddef>
+
 namespace yfw {
 
 struct WriteOptions {
@@ -13,7 +15,8 @@ struct WriteOptions {
     bool operations = false;     // as ietf-netconf's operation annotation
     bool explicit_merge = false; // annotate nodes too whose operation was set to none, which is merge
     bool pretty = false;
-    bool hide_secrets = false; // asterisks in place of passwords
+    bool hide_secrets = false;     // hidden_value in place of passwords
+    std::size_t *hidden = nullptr; // counts those, when given
 };
 
 // Ends with a line break, and with the sink flushed.

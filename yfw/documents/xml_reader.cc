@@ -317,11 +317,8 @@ class XmlReader {
         }
         const SchemaNode *schema = builder_.find({name.local, name.name_space, QualifiedName::Kind::name_space});
         if (schema == nullptr) {
-            unknown_ = name.local;
+            unknown_ = name;
             skip_into();
-            if (builder_.options().skip_unknown) {
-                builder_.unknown(unknown_);
-            }
         } else if (schema->is_inner()) {
             builder_.enter(*schema);
             if (const auto operation = operation_of(attributes, nullptr)) {
@@ -369,12 +366,9 @@ class XmlReader {
 
     void end(std::string_view element) {
         if (skipped_ != 0) {
-            if (--skipped_ == 0 && !unknown_.empty()) {
-                const std::string name = std::move(unknown_);
-                unknown_.clear();
-                if (!builder_.options().skip_unknown) {
-                    builder_.unknown(name); // refuses it, now that it is not too deep
-                }
+            if (--skipped_ == 0 && unknown_) { // now that it is not too deep
+                const XmlName name = *std::exchange(unknown_, std::nullopt);
+                builder_.unknown({name.local, name.name_space, QualifiedName::Kind::name_space}, name.local);
             }
         } else if (leaf_ != nullptr) {
             end_leaf();
@@ -455,13 +449,13 @@ class XmlReader {
         const auto declared = std::find_if(prefixes_.rbegin(), prefixes_.rend(), [&](const Prefix &prefix) {
             return prefix.prefix == value.substr(0, colon);
         });
-        const Module *module = declared == prefixes_.rend() || colon == 0
-                                   ? nullptr
-                                   : builder_.schema().module_of_namespace(declared->name_space);
-        if (module == nullptr) {
+        const std::string_view module = declared == prefixes_.rend() || colon == 0
+                                            ? std::string_view()
+                                            : builder_.module_of_namespace(declared->name_space);
+        if (module.empty()) {
             return value;
         }
-        identity_ = module->name;
+        identity_ = module;
         identity_ += value.substr(colon);
         return schema.type == BaseType::identityref || builder_.schema().identity_module(schema, identity_) != nullptr
                    ? std::string_view(identity_)
@@ -487,8 +481,8 @@ class XmlReader {
     bool wrapped_data_ = false;
     std::optional<DefaultOperation> default_operation_;
 
-    std::size_t skipped_ = 0; // open elements that are read over
-    std::string unknown_;     // the outermost of them, when it was not known
+    std::size_t skipped_ = 0;        // open elements that are read over
+    std::optional<XmlName> unknown_; // the outermost of them, when it was not known
     const SchemaNode *leaf_ = nullptr;
     std::optional<std::uint32_t> operation_; // of the open leaf
     std::string value_;

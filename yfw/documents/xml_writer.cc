@@ -102,7 +102,7 @@ class XmlWriter {
         } else {
             sink_.put('>');
         }
-        escaped(leaf.secret && options_.hide_secrets ? hidden_value : std::string_view(text));
+        escaped(written_value(leaf, text, options_));
     }
 
     // For text and for attributes in double quotes.

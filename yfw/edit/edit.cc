@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <optional>
 #include <span>
+#include <string_view>
+#include <unordered_set>
 #include <utility>
 
 namespace yfw {
@@ -54,6 +56,7 @@ class EditRun {
     bool mend(const Comparison &comparison);
     void report(const Comparison &comparison);
     void not_mapped(const LeftAlone &left);
+    void tell_left_out();
     void verify();
     void verify_nodes(std::span<const Node *const> nodes);
     MapResult map_round(Request &request, Round round, Node *source);
@@ -147,6 +150,7 @@ void EditRun::run(bool is_plain) {
     if (options_.verify && sets_ != nullptr) {
         verify();
     }
+    tell_left_out();
     if (options_.strict && !result_.not_mapped.empty()) {
         throw Refused(Reason::not_mapped, result_.not_mapped.front(), result_.not_mapped,
                       result_.not_mapped.size() == 1
@@ -197,6 +201,22 @@ void EditRun::not_mapped(const LeftAlone &left) {
             unlink(expected);
         }
     }
+}
+
+// What lies in a node that is told of is not told again.
+void EditRun::tell_left_out() {
+    const std::unordered_set<std::string_view> told(result_.not_mapped.begin(), result_.not_mapped.end());
+    std::erase_if(result_.left_out, [&told](std::string_view path) {
+        for (auto end = path.find('/', 1); end != std::string_view::npos; end = path.find('/', end + 1)) {
+            if (told.contains(path.substr(0, end))) {
+                return true;
+            }
+        }
+        return false;
+    });
+    result_.not_mapped.insert(result_.not_mapped.begin(), std::move_iterator(result_.left_out.begin()),
+                              std::move_iterator(result_.left_out.end()));
+    result_.left_out.clear();
 }
 
 // Once more what came to nothing, now that the rest is there, with the stored partner of a leaf that goes with one.

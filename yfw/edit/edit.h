@@ -44,7 +44,8 @@ struct EditResult {
     }
 
     std::vector<std::unique_ptr<Request>> requests;
-    std::vector<std::string> not_mapped; // instance paths of nodes that came to nothing
+    std::vector<std::string> left_out;   // instance paths of published nodes that the models lack, until the end
+    std::vector<std::string> not_mapped; // the same of nodes that came to nothing; then of both, each the topmost
     std::vector<Note> notes;             // why, and what the edit brought about beside what it says
     std::vector<std::string> unknown;    // with skip_unknown: nodes outside the models
     std::vector<Deviation> deviations;   // with verify

@@ -94,6 +94,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.hint = value;
         } else if (name == "covered") {
             entry.covered = value == "true";
+        } else if (name == "may-be-absent") {
+            entry.may_be_absent = value == "true";
         }
     }
     return entry;

@@ -26,6 +26,7 @@ struct MappingEntry {
     bool one_value = false;                 // natively a leaf-list has one value
     std::string hint;                       // why an edit may write nothing
     bool covered = false;                   // deletes of an outer node take it along
+    bool may_be_absent = false;             // the models in use may lack the node
 };
 
 // A node whose when-condition the plug-in has a handler for.

@@ -54,7 +54,7 @@ const char *meaning(cerrno code) {
     case YFW_ERR_NO_MEMORY:
         return "memory is short";
     case YFW_ERR_UNKNOWN_PATH:
-        return "the mapping wrote a path that no native model has";
+        return "the mapping wrote a path that the models in use lack";
     default:
         return "the mapping failed";
     }

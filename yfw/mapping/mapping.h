@@ -92,6 +92,8 @@ class Mapping {
         return binding != nullptr && binding->entry->unset_value && value != nullptr &&
                *binding->entry->unset_value == value;
     }
+    // The entries whose nodes the models in use lack, as the description says that they may.
+    [[nodiscard]] const std::vector<const MappingEntry *> &absent() const { return absent_; }
     [[nodiscard]] const MappingDescription &description() const { return description_; }
     [[nodiscard]] const Schema &schema() const { return schema_; }
     [[nodiscard]] const Companion &companion() const { return companion_; }
@@ -105,6 +107,7 @@ class Mapping {
     const Schema &schema_;
     const Companion &companion_;
     std::vector<std::unique_ptr<Binding>> bindings_;
+    std::vector<const MappingEntry *> absent_;
     std::vector<const Binding *> by_node_;
     std::vector<WhenHandler> when_;
     std::vector<bool> when_below_;

@@ -74,7 +74,7 @@ class PathAdder {
     }
 
     void add_value(const SchemaNode &schema, const PathStep &step) {
-        if (step.predicates.empty()) {
+        if (step.predicates.empty() || step.predicates.front().any) {
             node_ = open_entry(arena_, node_, schema);
             return;
         }
@@ -95,6 +95,9 @@ class PathAdder {
             }
             if (is_given[key->ordinal]) {
                 refuse(Reason::duplicate, std::string(step.name) + '/' + key->name, "the path gives this key twice");
+            }
+            if (predicate.any) {
+                continue;
             }
             is_given[key->ordinal] = true;
             keys[key->ordinal] = value_of(*key, step, predicate.value);

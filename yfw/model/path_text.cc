@@ -14,10 +14,13 @@ std::string_view trimmed(std::string_view text) {
 
 // What cannot stand bare is not all that is quoted: a path is read by people, too.
 bool needs_quotes(std::string_view value) {
-    return value.empty() || std::any_of(value.begin(), value.end(), [](char character) {
-               return static_cast<unsigned char>(character) <= ' ' ||
-                      std::string_view("[]'\"/").find(character) != std::string_view::npos;
-           });
+    return value.empty() ||
+           std::any_of(value.begin(), value.end(),
+                       [](char character) {
+                           return static_cast<unsigned char>(character) <= ' ' ||
+                                  std::string_view("[]'\"/").find(character) != std::string_view::npos;
+                       }) ||
+           value == "*";
 }
 
 } // namespace
@@ -77,6 +80,7 @@ bool PathParser::predicate(PathPredicate &result) {
     skip_blanks();
     if (!rest_.starts_with('\'') && !rest_.starts_with('"')) {
         result.value = trimmed(take_until("]"));
+        result.any = result.value == "*";
     } else if (!quoted(result.value)) {
         return false;
     }

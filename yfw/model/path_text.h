@@ -11,6 +11,7 @@ namespace yfw {
 struct PathPredicate {
     std::string_view name; // "." for a leaf-list's value
     std::string value;     // without its quotes
+    bool any = false;      // a * without quotes: whatever the value
 };
 
 struct PathStep {

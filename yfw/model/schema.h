@@ -127,6 +127,9 @@ class Schema {
     // all its members; other types have none.
     [[nodiscard]] static std::vector<std::string> named_values(const SchemaNode &leaf);
 
+    // The bases of an identityref leaf's type, with their modules; none for another type.
+    [[nodiscard]] static std::vector<std::string> identity_bases(const SchemaNode &leaf);
+
     [[nodiscard]] ly_ctx *context() const { return context_.get(); }
 
   private:

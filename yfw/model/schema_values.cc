@@ -386,6 +386,19 @@ std::vector<std::string> Schema::named_values(const SchemaNode &leaf) {
     return values;
 }
 
+std::vector<std::string> Schema::identity_bases(const SchemaNode &leaf) {
+    std::vector<std::string> names;
+    const lysc_type *type = type_of(leaf.compiled);
+    if (type->basetype == LY_TYPE_IDENT) {
+        const auto *bases = reinterpret_cast<const lysc_type_identityref *>(type)->bases;
+        LY_ARRAY_COUNT_TYPE i = 0;
+        LY_ARRAY_FOR(bases, i) {
+            names.push_back(std::string(bases[i]->module->name) + ':' + bases[i]->name);
+        }
+    }
+    return names;
+}
+
 bool Schema::is_number(const SchemaNode &leaf, std::string_view value) const {
     const lysc_type *type = type_of(leaf.compiled);
     if (type->basetype != LY_TYPE_UNION) {

@@ -134,4 +134,47 @@ void cut(Node *data, const Node *filter) {
     cut_below(data, {filter});
 }
 
+namespace {
+
+void limit(Node *node, std::size_t levels) {
+    if (levels == 0) {
+        for (Node *below = node->first(); below != nullptr; below = below->next()) {
+            if (!below->schema().is_key) {
+                release_name_spaces(below);
+            }
+        }
+        take_children(node);
+        return;
+    }
+    for (Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (below->schema().is_inner()) {
+            limit(below, levels - 1);
+        }
+    }
+}
+
+void limit_below(Node *data, const Filters &filters, std::size_t levels) {
+    for (Node *node = data->first(); node != nullptr; node = node->next()) {
+        Filters covering;
+        for (const Node *filter : filters) {
+            add_covering(node, filter, covering);
+        }
+        if (node->schema().is_inner() && any_covers_all(covering)) {
+            limit(node, levels);
+        } else if (node->schema().is_inner()) {
+            limit_below(node, covering, levels);
+        }
+    }
+}
+
+} // namespace
+
+void limit_depth(Node *data, const Node *filter, std::size_t levels) {
+    if (filter == nullptr) {
+        limit(data, levels);
+    } else {
+        limit_below(data, {filter}, levels);
+    }
+}
+
 } // namespace yfw

@@ -15,6 +15,9 @@ void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool stat
 // Takes out of the data what the filter does not cover. A filter node without children but keys covers all below it.
 void cut(Node *data, const Node *filter);
 
+// Takes out what lies more than so many levels below the nodes of a filter, or below the root where that is null.
+void limit_depth(Node *data, const Node *filter, std::size_t levels);
+
 // Nodes of trees of paths that cover one node of the data, all of them.
 using Filters = std::vector<const Node *>;
 

@@ -1,0 +1,265 @@
+// yfw export and import: a store's configuration as one text file, and back into another store.
+#include "history.h"
+
+#include "bgp/roots.h"
+#include "store/passphrase.h"
+#include "vnos_platform.h"
+
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <iostream>
+#include <optional>
+
+namespace yfw::tool {
+
+namespace {
+
+// The file: two lines, and the native configuration as JSON behind them. In it passwords are sealed under the
+// passphrase, or left out.
+constexpr std::string_view first_line = "yfw export 1\n";
+constexpr std::string_view without_passwords = "passwords: none\n";
+constexpr std::string_view with_passphrase = "passwords: under a passphrase, salt ";
+constexpr std::string_view proof_word = ", proof ";
+constexpr std::string_view proof = "the passphrase is right";
+constexpr int own_cipher = 7;
+
+// Overwritten when it goes.
+struct Secret {
+    std::string text;
+    ~Secret() { explicit_bzero(text.data(), text.size()); }
+};
+
+// What a person types is not shown meanwhile.
+class Hidden {
+  public:
+    Hidden() {
+        tcgetattr(STDIN_FILENO, &before_);
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    }
+    ~Hidden() {
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+        std::fputc('\n', stderr);
+    }
+    Hidden(const Hidden &) = delete;
+    Hidden &operator=(const Hidden &) = delete;
+
+  private:
+    termios before_{};
+};
+
+void ask(const char *question, std::string &answer) {
+    std::fputs(question, stderr);
+    const Hidden hidden;
+    std::getline(std::cin, answer);
+}
+
+// The first line of a file, or what a person at the terminal types; twice, where it is a new one.
+void read_passphrase(const std::string &file, bool is_new, Secret &passphrase) {
+    if (!file.empty()) {
+        SecretText text(file);
+        passphrase.text.assign(text.get(), 0, text.get().find('\n'));
+    } else if (isatty(STDIN_FILENO) != 0) {
+        ask("passphrase: ", passphrase.text);
+        Secret again;
+        if (is_new) {
+            ask("once more: ", again.text);
+        }
+        if (is_new && again.text != passphrase.text) {
+            throw Unreadable("the two passphrases differ");
+        }
+    } else {
+        throw Unreadable(std::string("passwords ") + (is_new ? "go" : "are") +
+                         " under a passphrase: give it with --passphrase-file, or leave them out with --no-passwords");
+    }
+    if (passphrase.text.empty()) {
+        throw Unreadable("the passphrase is empty");
+    }
+}
+
+bool holds_password(const Node *node) {
+    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
+        if (below->schema().is_inner() ? holds_password(below) : below->schema().secret) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Seals the passwords, or takes them out.
+void turn_passwords(Arena &arena, Node *node, const Passphrase *passphrase) {
+    Node *next = nullptr;
+    for (Node *below = node->first(); below != nullptr; below = next) {
+        next = below->next();
+        if (below->schema().is_inner()) {
+            turn_passwords(arena, below, passphrase);
+        } else if (below->schema().secret && passphrase == nullptr) {
+            unlink(below);
+        } else if (below->schema().secret) {
+            char *clear = pw_decrypt(own_cipher, below->value);
+            if (clear == nullptr) {
+                throw Refused(Reason::constraint, instance_path(below),
+                              "the store's key does not decipher the password");
+            }
+            set_value(arena, below, passphrase->seal(clear));
+            vnos_named_free(clear);
+        }
+    }
+}
+
+struct ExportArguments {
+    bool no_passwords = false;
+    std::string passphrase_file;
+};
+
+void fetch_configuration(const Transaction &transaction, const Schema &schema, Arena &arena, Node *found) {
+    Node *wanted = new_root(arena, schema);
+    for (const std::string_view root : native_roots) {
+        ensure_child(arena, wanted, *schema.find(root));
+    }
+    transaction.fetch(arena, wanted, found);
+}
+
+void run_export(const Globals &globals, const ExportArguments &arguments) {
+    Session session(globals);
+    const Store store = session.open(Access::read);
+    Transaction transaction = store.begin(Access::read);
+    const StoreKey key(transaction, KeyUse::read);
+    Arena arena;
+    Node *found = new_root(arena, session.schema());
+    fetch_configuration(transaction, session.schema(), arena, found);
+    std::string head(first_line);
+    if (arguments.no_passwords || !holds_password(found)) {
+        turn_passwords(arena, found, nullptr);
+        head += without_passwords;
+    } else {
+        if (!key.note().empty()) {
+            throw Unusable(key.note());
+        }
+        Secret text;
+        read_passphrase(arguments.passphrase_file, true, text);
+        const std::string salt = Passphrase::new_salt();
+        const Passphrase passphrase(text.text, salt);
+        turn_passwords(arena, found, &passphrase);
+        head.append(with_passphrase).append(salt).append(proof_word).append(passphrase.seal(proof)).append("\n");
+    }
+    Sink sink(stdout);
+    sink.put(head);
+    write_document(sink, session.schema(), found, {.pretty = true});
+}
+
+struct ImportArguments {
+    bool replace = false;
+    bool no_passwords = false;
+    std::string passphrase_file;
+    std::string file;
+    std::string comment;
+};
+
+bool take(std::string_view &rest, std::string_view text) {
+    const bool is_there = rest.starts_with(text);
+    rest.remove_prefix(is_there ? text.size() : 0);
+    return is_there;
+}
+
+// Takes the two lines off. Null where the file has no passwords, or they are not wanted.
+std::unique_ptr<Passphrase> take_head(std::string &text, const ImportArguments &arguments) {
+    std::string_view rest = text;
+    std::unique_ptr<Passphrase> passphrase;
+    if (!take(rest, first_line)) {
+        throw Refused(Reason::malformed_document, "", arguments.file + " is no file that yfw export wrote");
+    }
+    if (!take(rest, without_passwords)) {
+        const bool is_sealed = take(rest, with_passphrase);
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        const auto middle = line.find(proof_word);
+        if (!is_sealed || middle == std::string_view::npos) {
+            throw Refused(Reason::malformed_document, "", arguments.file + " is damaged in its second line");
+        }
+        Secret secret;
+        if (!arguments.no_passwords) {
+            read_passphrase(arguments.passphrase_file, false, secret);
+            passphrase = std::make_unique<Passphrase>(secret.text, line.substr(0, middle));
+        }
+        if (passphrase != nullptr && passphrase->open(line.substr(middle + proof_word.size())) != proof) {
+            throw Refused(Reason::invalid_value, "",
+                          "the passphrase is not the one that the passwords were exported with");
+        }
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    }
+    text.erase(0, text.size() - rest.size());
+    return passphrase;
+}
+
+std::string own_password(const Node *leaf, const Passphrase *passphrase) {
+    const auto clear = passphrase == nullptr ? std::nullopt : passphrase->open(leaf->value);
+    if (!clear) {
+        throw Refused(Reason::invalid_value, instance_path(leaf), "the password is not sealed under the passphrase");
+    }
+    const Secret wiped{*clear};
+    char *enciphered = pw_encrypt(own_cipher, wiped.text.c_str());
+    if (enciphered == nullptr) {
+        throw std::bad_alloc();
+    }
+    const std::string own = enciphered;
+    vnos_named_free(enciphered);
+    return own;
+}
+
+void run_import(const Globals &globals, const ImportArguments &arguments) {
+    Session session(globals);
+    SecretText text(arguments.file);
+    const auto passphrase = take_head(text.get(), arguments);
+    const Store store = session.open(Access::write);
+    Transaction transaction = store.begin(Access::write);
+    const StoreKey key(transaction, KeyUse::edit);
+    Arena arena;
+    Node *found = new_root(arena, session.schema());
+    fetch_configuration(transaction, session.schema(), arena, found);
+    if (found->first() != nullptr && !arguments.replace) {
+        throw Refused(Reason::data_exists, "",
+                      "the store holds a configuration: --replace puts the file's in its place");
+    }
+    Engine::LoadOptions options;
+    options.everything = true;
+    options.password = [&](const Node *leaf) {
+        return arguments.no_passwords ? std::nullopt : std::optional(own_password(leaf, passphrase.get()));
+    };
+    session.engine().load(text.get(), Syntax::json, transaction, options);
+    transaction.commit(commit_note(arguments.comment));
+}
+
+} // namespace
+
+void add_export(CLI::App &app, const Globals &globals, int *) {
+    auto arguments = std::make_shared<ExportArguments>();
+    CLI::App *command = app.add_subcommand("export", "Write the configuration as one text file, for another store");
+    auto *without = command->add_flag("--no-passwords", arguments->no_passwords, "Leave passwords out");
+    command
+        ->add_option("--passphrase-file", arguments->passphrase_file,
+                     "Encipher passwords under the passphrase in its first line; without it, it is asked for")
+        ->type_name("FILE")
+        ->excludes(without);
+    command->callback([&globals, arguments] { run_export(globals, *arguments); });
+}
+
+void add_import(CLI::App &app, const Globals &globals, int *) {
+    auto arguments = std::make_shared<ImportArguments>();
+    CLI::App *command = app.add_subcommand("import", "Take what yfw export wrote into a store, as one transaction");
+    command->add_flag("--replace", arguments->replace, "In the place of the configuration that the store holds");
+    auto *without = command->add_flag("--no-passwords", arguments->no_passwords, "Leave passwords out");
+    command
+        ->add_option("--passphrase-file", arguments->passphrase_file,
+                     "The passphrase of the export, in its first line; without it, it is asked for")
+        ->type_name("FILE")
+        ->excludes(without);
+    add_comment_option(*command, arguments->comment);
+    command->add_option("FILE", arguments->file, "What yfw export wrote; '-' is standard input")->required();
+    command->callback([&globals, arguments] { run_import(globals, *arguments); });
+}
+
+} // namespace yfw::tool
