@@ -23,11 +23,14 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SECONDS_A_STEP = 120
 
-# What differs from run to run, or with every change of the code: addresses, source lines in the trace, ciphertexts.
+# What differs from run to run, or with every change of the code: addresses, source lines in the trace, ciphertexts,
+# when something was committed and by whom.
 UNSTABLE = [
     (re.compile(r"ctx=0x[0-9a-f]+"), "ctx=PTR"),
     (re.compile(r"(?m)^(.*#\d+: [A-Z]+: \w+):\d+ "), r"\1:LINE "),
     (re.compile(r"(?<=[\">])[0-9a-f]{80,}(?=[\"<])"), "CIPHERTEXT"),
+    (re.compile(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d[+-]\d\d:\d\d"), "TIME"),
+    (re.compile(r"(?<=TIME  )\S+|(?<=\"who\": \")[^\"]+"), "USER"),
 ]
 
 

@@ -253,8 +253,8 @@ TEST(Store, ThatCannotBeUsedSaysWhatToDo) {
          [&](const fs::path &db) {
              edit(Store(db, project_schema(), Access::write), project_schema(), start);
              std::string bytes = file_bytes(db / "data.mdb");
-             for (std::size_t at = 0; (at = bytes.find("yfw store 1", at)) != std::string::npos;) {
-                 bytes[at + 10] = '2';
+             for (std::size_t at = 0; (at = bytes.find("yfw store 2", at)) != std::string::npos;) {
+                 bytes[at + 10] = '3';
              }
              write_file(db / "data.mdb", bytes);
          }},

@@ -13,6 +13,7 @@
 #include "model/instance_path.h"
 #include "read/cut.h"
 #include "read/parts.h"
+#include "read/records.h"
 #include "read/state.h"
 #include "vnos_platform.h"
 
@@ -240,6 +241,17 @@ Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool stat
     if (!paths.empty()) {
         cut(request.destination(), filter);
     }
+    return result;
+}
+
+Engine::DifferenceResult Engine::difference(const std::vector<std::string> &keys, const Transaction &before,
+                                            const Transaction &after, View view) const {
+    const bool as_openconfig = view == View::openconfig;
+    stage("comparing");
+    DifferenceResult result{
+        read_records(ground(), keys, before, as_openconfig), read_records(ground(), keys, after, as_openconfig), {}};
+    result.changes = as_openconfig ? changes(result.before->destination(), result.after->destination())
+                                   : changes(result.before->source(), result.after->source());
     return result;
 }
 

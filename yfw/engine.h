@@ -4,6 +4,7 @@
 #include "boundary/log.h"
 #include "boundary/request.h"
 #include "boundary/system_database.h"
+#include "changes/changes.h"
 #include "documents/published.h"
 #include "documents/reader.h"
 #include "documents/writer.h"
@@ -59,6 +60,17 @@ class Engine {
         [[nodiscard]] const Node *openconfig() const { return request->destination(); }
     };
     ReadResult read(const std::vector<std::string> &paths, bool state, const Transaction &transaction) const;
+
+    // What differs from one state of the store to another in the records of these keys, which are in their order. What
+    // it holds lives no longer than the engine.
+    enum class View : std::uint8_t { openconfig, native };
+    struct DifferenceResult {
+        std::unique_ptr<Request> before;
+        std::unique_ptr<Request> after;
+        std::vector<Change> changes;
+    };
+    DifferenceResult difference(const std::vector<std::string> &keys, const Transaction &before,
+                                const Transaction &after, View view) const;
 
     struct LoadOptions {
         // Takes each password, enciphered as the document has it, and gives back the one to be kept, or none for a

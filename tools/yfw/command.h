@@ -41,6 +41,7 @@ class Run {
     Run &operator=(const Run &) = delete;
 
     [[nodiscard]] Engine &engine() { return *engine_; }
+    [[nodiscard]] const Engine &engine() const { return *engine_; }
     [[nodiscard]] const Schema &schema() const { return engine_->schema(); }
     [[nodiscard]] const Globals &globals() const { return globals_; }
     [[nodiscard]] Store open(Access access) const { return {globals_.db, schema(), access}; }
@@ -88,6 +89,9 @@ void add_check(CLI::App &app, const Globals &globals, int *exit_code);
 void add_export(CLI::App &app, const Globals &globals, int *exit_code);
 void add_import(CLI::App &app, const Globals &globals, int *exit_code);
 void add_map(CLI::App &app, const Globals &globals, int *exit_code);
+void add_diff(CLI::App &app, const Globals &globals, int *exit_code);
+void add_log(CLI::App &app, const Globals &globals, int *exit_code);
+void add_rollback(CLI::App &app, const Globals &globals, int *exit_code);
 
 struct Output {
     Syntax syntax = Syntax::json;

@@ -7,11 +7,11 @@ _yfw_subcommand()
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         case $word in
-            --db | --models | --mapping | --plugin | --log-level | --default-operation | -o | --output)
+            --db | --models | --mapping | --plugin | --log-level | --default-operation | -o | --output | -m | --comment | -n)
                 [[ ${COMP_WORDS[i + 1]} == "=" ]] && ((i++))
                 ((i++))
                 ;;
-            edit | get | load | sysdb | check | map)
+            edit | diff | log | rollback | get | load | sysdb | check | map)
                 printf '%s' "$word"
                 return
                 ;;
@@ -53,7 +53,10 @@ _yfw()
             return
             ;;
         -o | --output)
-            mapfile -t COMPREPLY < <(compgen -W "json xml" -- "$cur")
+            case $(_yfw_subcommand) in
+                diff | log | rollback) mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur") ;;
+                *) mapfile -t COMPREPLY < <(compgen -W "json xml" -- "$cur") ;;
+            esac
             return
             ;;
     esac
@@ -61,9 +64,14 @@ _yfw()
     command=$(_yfw_subcommand)
     options="--help --db --models --mapping --plugin --trace --log-level"
     case $command in
-        edit) options+=" --dry-run --default-operation --skip-unknown --strict --verify --all --report --output --compact" ;;
-        load) options+=" --report" ;;
-        get) options+=" --native --paths --state --output --compact" ;;
+        edit) options+=" --dry-run --default-operation --skip-unknown --strict --verify --all --report --output --compact --diff --comment" ;;
+        diff) options+=" --default-operation --skip-unknown --strict --verify --all --report --output --native" ;;
+        log) options+=" --output" ;;
+        rollback) options+=" --dry-run --output --native --comment" ;;
+        load) options+=" --report --drop-passwords --comment" ;;
+        export) options+=" --no-passwords --passphrase-file" ;;
+        import) options+=" --no-passwords --passphrase-file --replace --comment" ;;
+        get) options+=" --native --paths --state --depth --show-passwords --output --compact" ;;
         map) options+=" --deviations --markdown" ;;
         "") options+=" --version" ;;
     esac
@@ -71,8 +79,8 @@ _yfw()
     if [[ $cur == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
     elif [[ -z $command ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "edit get load sysdb check map" -- "$cur")
-    elif [[ $command == edit || $command == load ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "edit diff log rollback get load sysdb check map" -- "$cur")
+    elif [[ $command == edit || $command == diff || $command == load ]]; then
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$cur")
     fi

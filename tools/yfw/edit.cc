@@ -1,5 +1,5 @@
 // yfw edit: translates OpenConfig edits, shows and commits the native ones.
-#include "command.h"
+#include "edit.h"
 
 #include "base/temporary_directory.h"
 
@@ -8,13 +8,6 @@
 namespace yfw::tool {
 
 namespace {
-
-struct Arguments {
-    EditOptions options;
-    bool dry_run = false;
-    Output output;
-    std::vector<std::string> files;
-};
 
 // The store of a dry run: the real one where it can be written, so that the edit is checked against it; an empty one of
 // its own where there is none.
@@ -32,83 +25,115 @@ class DryRunDirectory {
     std::optional<TemporaryDirectory> own_;
 };
 
-void print_edit(const Run &run, const Arguments &arguments, const EditResult &result) {
+void print_edit(const Run &run, const EditArguments &arguments, const EditResult &result) {
     WriteOptions writing = arguments.output.options();
     writing.operations = true;
     Sink sink(stdout);
     write_document(sink, run.schema(), result.native(), writing);
 }
 
-void edit_one(Run &run, const Arguments &arguments, const std::string &file, Transaction &transaction) {
+Engine::DifferenceResult difference_of(const Run &run, const EditArguments &arguments, const Transaction &transaction) {
+    const Transaction before = transaction.before();
+    return run.engine().difference(transaction.touched(), before, transaction, arguments.difference.view);
+}
+
+EditResult translate(Run &run, const EditArguments &arguments, const std::string &file, Transaction &transaction) {
     SecretText text(file);
     const Syntax syntax = guess_syntax(text.get());
-    const EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
+    EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
     run.globals().report->edited(result);
-    if (!arguments.dry_run) {
-        transaction.commit();
-    }
-    try {
-        print_edit(run, arguments, result);
-    } catch (const Unusable &) {
-        if (!arguments.dry_run) {
-            run.globals().report->end(Report::Outcome::kept);
-            run.globals().report->committed(file);
+    return result;
+}
+
+// The files see each other's changes, and the store sees none.
+void run_dry(Run &run, const EditArguments &arguments) {
+    const DryRunDirectory directory(run.globals().db);
+    const Store store(directory.path(), run.schema(), Access::write);
+    Transaction transaction = store.begin(Access::write);
+    const StoreKey key(transaction, KeyUse::dry_run);
+    Report &report = *run.globals().report;
+    for (const std::string &file : arguments.files) {
+        report.begin(file);
+        if (&file == &arguments.files.back() && !arguments.diff) {
+            transaction.keep_nothing();
         }
+        const EditResult result = translate(run, arguments, file, transaction);
+        if (!arguments.diff) {
+            print_edit(run, arguments, result);
+        }
+        report.end(Report::Outcome::tried);
+    }
+    if (arguments.diff) {
+        print_difference(run.schema(), difference_of(run, arguments, transaction), arguments.difference);
+    }
+}
+
+void edit_one(Run &run, const EditArguments &arguments, const std::string &file, Transaction &transaction) {
+    const EditResult result = translate(run, arguments, file, transaction);
+    std::optional<Engine::DifferenceResult> difference;
+    if (arguments.diff) {
+        difference = difference_of(run, arguments, transaction);
+    }
+    transaction.commit(commit_note(arguments.comment));
+    try {
+        if (difference) {
+            print_difference(run.schema(), *difference, arguments.difference);
+        } else {
+            print_edit(run, arguments, result);
+        }
+    } catch (const Unusable &) {
+        run.globals().report->end(Report::Outcome::kept);
+        run.globals().report->committed(file);
         throw;
     }
 }
 
-void run(const Globals &globals, const Arguments &arguments) {
-    Report &report = *globals.report;
-    report.open();
+} // namespace
+
+void run_edits(const Globals &globals, const EditArguments &arguments) {
+    globals.report->open();
     Run run(globals);
     run.show_progress();
     if (arguments.dry_run) {
-        const DryRunDirectory directory(globals.db);
-        const Store store(directory.path(), run.schema(), Access::write);
-        // The files see each other's changes, and the store sees none.
-        Transaction transaction = store.begin(Access::write);
-        const StoreKey key(transaction, KeyUse::dry_run);
-        for (const std::string &file : arguments.files) {
-            if (&file == &arguments.files.back()) {
-                transaction.keep_nothing();
-            }
-            report.begin(file);
-            edit_one(run, arguments, file, transaction);
-            report.end(Report::Outcome::tried);
-        }
+        run_dry(run, arguments);
         return;
     }
     const Store store = run.open(Access::write);
-    for_each_file(arguments.files, report, [&](const std::string &file) {
+    for_each_file(arguments.files, *globals.report, [&](const std::string &file) {
         Transaction transaction = store.begin(Access::write);
         const StoreKey key(transaction, KeyUse::edit);
         edit_one(run, arguments, file, transaction);
     });
 }
 
-} // namespace
-
-void add_edit(CLI::App &app, const Globals &globals, int *) {
-    auto arguments = std::make_shared<Arguments>();
-    CLI::App *command = app.add_subcommand("edit", "Translate OpenConfig edits, show and commit the native ones");
-    command->add_flag("--dry-run", arguments->dry_run, "Do everything but the commit");
+void add_edit_options(CLI::App &command, const Globals &globals, EditOptions &options) {
     add_choice<DefaultOperation>(
-        *command, "--default-operation", arguments->options.default_operation,
+        command, "--default-operation", options.default_operation,
         {{"merge", DefaultOperation::merge}, {"replace", DefaultOperation::replace}, {"none", DefaultOperation::none}},
         "What applies to nodes without an operation of their own: merge, replace or none");
-    command->add_flag("--skip-unknown", arguments->options.skip_unknown,
-                      "List nodes outside the models instead of refusing the edit");
-    command->add_flag("--strict", arguments->options.strict, "Refuse an edit with nodes that are not mapped");
-    command->add_flag("--verify", arguments->options.verify,
-                      "Read back what the edit set and list what differs; refuse the edit then under --strict");
-    globals.report->add_all_option(*command);
-    globals.report->add_report_option(*command);
+    command.add_flag("--skip-unknown", options.skip_unknown,
+                     "List nodes outside the models instead of refusing the edit");
+    command.add_flag("--strict", options.strict, "Refuse an edit with nodes that are not mapped");
+    command.add_flag("--verify", options.verify,
+                     "Read back what the edit set and list what differs; refuse the edit then under --strict");
+    globals.report->add_all_option(command);
+    globals.report->add_report_option(command);
+}
+
+void add_edit(CLI::App &app, const Globals &globals, int *) {
+    auto arguments = std::make_shared<EditArguments>();
+    CLI::App *command = app.add_subcommand("edit", "Translate OpenConfig edits, show and commit the native ones");
+    command->add_flag("--dry-run", arguments->dry_run, "Do everything but the commit");
+    add_edit_options(*command, globals, arguments->options);
     add_output_options(*command, arguments->output);
+    command->add_flag("--diff", arguments->diff, "Print what the edit changes instead, as yfw diff does")
+        ->excludes("--output")
+        ->excludes("--compact");
+    add_comment_option(*command, arguments->comment);
     command
         ->add_option("FILE", arguments->files, "Documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
-    command->callback([&globals, arguments] { run(globals, *arguments); });
+    command->callback([&globals, arguments] { run_edits(globals, *arguments); });
 }
 
 } // namespace yfw::tool

@@ -1,5 +1,5 @@
 // yfw export and import: a store's configuration as one text file, and back into another store.
-#include "command.h"
+#include "history.h"
 
 #include "bgp/roots.h"
 #include "store/passphrase.h"
@@ -158,6 +158,7 @@ struct ImportArguments {
     bool no_passwords = false;
     std::string passphrase_file;
     std::string file;
+    std::string comment;
 };
 
 bool take(std::string_view &rest, std::string_view text) {
@@ -234,7 +235,7 @@ void run_import(const Globals &globals, const ImportArguments &arguments) {
         return arguments.no_passwords ? std::nullopt : std::optional(own_password(leaf, passphrase.get()));
     };
     run.engine().load(text.get(), Syntax::json, transaction, options);
-    transaction.commit();
+    transaction.commit(commit_note(arguments.comment));
 }
 
 } // namespace
@@ -261,6 +262,7 @@ void add_import(CLI::App &app, const Globals &globals, int *) {
                      "The passphrase of the export, in its first line; without it, it is asked for")
         ->type_name("FILE")
         ->excludes(without);
+    add_comment_option(*command, arguments->comment);
     command->add_option("FILE", arguments->file, "What yfw export wrote; '-' is standard input")->required();
     command->callback([&globals, arguments] { run_import(globals, *arguments); });
 }

@@ -1,19 +1,21 @@
 // yfw load: native configuration and operational data as the router would hold them.
-#include "command.h"
+#include "history.h"
 
 namespace yfw::tool {
 
 void add_load(CLI::App &app, const Globals &globals, int *) {
     auto files = std::make_shared<std::vector<std::string>>();
+    auto comment = std::make_shared<std::string>();
     auto drops = std::make_shared<bool>(false);
     CLI::App *command =
         app.add_subcommand("load", "Store native configuration or operational data, in the place of what is stored");
     command->add_option("FILE", *files, "Native documents, JSON or XML; '-' is standard input; each is one transaction")
         ->required();
+    add_comment_option(*command, *comment);
     command->add_flag("--drop-passwords", *drops,
                       "Leave passwords out, such as those that another store's key enciphered");
     globals.report->add_report_option(*command);
-    command->callback([&globals, files, drops] {
+    command->callback([&globals, files, drops, comment] {
         globals.report->open();
         Run run(globals);
         run.show_progress();
@@ -28,7 +30,7 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
                 options.password = [](const Node *) { return std::nullopt; };
             }
             run.engine().load(text.get(), syntax, transaction, options);
-            transaction.commit();
+            transaction.commit(commit_note(*comment));
         });
     });
 }

@@ -140,6 +140,9 @@ int run(int argc, char **argv, Globals &globals) {
     int exit_code = yfw::tool::done;
     add_globals(app, globals);
     yfw::tool::add_edit(app, globals, &exit_code);
+    yfw::tool::add_diff(app, globals, &exit_code);
+    yfw::tool::add_log(app, globals, &exit_code);
+    yfw::tool::add_rollback(app, globals, &exit_code);
     yfw::tool::add_load(app, globals, &exit_code);
     yfw::tool::add_get(app, globals, &exit_code);
     yfw::tool::add_sysdb(app, globals, &exit_code);

@@ -9,6 +9,32 @@ namespace {
 
 constexpr EscapeSet special("\"\\", true);
 
+void escape(Sink &sink, char character) {
+    switch (character) {
+    case '"':
+        sink.put("\\\"");
+        break;
+    case '\\':
+        sink.put("\\\\");
+        break;
+    case '\n':
+        sink.put("\\n");
+        break;
+    case '\t':
+        sink.put("\\t");
+        break;
+    case '\r':
+        sink.put("\\r");
+        break;
+    default:
+        constexpr std::string_view digits = "0123456789abcdef";
+        sink.put("\\u00");
+        sink.put(digits[static_cast<unsigned char>(character) >> 4U]);
+        sink.put(digits[static_cast<unsigned char>(character) & 0xfU]);
+        break;
+    }
+}
+
 class JsonWriter {
   public:
     JsonWriter(Sink &sink, const Schema &schema, const WriteOptions &options)
@@ -30,6 +56,28 @@ class JsonWriter {
             new_line();
         }
         sink_.put('}');
+    }
+
+    void value(const SchemaNode &leaf, const char *text) {
+        if (leaf.type == BaseType::empty) {
+            sink_.put("[null]");
+        } else if (text == nullptr) {
+            sink_.put("null");
+        } else if (leaf.secret) {
+            write_json_text(sink_, written_value(leaf, text, options_));
+        } else if (is_bare(leaf, text)) {
+            sink_.put(text);
+        } else if (leaf.type == BaseType::integer) {
+            integer(text);
+        } else if (const Module *module = identity_of(schema_, leaf, text)) {
+            sink_.put('"');
+            sink_.put(module->name);
+            sink_.put(':');
+            sink_.put(text);
+            sink_.put('"');
+        } else {
+            write_json_text(sink_, text);
+        }
     }
 
   private:
@@ -138,35 +186,13 @@ class JsonWriter {
         sink_.put("\"}");
     }
 
-    void value(const SchemaNode &leaf, const char *text) {
-        if (leaf.type == BaseType::empty) {
-            sink_.put("[null]");
-        } else if (text == nullptr) {
-            sink_.put("null");
-        } else if (leaf.secret) {
-            quoted(written_value(leaf, text, options_));
-        } else if (is_bare(leaf, text)) {
-            sink_.put(text);
-        } else if (leaf.type == BaseType::integer) {
-            integer(text);
-        } else if (const Module *module = identity_of(schema_, leaf, text)) {
-            sink_.put('"');
-            sink_.put(module->name);
-            sink_.put(':');
-            sink_.put(text);
-            sink_.put('"');
-        } else {
-            quoted(text);
-        }
-    }
-
     // A number as YANG takes it ("007", "+5") may be none for JSON, which then gets the same one as it writes it.
     void integer(std::string_view text) {
         std::string_view digits = text.substr(text.starts_with('-') || text.starts_with('+') ? 1 : 0);
         digits.remove_prefix(std::min(digits.find_first_not_of('0'), digits.size()));
         const std::string_view number = digits.empty() ? "0" : digits;
         if (!is_json_number(number)) { // in an edit that is to be refused
-            quoted(text);
+            write_json_text(sink_, text);
             return;
         }
         if (text.starts_with('-') && !digits.empty()) {
@@ -192,38 +218,6 @@ class JsonWriter {
         return !text.empty() && json_number_length(text) == text.size();
     }
 
-    void quoted(std::string_view text) {
-        sink_.put('"');
-        special.put(sink_, text, [this](char character) { escape(character); });
-        sink_.put('"');
-    }
-
-    void escape(char character) {
-        switch (character) {
-        case '"':
-            sink_.put("\\\"");
-            break;
-        case '\\':
-            sink_.put("\\\\");
-            break;
-        case '\n':
-            sink_.put("\\n");
-            break;
-        case '\t':
-            sink_.put("\\t");
-            break;
-        case '\r':
-            sink_.put("\\r");
-            break;
-        default:
-            constexpr std::string_view digits = "0123456789abcdef";
-            sink_.put("\\u00");
-            sink_.put(digits[static_cast<unsigned char>(character) >> 4U]);
-            sink_.put(digits[static_cast<unsigned char>(character) & 0xfU]);
-            break;
-        }
-    }
-
     Sink &sink_;
     const Schema &schema_;
     const WriteOptions &options_;
@@ -234,6 +228,17 @@ class JsonWriter {
 
 void write_json(Sink &sink, const Schema &schema, const Node *root, const WriteOptions &options) {
     JsonWriter(sink, schema, options).object(root);
+}
+
+void write_json_value(Sink &sink, const Schema &schema, const Node *leaf) {
+    const WriteOptions options{.hide_secrets = true};
+    JsonWriter(sink, schema, options).value(leaf->schema(), leaf->value);
+}
+
+void write_json_text(Sink &sink, std::string_view text) {
+    sink.put('"');
+    special.put(sink, text, [&sink](char character) { escape(sink, character); });
+    sink.put('"');
 }
 
 } // namespace yfw

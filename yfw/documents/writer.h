@@ -22,4 +22,8 @@ struct WriteOptions {
 // Ends with a line break, and with the sink flushed.
 void write_document(Sink &sink, const Schema &schema, const Node *root, const WriteOptions &options);
 
+// A leaf's value as JSON has it, of a password asterisks; any text as a JSON string. Neither flushes the sink.
+void write_json_value(Sink &sink, const Schema &schema, const Node *leaf);
+void write_json_text(Sink &sink, std::string_view text);
+
 } // namespace yfw

@@ -10,7 +10,8 @@ namespace {
 
 class Checker {
   public:
-    Checker(const Transaction &transaction, const Schema &schema) : transaction_(transaction), schema_(schema) {}
+    Checker(const Transaction &transaction, const Schema &schema)
+        : transaction_(transaction), schema_(schema), history_(transaction) {}
 
     StoreCheck run() {
         Cursor cursor(transaction_);
@@ -19,11 +20,24 @@ class Checker {
             if (cursor.key().starts_with(root_key)) {
                 ++result_.entries;
                 entry(cursor.key(), cursor.bytes());
+            } else if (cursor.key().starts_with('h')) {
+                if (const std::string fault = history_.check(cursor.key(), cursor.bytes()); !fault.empty()) {
+                    problem("", fault);
+                }
             } else if (std::string_view("fkn").find(cursor.key().substr(0, 1)) == std::string_view::npos) {
                 problem("", "a record of an unknown kind");
             }
         }
         return std::move(result_);
+    }
+
+    std::vector<std::string> run(const std::vector<std::string> &keys) {
+        for (const std::string &key : keys) {
+            if (const auto bytes = transaction_.record(key)) {
+                entry(key, *bytes);
+            }
+        }
+        return std::move(result_.problems);
     }
 
   private:
@@ -97,6 +111,7 @@ class Checker {
 
     const Transaction &transaction_;
     const Schema &schema_;
+    HistoryChecker history_;
     StoreCheck result_;
 };
 
@@ -104,6 +119,11 @@ class Checker {
 
 StoreCheck check_records(const Transaction &transaction, const Schema &schema) {
     return Checker(transaction, schema).run();
+}
+
+std::vector<std::string> check_entries(const Transaction &transaction, const Schema &schema,
+                                       const std::vector<std::string> &keys) {
+    return Checker(transaction, schema).run(keys);
 }
 
 } // namespace yfw

@@ -17,4 +17,8 @@ struct StoreCheck {
 
 StoreCheck check_records(const Transaction &transaction, const Schema &schema);
 
+// The problems of some entries, by their keys; one that is not there is passed over.
+std::vector<std::string> check_entries(const Transaction &transaction, const Schema &schema,
+                                       const std::vector<std::string> &keys);
+
 } // namespace yfw

@@ -46,6 +46,8 @@ class Fetch {
         fetch_children(wanted, {into, key_.size(), bytes.value_or(std::string_view())});
     }
 
+    void run(const std::vector<std::string> &keys, Node *into);
+
   private:
     // An entry, or the root, that is in the tree by now.
     struct Level {
@@ -74,6 +76,7 @@ class Fetch {
     // All records of a key prefix; the level is what the prefix's entries lie in.
     void add_records(const std::string &prefix, const Level &level);
     Node *add_entry(Node *below, std::string_view &key);
+    [[nodiscard]] std::size_t end_of_entry(std::string_view key, std::size_t begin) const;
     template <typename Condition>
     void add_items(const Level &level, Condition condition);
     void add_item(Node *entry, const SchemaNode &schema, std::string_view text);
@@ -193,6 +196,47 @@ void Fetch::add_records(const std::string &prefix, const Level &level) {
     }
 }
 
+// Keys with the same beginning lie in the same entries: these are added once, from the outermost on.
+void Fetch::run(const std::vector<std::string> &keys, Node *into) {
+    const auto everything = [](const SchemaNode &) { return true; };
+    std::vector<Level> ancestors{{into, key_.size(), transaction_.record(key_).value_or(std::string_view())}};
+    add_items(ancestors.back(), everything);
+    std::string_view previous = root_key;
+    for (const std::string &key : keys) {
+        const std::size_t same = common_prefix(previous, key);
+        while (ancestors.back().key_size > same) {
+            ancestors.pop_back();
+        }
+        previous = key;
+        while (ancestors.back().key_size < key.size()) {
+            const std::size_t begin = ancestors.back().key_size;
+            const std::size_t end = end_of_entry(key, begin);
+            const auto bytes = transaction_.record(previous.substr(0, end));
+            if (!bytes) {
+                break;
+            }
+            std::string_view part = previous.substr(begin, end - begin);
+            ancestors.push_back({add_entry(ancestors.back().node, part), end, *bytes});
+            add_items(ancestors.back(), everything);
+        }
+    }
+}
+
+// Where the part of a key ends that begins there and names an entry.
+std::size_t Fetch::end_of_entry(std::string_view key, std::size_t begin) const {
+    std::string_view rest = key.substr(begin);
+    Number number = 0;
+    std::string_view value;
+    bool whole = take_number(rest, number);
+    for (std::size_t i = 0; whole && i < transaction_.node(number).keys.size(); ++i) {
+        whole = take_key_value(rest, value);
+    }
+    if (!whole) {
+        throw_damaged(transaction_.directory());
+    }
+    return key.size() - rest.size();
+}
+
 // Adds the entry that the key's first part names, and takes that part off.
 Node *Fetch::add_entry(Node *below, std::string_view &key) {
     Number number = 0;
@@ -270,6 +314,10 @@ Node *Fetch::place(Node *entry, const SchemaNode &schema) {
 
 void Transaction::fetch(Arena &arena, const Node *wanted, Node *into) const {
     Fetch(*this, arena).run(wanted, into);
+}
+
+void Transaction::fetch_records(Arena &arena, const std::vector<std::string> &keys, Node *into) const {
+    Fetch(*this, arena).run(keys, into);
 }
 
 } // namespace yfw

@@ -62,9 +62,6 @@ void throw_damaged(const std::filesystem::path &directory) {
     throw Unusable("the store in " + directory.string() + " is damaged: put a copy of it back, or start a new one");
 }
 
-namespace {
-
-// Seven bits a byte, the lowest first.
 void append_length(std::string &bytes, std::size_t length) {
     for (; length >= 0x80; length >>= 7U) {
         bytes += static_cast<char>(0x80U | (length & 0x7fU));
@@ -84,6 +81,8 @@ bool take_length(std::string_view &bytes, std::size_t &length) {
     }
     return false;
 }
+
+namespace {
 
 bool before(const RecordItem &item, Number number) {
     return item.number < number;

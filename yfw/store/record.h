@@ -27,6 +27,10 @@ void append_key_value(std::string &key, std::string_view value);
 bool take_number(std::string_view &key, Number &number);
 bool take_key_value(std::string_view &key, std::string_view &value);
 
+// A number of any size, seven bits a byte, the lowest first; false when there is none.
+void append_length(std::string &bytes, std::size_t length);
+bool take_length(std::string_view &bytes, std::size_t &length);
+
 // Whether a node lies in a container without a list between.
 bool lies_in(const SchemaNode &node, const SchemaNode &container);
 // The lists of an entry or container, those within its containers too, but not those within lists.

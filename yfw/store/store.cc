@@ -23,7 +23,8 @@ namespace fs = std::filesystem;
 // Beside the data: what the store is, and its table of numbers.
 constexpr std::string_view format_key = "f";
 constexpr std::string_view numbers_key = "n";
-constexpr std::string_view format = "yfw store 1";
+constexpr std::string_view format = "yfw store 2";
+constexpr std::string_view format_without_history = "yfw store 1"; // else the same: taken over by the first commit
 constexpr std::string_view format_name = "yfw store ";
 
 [[noreturn]] void fail(int code, const fs::path &directory, Access access) {
@@ -211,7 +212,7 @@ FileHandle Store::lock(int kind) const {
 }
 
 Transaction Store::begin(Access access) const {
-    Transaction transaction(directory_, schema_);
+    Transaction transaction(directory_, Numbers(schema_), limits_.history);
     if (access == Access::write && access_ == Access::read) {
         throw std::logic_error("a store opened for reading is to be written");
     }
@@ -250,7 +251,11 @@ void Transaction::check_format(Access access) {
     if (!found || !found->starts_with(format_name)) {
         fail(MDB_INVALID, *directory_, access);
     }
-    if (*found != format) {
+    if (*found == format_without_history) {
+        if (access == Access::write) {
+            put(format_key, format);
+        }
+    } else if (*found != format) {
         fail(MDB_VERSION_MISMATCH, *directory_, access);
     }
 }
@@ -267,17 +272,32 @@ void Transaction::load_numbers(const Schema &schema) {
     }
 }
 
-void Transaction::commit() {
+void Transaction::commit(const CommitNote &note) {
     if (txn_ != nullptr) {
+        add_to_history(*this, note);
         const int code = mdb_txn_commit(txn_.release());
         lock_ = FileHandle();
         check(code, *directory_, Access::write);
     }
 }
 
+Transaction Transaction::before() const {
+    Transaction before(*directory_, numbers_, history_limits_);
+    MDB_txn *txn = nullptr;
+    check(mdb_txn_begin(mdb_txn_env(txn_.get()), nullptr, MDB_RDONLY, &txn), *directory_, Access::read);
+    before.txn_.reset(txn);
+    check(mdb_dbi_open(txn, nullptr, 0, &before.dbi_), *directory_, Access::read);
+    return before;
+}
+
 std::optional<std::string_view> Transaction::record(std::string_view key) const {
     if (txn_ == nullptr || key.size() > longest_key) {
         return std::nullopt;
+    }
+    if (past_ != nullptr) {
+        if (const auto seen = past_->find(key); seen != past_->end()) {
+            return seen->second;
+        }
     }
     MDB_val wanted = to_value(key);
     MDB_val found{};
@@ -290,12 +310,14 @@ std::optional<std::string_view> Transaction::record(std::string_view key) const 
 }
 
 void Transaction::put(std::string_view key, std::string_view bytes) {
+    touch(key);
     MDB_val where = to_value(key);
     MDB_val what = to_value(bytes);
     check(mdb_put(txn_.get(), dbi_, &where, &what, 0), *directory_, Access::write);
 }
 
 void Transaction::erase(std::string_view key) {
+    touch(key);
     MDB_val where = to_value(key);
     const int code = mdb_del(txn_.get(), dbi_, &where, nullptr);
     if (code != MDB_NOTFOUND) {
@@ -306,6 +328,7 @@ void Transaction::erase(std::string_view key) {
 void Transaction::erase_all(std::string_view prefix) {
     Cursor cursor(*this);
     for (bool more = cursor.seek(prefix); more && cursor.key().starts_with(prefix); more = cursor.next()) {
+        touch(cursor.key());
         cursor.erase();
     }
 }
@@ -368,11 +391,60 @@ bool Cursor::move(int operation, std::string_view from) {
 }
 
 bool Cursor::seek(std::string_view key) {
-    return move(MDB_SET_RANGE, key);
+    const bool there = move(MDB_SET_RANGE, key);
+    if (transaction_.past_ == nullptr) [[likely]] {
+        return there;
+    }
+    stored_ = {there, key_, bytes_};
+    seen_ = transaction_.past_->lower_bound(key);
+    return choose();
 }
 
 bool Cursor::next() {
-    return move(MDB_NEXT, {});
+    if (transaction_.past_ == nullptr) [[likely]] {
+        return move(MDB_NEXT, {});
+    }
+    if (is_seen_) {
+        ++seen_;
+    } else {
+        stored_.there = move(MDB_NEXT, {});
+        stored_ = {stored_.there, key_, bytes_};
+    }
+    return choose();
+}
+
+// The lesser key of the two; where both have it, the past's record, or none when there was none.
+bool Cursor::choose() {
+    for (const auto end = transaction_.past_->end(); seen_ != end; ++seen_) {
+        if (stored_.there && stored_.key < seen_->first) {
+            break;
+        }
+        if (stored_.there && stored_.key == seen_->first) {
+            const bool there = move(MDB_NEXT, {});
+            stored_ = {there, key_, bytes_};
+        }
+        if (seen_->second) {
+            key_ = seen_->first;
+            bytes_ = *seen_->second;
+            is_seen_ = true;
+            return true;
+        }
+    }
+    is_seen_ = false;
+    key_ = stored_.key;
+    bytes_ = stored_.bytes;
+    return stored_.there;
+}
+
+bool Cursor::seek_last(std::string_view prefix) {
+    std::string behind(prefix);
+    ++behind.back();
+    const bool found = move(MDB_SET_RANGE, behind) ? move(MDB_PREV, {}) : move(MDB_LAST, {});
+    return found && key_.starts_with(prefix);
+}
+
+bool Cursor::previous(std::string_view prefix) {
+    return move(MDB_PREV, {}) && key_.starts_with(prefix);
 }
 
 void Cursor::erase() {

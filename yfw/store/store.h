@@ -4,6 +4,7 @@
 #include "base/arena.h"
 #include "model/schema.h"
 #include "model/tree.h"
+#include "store/history.h"
 #include "store/record.h"
 
 #include <chrono>
@@ -27,6 +28,7 @@ enum class Access { read, write };
 struct StoreLimits {
     std::size_t map_size = std::size_t{16} << 30U; // bytes; address space, not memory
     std::chrono::milliseconds lock_wait{5000};     // for another process's edit to end
+    HistoryLimits history{};
 };
 
 // An open file, closed when it goes; closing releases its lock.
@@ -75,8 +77,21 @@ class Transaction {
     // that have those given. A root without children wants nothing. Fetched nodes are marked as present.
     void fetch(Arena &arena, const Node *wanted, Node *into) const;
 
-    // Makes the changes last: on return they are on the disk. Throws Unusable, and then nothing was changed.
-    void commit();
+    // Adds the records of these keys, in their order, with those of the entries that they lie in; not what lies in
+    // them. One that is not there is passed over.
+    void fetch_records(Arena &arena, const std::vector<std::string> &keys, Node *into) const;
+
+    // Makes the changes last: on return they are on the disk, and in the history what was before. Throws Unusable, and
+    // then nothing was changed.
+    void commit(const CommitNote &note = {});
+
+    // The keys of data that were written or erased so far, in their order; the records need not be others now.
+    [[nodiscard]] std::vector<std::string> touched() const { return touched_.sorted(); }
+    // A read of the state that this one, which writes, began with.
+    [[nodiscard]] Transaction before() const;
+    // From now on a transaction that reads sees these records in place of the ones stored.
+    void see(Images past) { past_ = std::make_unique<const Images>(std::move(past)); }
+    [[nodiscard]] const HistoryLimits &history_limits() const { return history_limits_; }
 
     // The record of a key, valid until the next change.
     [[nodiscard]] std::optional<std::string_view> record(std::string_view key) const;
@@ -110,13 +125,21 @@ class Transaction {
         void operator()(MDB_txn *txn) const;
     };
 
-    Transaction(const std::filesystem::path &directory, const Schema &schema)
-        : directory_(&directory), numbers_(schema) {}
+    Transaction(const std::filesystem::path &directory, Numbers numbers, const HistoryLimits &limits)
+        : directory_(&directory), numbers_(std::move(numbers)), history_limits_(limits) {}
     void check_format(Access access);
     void load_numbers(const Schema &schema);
+    void touch(std::string_view key) {
+        if (key.starts_with(root_key)) {
+            touched_.add(key);
+        }
+    }
 
     const std::filesystem::path *directory_;
     Numbers numbers_;
+    HistoryLimits history_limits_;
+    TouchedKeys touched_;
+    std::unique_ptr<const Images> past_;       // null: what is stored is seen
     FileHandle lock_;                          // outlives the transaction below
     std::unique_ptr<MDB_txn, TxnDeleter> txn_; // null for a store that is not there yet
     unsigned dbi_ = 0;
@@ -130,6 +153,10 @@ class Cursor {
     // The first record at or after the key; false when there is none.
     bool seek(std::string_view key);
     bool next();
+    // The last record whose key begins so; what a transaction sees of the past is not looked at.
+    bool seek_last(std::string_view prefix);
+    // The record before, if its key begins so.
+    bool previous(std::string_view prefix);
     void erase();
     [[nodiscard]] std::string_view key() const { return key_; }
     [[nodiscard]] std::string_view bytes() const { return bytes_; }
@@ -139,11 +166,22 @@ class Cursor {
         void operator()(MDB_cursor *cursor) const;
     };
     bool move(int operation, std::string_view from);
+    bool choose();
 
     const Transaction &transaction_;
     std::unique_ptr<MDB_cursor, CursorDeleter> cursor_;
     std::string_view key_; // both in the store's memory: valid until the next change
     std::string_view bytes_;
+
+    // The two that are gone through together when the past is seen.
+    struct Stored {
+        bool there = false;
+        std::string_view key;
+        std::string_view bytes;
+    };
+    Stored stored_;
+    Images::const_iterator seen_;
+    bool is_seen_ = false; // the record at work comes from there
 };
 
 // Goes from entry to entry of the list with that key prefix (its parent's key and its number); what lies inside the

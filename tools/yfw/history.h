@@ -1,0 +1,32 @@
+// What the subcommands that commit, and those that look back, share.
+#pragma once
+
+#include "command.h"
+
+#include <string>
+
+namespace yfw::tool {
+
+// How a difference is printed.
+struct DifferenceOutput {
+    enum class Form { text, json };
+    Form form = Form::text;
+    Engine::View view = Engine::View::openconfig;
+};
+
+// The options -o text|json and --native.
+void add_difference_options(CLI::App &command, DifferenceOutput &output);
+
+// Prints it, coloured on a terminal, or that nothing changes.
+void print_difference(const Schema &schema, const Engine::DifferenceResult &difference, const DifferenceOutput &output);
+
+// The option -m.
+void add_comment_option(CLI::App &command, std::string &comment);
+
+// Of a commit by the user who runs the command.
+CommitNote commit_note(const std::string &comment);
+
+// Notes that passwords cannot be read, if they cannot.
+void tell(const StoreKey &key);
+
+} // namespace yfw::tool
