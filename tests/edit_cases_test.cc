@@ -1,560 +1,446 @@
-// What a replace, a delete and a create do to the configuration as a client sees it. The notation is that of
-// edit_rows.h.
+// What edits do to the configuration as a client sees it: replaces, deletes, creates, values, consequences, refusals.
+// The notation is that of edit_fixture.h.
 #include "edit_fixture.h"
 
 namespace yfw::test {
 namespace {
 
 TEST_F(EditCases, AReplaceLeavesWhatItNames) {
-    static constexpr Case cases[] = {
-        {both | for_peers, "timers", R"(
-             @/timers.hold-time=30
-           - @/timers.keepalive-interval=10
-           > @/timers{replace}.hold-time=30)"},
-        {both | for_peers, "timers' config", R"(
-             @/timers.hold-time=30
-           - @/timers.minimum-advertisement-interval=5
-           > @/timers/config{replace}/hold-time=30)"},
-        {both | for_peers, "timers, by the other one", R"(
-           - @/timers.hold-time=30
-           + @/timers.keepalive-interval=10
-           > @/timers{replace}.keepalive-interval=10)"},
-        {both | for_peers, "a timer", R"(
-           - @/timers.hold-time=30
-             @/timers.keepalive-interval=10
-           + @/timers.hold-time=40
-           > @/timers.hold-time{replace}=40)"},
-        {both | for_peers, "prefix-limit without its maximum", R"(
-             @#4.enabled=true
-           - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-           - @#4/ipv4-unicast/prefix-limit.restart-timer=60
-             @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
-           > @#4/ipv4-unicast/prefix-limit{replace}.warning-threshold-pct=80)"},
-        {both | for_peers, "the family's container without the maximum", R"(
-           - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-           - @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
-           + @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
-           > @#4/ipv4-unicast{replace}/prefix-limit.prevent-teardown=true)"},
-        {both | for_peers, "removal of private numbers, the leaf", R"(
-             @#4
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           + @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-           > @.remove-private-as{replace}=PRIVATE_AS_REPLACE_ALL
-           x remove-private-as-entire)"},
-        {both | for_peers, "removal of private numbers, back, the config", R"(
-             @#4
-             @#6
-           - @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-           + @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           > @/config{replace}/remove-private-as=PRIVATE_AS_REMOVE_ALL
-           x replace-private-as)"},
-        {both | for_peers, "removal of private numbers, merged", R"(
-             @#4
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           + @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-           > @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-           x remove-private-as-entire)"},
-        {both, "bgp without global", R"(
-           - ~/bgp/global.router-id=1.1.1.1
-           - ~/bgp/global#4.enabled=true
-           - @
-           + %.peer-as=2
-           > ~/bgp{replace}
-           > %.peer-as=2
-           * config/as)"},
-        {in_default, "bgp without its groups", R"(
-           - ~/bgp/peer-groups/peer-group[peer-group-name=edge].peer-as=1
-             @
-           > ~/bgp{replace}/global.as=65000
-           > @)"},
-        {both, "global without the number", R"(
-             @
-           - ~/bgp/global#4.enabled=true
-           + ~/bgp/global.router-id=1.1.1.1
-           > ~/bgp/global{replace}.router-id=1.1.1.1
-           * config/as)"},
-        {both, "global's config without the number", R"(
-             @
-             ~/bgp/global#4.enabled=true
-           - ~/bgp/global.router-id=1.1.1.1
-           > ~/bgp/global/config{replace}
-           * config/as)"},
-        {both, "bgp by nothing", R"(
-             $
-           - ~/bgp/global.as=65000
-           - ~/bgp/global.router-id=1.1.1.1
-           - @.peer-as=1
-           > ~/bgp{replace}
-           ~* protocol)"},
-        {both, "a protocol entry without bgp", R"(
-             $
-           - ~/bgp/global.as=65000
-           - @.peer-as=1
-           > ~{replace}
-           ~* protocol)"},
-        {both, "the protocols by none", R"(
-             $
-           - ~/bgp/global.as=65000
-           - ~/bgp/global#4.enabled=true
-           > $/protocols{replace})"},
-        {both, "the network instance by its name", R"(
-             $
-           - ~/bgp/global.as=65000
-           - @.peer-as=1
-           > ${replace})"},
-        {in_vrf, "the network instance without its route distinguisher", R"(
-           - $.route-distinguisher=65000:100
-             @
-           > ${replace}
-           > ~/bgp/global.as=65000
-           > @)"},
-        {both, "the network instance with a neighbor alone", R"(
-           - ~/bgp/global.router-id=1.1.1.1
-           - @.peer-as=1
-           + %.peer-as=2
-           > ${replace}
-           > %.peer-as=2
-           * config/as)"},
-        {in_default, "the confederation's config", R"(
-           - ~/bgp/global/confederation.member-as=1
-           - ~/bgp/global/confederation.member-as=2
-           - ~/bgp/global/confederation.identifier=7
-           + ~/bgp/global/confederation.member-as=3
-           > ~/bgp/global/confederation/config{replace}/member-as=3)"},
-        {both, "a global family's config", R"(
-           - ~/bgp/global#4.enabled=true
-             ~/bgp/global#4/add-paths.receive=true
-             ~/bgp/global#4/use-multiple-paths/ebgp.maximum-paths=4
-             ~/bgp/global#4/use-multiple-paths/ibgp.maximum-paths=5
-           > ~/bgp/global#4/config{replace}/afi-safi-name=IPV4_UNICAST)"},
-        {both | for_peers, "a family's config", R"(
-             @#4.enabled=true
-             @#4/add-paths.send=true
-             @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-             @#4/apply-policy.import-policy=p
-           > @#4/config{replace}/enabled=true)"},
-        {both | for_peers, "families that name the same one", R"(
-             @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-             @#4
-           - @#4/apply-policy.import-policy=p
-           - @#6
-           > @/afi-safis{replace}
-           > @#4)"},
-        {both | for_peers, "a family", R"(
-             @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           - @#4/apply-policy.import-policy=p
-           - @#4.enabled=true
-             @#4/add-paths.send=true
-             @#6.enabled=true
-           > @#4{replace}/add-paths.send=true)"},
-        {both | for_peers, "an entry", R"(
-           - @.peer-as=1
-           - @/timers.hold-time=30
-           - @#4.enabled=true
-             @.local-as=2
-           > @{replace}.local-as=2)"},
-        {both, "the list of neighbors", R"(
-           - @.peer-as=1
-             %.local-as=2
-           - %.peer-as=2
-           > ~/bgp/neighbors{replace}
-           > %.local-as=2)"},
-        {in_default, "the list of groups", R"(
-           - ~/bgp/peer-groups/peer-group[peer-group-name=edge].peer-as=1
-             ~/bgp/peer-groups/peer-group[peer-group-name=core]
-           > ~/bgp/peer-groups{replace}/peer-group[peer-group-name=core])"},
-        {both | for_peers, "a policy by another one", R"(
-           - @#4/apply-policy.import-policy=p
-           + @#4/apply-policy.import-policy=q
-           > @#4/apply-policy/config{replace}/import-policy=q)"},
-    };
-    run(cases);
+    run(both | for_peers, R"(
+        timers: @/timers.hold-time=30 | - @/timers.keepalive-interval=10 | > @/timers{replace}.hold-time=30
+        timers' config: @/timers.hold-time=30 | - @/timers.minimum-advertisement-interval=5
+            | > @/timers/config{replace}/hold-time=30
+        timers, by the other one: - @/timers.hold-time=30 | + @/timers.keepalive-interval=10
+            | > @/timers{replace}.keepalive-interval=10
+        a timer: - @/timers.hold-time=30 | @/timers.keepalive-interval=10 | + @/timers.hold-time=40
+            | > @/timers.hold-time{replace}=40
+        prefix-limit without its maximum: @#4.enabled=true | - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
+            | - @#4/ipv4-unicast/prefix-limit.restart-timer=60
+            | @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
+            | > @#4/ipv4-unicast/prefix-limit{replace}.warning-threshold-pct=80
+        the family's container without the maximum: - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
+            | - @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
+            | + @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
+            | > @#4/ipv4-unicast{replace}/prefix-limit.prevent-teardown=true
+        removal of private numbers, the leaf: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | + @.remove-private-as=PRIVATE_AS_REPLACE_ALL | > @.remove-private-as{replace}=PRIVATE_AS_REPLACE_ALL
+            | x remove-private-as-entire
+        removal of private numbers, back, the config: @#4 | @#6 | - @.remove-private-as=PRIVATE_AS_REPLACE_ALL
+            | + @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | > @/config{replace}/remove-private-as=PRIVATE_AS_REMOVE_ALL | x replace-private-as
+        removal of private numbers, merged: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | + @.remove-private-as=PRIVATE_AS_REPLACE_ALL | > @.remove-private-as=PRIVATE_AS_REPLACE_ALL
+            | x remove-private-as-entire
+        a family's config: @#4.enabled=true | @#4/add-paths.send=true | @#4/ipv4-unicast/prefix-limit.max-prefixes=100
+            | @#4/apply-policy.import-policy=p | > @#4/config{replace}/enabled=true
+        families that name the same one: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | @#4
+            | - @#4/apply-policy.import-policy=p | - @#6 | > @/afi-safis{replace} | > @#4
+        a family: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4/apply-policy.import-policy=p | - @#4.enabled=true
+            | @#4/add-paths.send=true | @#6.enabled=true | > @#4{replace}/add-paths.send=true
+        an entry: - @.peer-as=1 | - @/timers.hold-time=30 | - @#4.enabled=true | @.local-as=2
+            | > @{replace}.local-as=2
+        a policy by another one: - @#4/apply-policy.import-policy=p | + @#4/apply-policy.import-policy=q
+            | > @#4/apply-policy/config{replace}/import-policy=q
+    )");
+    run(both, R"(
+        bgp without global: - G.router-id=1.1.1.1 | - G#4.enabled=true | - @ | + %.peer-as=2 | > ~/bgp{replace}
+            | > %.peer-as=2 | * config/as
+        global without the number: @ | - G#4.enabled=true | + G.router-id=1.1.1.1 | > G{replace}.router-id=1.1.1.1
+            | * config/as
+        global's config without the number: @ | G#4.enabled=true | - G.router-id=1.1.1.1 | > G/config{replace}
+            | * config/as
+        bgp by nothing: $ | - G.as=65000 | - G.router-id=1.1.1.1 | - @.peer-as=1 | > ~/bgp{replace} | ~* protocol
+        a protocol entry without bgp: $ | - G.as=65000 | - @.peer-as=1 | > ~{replace} | ~* protocol
+        the protocols by none: $ | - G.as=65000 | - G#4.enabled=true | > $/protocols{replace}
+        the network instance by its name: $ | - G.as=65000 | - @.peer-as=1 | > ${replace}
+        the network instance with a neighbor alone: - G.router-id=1.1.1.1 | - @.peer-as=1 | + %.peer-as=2
+            | > ${replace} | > %.peer-as=2 | * config/as
+        a global family's config: - G#4.enabled=true | G#4/add-paths.receive=true
+            | G#4/use-multiple-paths/ebgp.maximum-paths=4 | G#4/use-multiple-paths/ibgp.maximum-paths=5
+            | > G#4/config{replace}/afi-safi-name=IPV4_UNICAST
+        the list of neighbors: - @.peer-as=1 | %.local-as=2 | - %.peer-as=2 | > ~/bgp/neighbors{replace}
+            | > %.local-as=2
+    )");
+    run(in_default, R"(
+        bgp without its groups: - ~<edge>.peer-as=1 | @ | > ~/bgp{replace}/global.as=65000 | > @
+        the confederation's config: - G/confederation.member-as=1 | - G/confederation.member-as=2
+            | - G/confederation.identifier=7 | + G/confederation.member-as=3
+            | > G/confederation/config{replace}/member-as=3
+        the list of groups: - ~<edge>.peer-as=1 | ~<core>
+            | > ~/bgp/peer-groups{replace}/peer-group[peer-group-name=core]
+    )");
+    run(in_vrf, R"(
+        the network instance without its route distinguisher: - $.route-distinguisher=65000:100 | @ | > ${replace}
+            | > G.as=65000 | > @
+    )");
 }
 
 TEST_F(EditCases, ADeleteTakesWhatItNames) {
-    static constexpr Case cases[] = {
-        {both | for_peers, "one timer", R"(
-             @/timers.hold-time=30
-           - @/timers.keepalive-interval=10
-           > @/timers.keepalive-interval{delete})"},
-        {both | for_peers, "the other timer", R"(
-           - @/timers.hold-time=30
-             @/timers.keepalive-interval=10
-           > @/timers.hold-time{remove})"},
-        {both | for_peers, "one timer beside the other that is set", R"(
-           - @/timers.keepalive-interval=10
-           + @/timers.hold-time=30
-           > @/timers.keepalive-interval{delete}
-           > @/timers.hold-time=30)"},
-        {both | for_peers, "the maximum beside another leaf", R"(
-           - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-             @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
-             @#4/ipv4-unicast/prefix-limit.restart-timer=60
-           + @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
-           > @#4/ipv4-unicast/prefix-limit.max-prefixes{delete}
-           > @#4/ipv4-unicast/prefix-limit.prevent-teardown=true)"},
-        {both | for_peers, "transport", R"(
-             @.peer-as=1
-           - @/transport.local-address=192.0.2.1
-           - @/transport.passive-mode=true
-           > @/transport{delete})"},
-        {both | for_peers, "transport, an interface", R"(
-             @
-           - @/transport.local-address=eth0
-           - @/transport.mtu-discovery=true
-           > @/transport/config{delete}
-           x eth0)"},
-        {both | for_peers, "the local address as transport's only setting", R"(
-             @
-           - @/transport.local-address=192.0.2.1
-           > @/transport{delete})"},
-        {both | for_peers, "the local address", R"(
-             @
-           - @/transport.local-address=2001:db8::1
-           > @/transport.local-address{delete})"},
-        {both | for_peers, "removal of private numbers with the config", R"(
-             @#4
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           - @.peer-as=1
-             @/timers.hold-time=30
-           > @/config{delete})"},
-        {both | for_peers, "removal of private numbers as the only setting", R"(
-             @#4
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           > @/config{delete}
-           x private-as)"},
-        {both | for_peers, "removal of private numbers, the leaf", R"(
-             @#4
-             @#6
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           > @.remove-private-as{delete}
-           x private-as)"},
-        {both, "a global family's config", R"(
-           - ~/bgp/global#4.enabled=true
-             ~/bgp/global#4/add-paths.receive=true
-             ~/bgp/global#4/use-multiple-paths/ebgp.maximum-paths=4
-           > ~/bgp/global#4/config{delete})"},
-        {both | for_peers, "a family's config", R"(
-           - @#4.enabled=true
-             @#4/add-paths.send=true
-             @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-             @#4/apply-policy.import-policy=p
-           > @#4/config{delete})"},
-        {both, "the list of neighbors", R"(
-           - @.peer-as=1
-           - %
-             ~/bgp/global.router-id=1.1.1.1
-           > ~/bgp/neighbors{delete})"},
-        {both, "all families, removed", R"(
-           - ~/bgp/global#4.enabled=true
-           - ~/bgp/global#6.enabled=true
-             @
-           > ~/bgp/global/afi-safis{remove})"},
-        {both | for_peers, "an entry", R"(
-           - @.peer-as=1
-             %.peer-as=1
-           > @{delete})"},
-        {both | for_peers, "the hop count beside the flag", R"(
-             @/ebgp-multihop.enabled=true
-           - @/ebgp-multihop.multihop-ttl=5
-           > @/ebgp-multihop.enabled=true
-           > @/ebgp-multihop.multihop-ttl{delete}=5)"},
-        {both | for_peers, "a policy's value", R"(
-             @#4
-           - @#4/apply-policy.import-policy=p
-           > @#4/apply-policy.import-policy{delete}=p)"},
-        {both | for_peers, "what is not there", R"(
-             @#4
-           > @/timers.hold-time{delete}=3
-           ! data-missing)"},
-        {both | for_peers, "an entry that is not there", R"(
-             @
-           > %{delete}
-           ! data-missing)"},
-        {both | for_peers, "a family that is not there", R"(
-             @#4
-           > @#6{delete}
-           ! data-missing)"},
-        {both, "a global family that is not there", R"(
-             ~/bgp/global#4.enabled=true
-           > ~/bgp/global#6{delete}
-           ! data-missing)"},
-        {both | for_peers, "an entry is not created twice", R"(
-             @.peer-as=1
-           > @{create}.peer-as=1
-           ! data-exists)"},
-        {both | for_peers, "a family is not created twice", R"(
-             @#4
-           > @#4{create}
-           ! data-exists)"},
-        {both | for_peers, "what is there is not created beside what is not", R"(
-             @.peer-as=1
-           > %{create}.peer-as=1
-           > @.peer-as{create}=1
-           ! data-exists)"},
-        {both, "a family without a native name", R"(
-             ~/bgp/global#4.enabled=true
-           > ~/bgp/global#LINKSTATE{delete}
-           ! data-missing)"},
-        {both, "a family without a native name, strictly", R"(
-             ~/bgp/global#4.enabled=true
-           > ~/bgp/global#LINKSTATE{delete}
-           ? strict
-           ! data-missing)"},
-        {both | for_peers, "a neighbor's or group's family without a native name", R"(
-             @#4.enabled=true
-           > @#LINKSTATE{delete}
-           ! data-missing)"},
-        {both | for_peers, "a family without a native name, with none configured", R"(
-             @
-           > @#LINKSTATE{delete}
-           ! data-missing)"},
-        {both | for_peers, "a family without a native name, removed", R"(
-             @#4.enabled=true
-           > @#LINKSTATE{remove}
-           ~* LINKSTATE)"},
-    };
-    run(cases);
+    run(both | for_peers, R"(
+        one timer: @/timers.hold-time=30 | - @/timers.keepalive-interval=10 | > @/timers.keepalive-interval{delete}
+        the other timer: - @/timers.hold-time=30 | @/timers.keepalive-interval=10 | > @/timers.hold-time{remove}
+        one timer beside the other that is set: - @/timers.keepalive-interval=10 | + @/timers.hold-time=30
+            | > @/timers.keepalive-interval{delete} | > @/timers.hold-time=30
+        the maximum beside another leaf: - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
+            | @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80 | @#4/ipv4-unicast/prefix-limit.restart-timer=60
+            | + @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
+            | > @#4/ipv4-unicast/prefix-limit.max-prefixes{delete}
+            | > @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
+        transport: @.peer-as=1 | - @/transport.local-address=192.0.2.1 | - @/transport.passive-mode=true
+            | > @/transport{delete}
+        transport, an interface: @ | - @/transport.local-address=eth0 | - @/transport.mtu-discovery=true
+            | > @/transport/config{delete} | x eth0
+        the local address as transport's only setting: @ | - @/transport.local-address=192.0.2.1
+            | > @/transport{delete}
+        the local address: @ | - @/transport.local-address=2001:db8::1 | > @/transport.local-address{delete}
+        removal of private numbers with the config: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @.peer-as=1
+            | @/timers.hold-time=30 | > @/config{delete}
+        removal of private numbers as the only setting: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | > @/config{delete} | x private-as
+        removal of private numbers, the leaf: @#4 | @#6 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | > @.remove-private-as{delete} | x private-as
+        a family's config: - @#4.enabled=true | @#4/add-paths.send=true
+            | @#4/ipv4-unicast/prefix-limit.max-prefixes=100 | @#4/apply-policy.import-policy=p | > @#4/config{delete}
+        an entry: - @.peer-as=1 | %.peer-as=1 | > @{delete}
+        the hop count beside the flag: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
+            | > @/ebgp-multihop.enabled=true | > @/ebgp-multihop.multihop-ttl{delete}=5
+        a policy's value: @#4 | - @#4/apply-policy.import-policy=p | > @#4/apply-policy.import-policy{delete}=p
+        what is not there: @#4 | > @/timers.hold-time{delete}=3 | ! data-missing
+        an entry that is not there: @ | > %{delete} | ! data-missing
+        a family that is not there: @#4 | > @#6{delete} | ! data-missing
+        an entry is not created twice: @.peer-as=1 | > @{create}.peer-as=1 | ! data-exists
+        a family is not created twice: @#4 | > @#4{create} | ! data-exists
+        what is there is not created beside what is not: @.peer-as=1 | > %{create}.peer-as=1 | > @.peer-as{create}=1
+            | ! data-exists
+        a neighbor's or group's family without a native name: @#4.enabled=true | > @#LINKSTATE{delete}
+            | ! data-missing
+        a family without a native name, with none configured: @ | > @#LINKSTATE{delete} | ! data-missing
+        a family without a native name, removed: @#4.enabled=true | > @#LINKSTATE{remove} | ~* LINKSTATE
+    )");
+    run(both, R"(
+        a global family's config: - G#4.enabled=true | G#4/add-paths.receive=true
+            | G#4/use-multiple-paths/ebgp.maximum-paths=4 | > G#4/config{delete}
+        the list of neighbors: - @.peer-as=1 | - % | G.router-id=1.1.1.1 | > ~/bgp/neighbors{delete}
+        all families, removed: - G#4.enabled=true | - G#6.enabled=true | @ | > G/afi-safis{remove}
+        a global family that is not there: G#4.enabled=true | > G#6{delete} | ! data-missing
+        a family without a native name: G#4.enabled=true | > G#LINKSTATE{delete} | ! data-missing
+        a family without a native name, strictly: G#4.enabled=true | > G#LINKSTATE{delete} | ? strict | ! data-missing
+    )");
 }
 
 TEST_F(EditCases, WhatGoesDoesNotComeBack) {
-    static constexpr Case cases[] = {
-        {both | for_peers, "families dropped by a replace that sets what lies in them", R"(
-             @
-           - @#4.enabled=true
-           - @#6
-           > @{replace}.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           * remove-private-as)"},
-        {in_default | for_peers, "families dropped by a replace with a reflector's client", R"(
-             @
-           - @#4.enabled=true
-           > @{replace}/route-reflector.route-reflector-client=true
-           * route-reflector-client)"},
-        {both | for_peers, "a family that replaces another one", R"(
-           - @#4/apply-policy.import-policy=p
-           - @#4.enabled=true
-           - @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-           + @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           + @#6
-           > @{replace}.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           > @#6
-           x replace-private-as)"},
-        {in_default | for_peers, "the settings of the entry that is replaced", R"(
-             @#4
-           - @/route-reflector.route-reflector-client=true
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           + @#6
-           > @{replace}
-           > @#4
-           > @#6
-           x private-as)"},
-        {both | for_peers, "a setting deleted beside a new family", R"(
-             @#4
-           - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-           + @#6
-           > @.remove-private-as{delete}
-           > @#6
-           x private-as)"},
-        {in_default | for_peers, "a reflector's client deleted beside a new family", R"(
-             @#4
-           - @/route-reflector.route-reflector-client=true
-           + @#6
-           > @/route-reflector{delete}
-           > @#6
-           x route-reflector-client)"},
-        {both | for_peers, "the default operation replace, again and again", R"(
-             @/graceful-restart.helper-only=true
-             @#4.enabled=true
-           ? replace
-           > ~/bgp/global.as=65000
-           > @/graceful-restart.helper-only=true
-           > @#4.enabled=true
-           ~* DEFAULT)"},
-        {in_default, "the default operation replace, the global settings", R"(
-             ~/bgp/global/graceful-restart.helper-only=false
-             ~/bgp/global/confederation.member-as=3
-           ? replace
-           > ~/bgp/global.as=65000
-           > ~/bgp/global/graceful-restart.helper-only=false
-           > ~/bgp/global/confederation.member-as=3)"},
-    };
-    run(cases);
+    run(both | for_peers, R"(
+        families dropped by a replace that sets what lies in them: @ | - @#4.enabled=true | - @#6
+            | > @{replace}.remove-private-as=PRIVATE_AS_REMOVE_ALL | * remove-private-as
+        a family that replaces another one: - @#4/apply-policy.import-policy=p | - @#4.enabled=true
+            | - @.remove-private-as=PRIVATE_AS_REPLACE_ALL | + @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6
+            | > @{replace}.remove-private-as=PRIVATE_AS_REMOVE_ALL | > @#6 | x replace-private-as
+        a setting deleted beside a new family: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6
+            | > @.remove-private-as{delete} | > @#6 | x private-as
+        the default operation replace, again and again: @/graceful-restart.helper-only=true | @#4.enabled=true
+            | ? replace | > G.as=65000 | > @/graceful-restart.helper-only=true | > @#4.enabled=true | ~* DEFAULT
+    )");
+    run(in_default | for_peers, R"(
+        families dropped by a replace with a reflector's client: @ | - @#4.enabled=true
+            | > @{replace}/route-reflector.route-reflector-client=true | * route-reflector-client
+        the settings of the entry that is replaced: @#4 | - @/route-reflector.route-reflector-client=true
+            | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6 | > @{replace} | > @#4 | > @#6 | x private-as
+        a reflector's client deleted beside a new family: @#4 | - @/route-reflector.route-reflector-client=true
+            | + @#6 | > @/route-reflector{delete} | > @#6 | x route-reflector-client
+    )");
+    run(in_default, R"(
+        the default operation replace, the global settings: G/graceful-restart.helper-only=false
+            | G/confederation.member-as=3 | ? replace | > G.as=65000 | > G/graceful-restart.helper-only=false
+            | > G/confederation.member-as=3
+    )");
 }
 
 TEST_F(EditCases, AcrossNetworkInstances) {
-    static constexpr Case cases[] = {
-        {in_vrf, "DEFAULT's entry and the VRF's", R"(
-             $
-           - ^/bgp/global.as=65000
-           - ~/bgp/global.as=65000
-           - @.peer-as=1
-           > ^{delete}
-           > ~{delete})"},
-        {in_vrf, "the VRF's entry and DEFAULT's", R"(
-             $
-           - ^/bgp/global.as=65000
-           - ~/bgp/global.as=65000
-           - ^/bgp/neighbors/neighbor[neighbor-address=10.0.0.9]
-           > ~/bgp{delete}
-           > ^/bgp{delete})"},
-        {in_vrf, "the VRF and DEFAULT's entry", R"(
-           - $
-           - ^/bgp/global.as=65000
-           - ~/bgp/global.as=65000
-           > ^{delete}
-           > ${delete})"},
-        {in_vrf, "DEFAULT's entry alone takes the VRF's", R"(
-             $
-           - ^/bgp/global.as=65000
-           - ~/bgp/global.as=65000
-           > ^{delete}
-           * bgp)"},
-        {in_vrf, "DEFAULT's number alone takes the VRF's", R"(
-             $
-           - ^/bgp/global.as=65000
-           - ~/bgp/global.as=65000
-           - @.peer-as=1
-           > ^/bgp/global.as{delete}
-           * bgp)"},
-        {in_vrf, "the VRF's entry leaves DEFAULT's", R"(
-             $
-             ^/bgp/neighbors/neighbor[neighbor-address=10.0.0.9]
-           - ~/bgp/global.as=65000
-           - @.peer-as=1
-           > ~{delete})"},
-        {both, "the number takes what stands on it", R"(
-             $
-           - ~/bgp/global.as=65000
-           - ~/bgp/global.router-id=1.1.1.1
-           - @.peer-as=1
-           > ~/bgp/global.as{delete}
-           * bgp)"},
-        {both, "global takes what stands on it", R"(
-             $
-           - ~/bgp/global.as=65000
-           - @.peer-as=1
-           > ~/bgp/global{delete}
-           * bgp)"},
-        {in_vrf, "a VRF set beside the delete of the instance", R"(
-             ~/bgp/global.as=65000
-           - ^/bgp/neighbors/neighbor[neighbor-address=10.0.0.9]
-           + @.peer-as=1
-           > ^{delete}
-           > ~/bgp/global.as=65000
-           > @.peer-as=1
-           > @/apply-policy.import-policy=p
-           * DEFAULT
-           * import-policy)"},
-        {in_vrf, "a VRF's router id beside the delete of the instance", R"(
-           - ^/bgp/neighbors/neighbor[neighbor-address=10.0.0.9]
-           + ~/bgp/global.router-id=1.1.1.1
-           > ^/bgp{delete}
-           > ~/bgp/global.as=65000
-           > ~/bgp/global.router-id=1.1.1.1
-           * DEFAULT)"},
-        {both, "a router id beside the delete of the number", R"(
-             ~/bgp/global.router-id=1.1.1.1
-           > ~/bgp/global.as{delete}
-           > ~/bgp/global.router-id=2.2.2.2
-           ! )"},
-        {in_default, "a report after the delete of another instance", R"(
-             ~/bgp/neighbors/neighbor[neighbor-address=10.0.0.9]
-           - $/protocols/protocol[identifier=BGP][name=away]/bgp/global.as=65000
-           + @
-           > $/protocols/protocol[identifier=BGP][name=away]{delete}
-           > @/apply-policy.import-policy=p
-           * import-policy)"},
-        {both, "removes create no instance", R"(
-             bare
-           > ~/bgp/neighbors{remove}
-           > ~/bgp/global.router-id{remove}
-           > @{remove})"},
-        {both, "removes create no number", R"(
-             bare
-           > ~/bgp/global.as{remove}
-           > ~{remove}
-           > ${remove})"},
-        {in_vrf, "removes create no VRF's BGP", R"(
-             bare
-             ^/bgp/global.as=65000
-           > ~/bgp/global.router-id{remove}
-           > ~/bgp/global#4{remove}
-           > @{remove})"},
-        {in_vrf, "a delete in a VRF without BGP", R"(
-             bare
-             ^/bgp/global.as=65000
-           > ~/bgp/neighbors{delete}
-           ! data-missing)"},
-        {both, "an absent protocol entry", R"(
-             bare
-           > ~{delete}
-           ! data-missing)"},
-        {both, "an absent bgp", R"(
-             bare
-           > ~/bgp{delete}
-           ! data-missing)"},
-        {in_vrf, "bgp that is there in DEFAULT only", R"(
-             bare
-             ^/bgp/global.as=65000
-           > ~/bgp{delete}
-           ! data-missing)"},
-        {in_vrf, "global created in a new VRF", R"(
-             bare
-             ^/bgp/global.as=65000
-           + ~/bgp/global.as=65000
-           > ~/bgp/global{create}.as=65000)"},
-        {in_vrf, "global's config created in a new VRF", R"(
-             bare
-             ^/bgp/global.as=65000
-           + ~/bgp/global.as=65000
-           > ~/bgp/global/config{create}/as=65000)"},
-        {in_vrf, "the number created in a new VRF", R"(
-             bare
-             ^/bgp/global.as=65000
-           + ~/bgp/global.as=65000
-           + @
-           > ~/bgp/global.as{create}=65000
-           > @{create})"},
-        {both, "the number is not created twice", R"(
-             ~/bgp/global.router-id=1.1.1.1
-           > ~/bgp/global.as{create}=65000
-           ! data-exists)"},
-        {in_vrf, "a new instance in a VRF shows in DEFAULT", R"(
-             bare
-           + ^/bgp/global.as=65000
-           + ~/bgp/global.as=65000
-           > ~/bgp/global.as=65000
-           * DEFAULT)"},
-        {both, "another number", R"(
-             @
-           > ~/bgp/global.as=65001
-           ! config/as)"},
-        {in_default, "a VRF of two instances", R"(
-           N /vrfs/vrf[vrf-name=red]
-           N ~/vrfs/vrf[vrf-name=red]/vrf-global/exists=
-           N ~/vrfs/vrf[vrf-name=red]/vrf-global/router-id=1.1.1.1
-           N /bgp/instance[instance-name=b]/instance-as[as=0]/four-byte-as[as=1]/vrfs/vrf[vrf-name=red]/vrf-global/exists=
-             ^/bgp/global.as=65000
-             /network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=b]/bgp/global.as=1
-           - /network-instances/network-instance[name=red]/protocols/protocol[identifier=BGP][name=core]/bgp/global.as=65000
-           - /network-instances/network-instance[name=red]/protocols/protocol[identifier=BGP][name=core]/bgp/global.router-id=1.1.1.1
-           - /network-instances/network-instance[name=red]/protocols/protocol[identifier=BGP][name=b]/bgp/global.as=1
-           > /network-instances/network-instance[name=red]{delete}
-           x red)"},
-        {in_default, "an instance's name of 34 bytes", R"(
-           > $/protocols/protocol[identifier=BGP][name=äääääääääääääääää]/bgp/global.as=1
-           ! 32)"},
-        {in_default, "a VRF's name of 34 bytes", R"(
-           > /network-instances/network-instance[name=äääääääääääääääää]/config{merge}
-           ! 32)"},
-        {in_default, "names of 32 bytes", R"(
-             ^/bgp/global.router-id=9.9.9.9
-             /network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=ääääääääääääääää]/bgp/global.as=1
-             /network-instances/network-instance[name=öööööööööööööööö]
-           - /network-instances/network-instance[name=öööööööööööööööö]/protocols/protocol[identifier=BGP][name=ääääääääääääääää]/bgp/global.as=1
-           > /network-instances/network-instance[name=öööööööööööööööö]/protocols/protocol[identifier=BGP][name=ääääääääääääääää]{delete})"},
-    };
-    run(cases);
+    run(in_vrf, R"(
+        DEFAULT's entry and the VRF's: $ | - ^G.as=65000 | - G.as=65000 | - @.peer-as=1 | > ^{delete} | > ~{delete}
+        the VRF's entry and DEFAULT's: $ | - ^G.as=65000 | - G.as=65000 | - ^(10.0.0.9) | > ~/bgp{delete}
+            | > ^/bgp{delete}
+        the VRF and DEFAULT's entry: - $ | - ^G.as=65000 | - G.as=65000 | > ^{delete} | > ${delete}
+        DEFAULT's entry alone takes the VRF's: $ | - ^G.as=65000 | - G.as=65000 | > ^{delete} | * bgp
+        DEFAULT's number alone takes the VRF's: $ | - ^G.as=65000 | - G.as=65000 | - @.peer-as=1 | > ^G.as{delete}
+            | * bgp
+        the VRF's entry leaves DEFAULT's: $ | ^(10.0.0.9) | - G.as=65000 | - @.peer-as=1 | > ~{delete}
+        a VRF set beside the delete of the instance: G.as=65000 | - ^(10.0.0.9) | + @.peer-as=1 | > ^{delete}
+            | > G.as=65000 | > @.peer-as=1 | > @/apply-policy.import-policy=p | * DEFAULT | * import-policy
+        a VRF's router id beside the delete of the instance: - ^(10.0.0.9) | + G.router-id=1.1.1.1 | > ^/bgp{delete}
+            | > G.as=65000 | > G.router-id=1.1.1.1 | * DEFAULT
+        removes create no VRF's BGP: bare | ^G.as=65000 | > G.router-id{remove} | > G#4{remove} | > @{remove}
+        a delete in a VRF without BGP: bare | ^G.as=65000 | > ~/bgp/neighbors{delete} | ! data-missing
+        bgp that is there in DEFAULT only: bare | ^G.as=65000 | > ~/bgp{delete} | ! data-missing
+        global created in a new VRF: bare | ^G.as=65000 | + G.as=65000 | > G{create}.as=65000
+        global's config created in a new VRF: bare | ^G.as=65000 | + G.as=65000 | > G/config{create}/as=65000
+        the number created in a new VRF: bare | ^G.as=65000 | + G.as=65000 | + @ | > G.as{create}=65000 | > @{create}
+        a new instance in a VRF shows in DEFAULT: bare | + ^G.as=65000 | + G.as=65000 | > G.as=65000 | * DEFAULT
+    )");
+    run(both, R"(
+        the number takes what stands on it: $ | - G.as=65000 | - G.router-id=1.1.1.1 | - @.peer-as=1 | > G.as{delete}
+            | * bgp
+        global takes what stands on it: $ | - G.as=65000 | - @.peer-as=1 | > G{delete} | * bgp
+        a router id beside the delete of the number: G.router-id=1.1.1.1 | > G.as{delete} | > G.router-id=2.2.2.2 | !
+        removes create no instance: bare | > ~/bgp/neighbors{remove} | > G.router-id{remove} | > @{remove}
+        removes create no number: bare | > G.as{remove} | > ~{remove} | > ${remove}
+        an absent protocol entry: bare | > ~{delete} | ! data-missing
+        an absent bgp: bare | > ~/bgp{delete} | ! data-missing
+        the number is not created twice: G.router-id=1.1.1.1 | > G.as{create}=65000 | ! data-exists
+        another number: @ | > G.as=65001 | ! config/as
+    )");
+    run(in_default, R"(
+        a report after the delete of another instance: ~(10.0.0.9) | - ~away/bgp/global.as=65000 | + @
+            | > ~away{delete} | > @/apply-policy.import-policy=p | * import-policy
+        a VRF of two instances: N /vrfs/vrf[vrf-name=red] | N ~/vrfs/vrf[vrf-name=red]/vrf-global/exists=
+            | N ~/vrfs/vrf[vrf-name=red]/vrf-global/router-id=1.1.1.1
+            | N ~b:1/vrfs/vrf[vrf-name=red]/vrf-global/exists= | ^G.as=65000 | $DEFAULT~b/bgp/global.as=1
+            | - $red~core/bgp/global.as=65000 | - $red~core/bgp/global.router-id=1.1.1.1 | - $red~b/bgp/global.as=1
+            | > $red{delete} | x red
+        an instance's name of 34 bytes: > ~äääääääääääääääää/bgp/global.as=1 | ! 32
+        a VRF's name of 34 bytes: > $äääääääääääääääää/config{merge} | ! 32
+        names of 32 bytes: ^G.router-id=9.9.9.9 | $DEFAULT~ääääääääääääääää/bgp/global.as=1 | $öööööööööööööööö
+            | - $öööööööööööööööö~ääääääääääääääää/bgp/global.as=1 | > $öööööööööööööööö~ääääääääääääääää{delete}
+    )");
+}
+
+TEST_F(EditCases, ValuesHaveOneForm) {
+    run(both, R"(
+        a neighbor by another form of its address: ~(2001:db8::1).peer-as=1 | + ~(2001:db8::1).local-as=2
+            | + ~(2001:db8::1).description=one | > ~(2001:DB8:0::1).local-as=2 | ;
+            | > ~(2001:db8:0:0:0:0:0:1).description=one
+        a neighbor deleted by another form: - ~(2001:db8::1).peer-as=1 | @ | > ~(2001:DB8::0:1){delete}
+        a neighbor shown in the usual form: + ~(2001:db8::a).peer-as=1 | > ~(2001:DB8:0:0::A).peer-as=1
+        one neighbor twice in one edit: @ | > ~(2001:db8::1).peer-as=1 | > ~(2001:DB8::1).peer-as=2 | ! 2001:
+    )");
+    run(both | for_peers, R"(
+        a local address: @ | + @/transport.local-address=2001:db8::1 | > @/transport.local-address=2001:DB8:0::1
+        a number with a leading zero: @ | + @.peer-as=65001 | > @.peer-as=065001
+        a fraction: @ | + @/timers.minimum-advertisement-interval=0.5 | > @/timers.minimum-advertisement-interval=0.5
+        fractions of three digits: @ | + @/timers.minimum-advertisement-interval=0.005
+            | > @/timers.minimum-advertisement-interval=5.25 | ; | > @/timers.minimum-advertisement-interval=0.005
+        a local address that is an interface: @ | + @/transport.local-address=eth0 | > @/transport.local-address=eth0
+        a local address, from address to interface and back: - @/transport.local-address=192.0.2.1
+            | + @/transport.local-address=192.0.2.2 | > @/transport.local-address=eth0 | ;
+            | > @/transport.local-address=192.0.2.2 | x eth0
+    )");
+    run(both | for_neighbors, R"(
+        a number that is copied, with a leading zero: @ | + @/transport.tcp-mss=500 | > @/transport.tcp-mss=0500
+        a negative zero: @ | + @/graceful-restart.restart-time=0 | > @/graceful-restart.restart-time=-0
+        an empty description: @.peer-as=1 | + @.description= | > @.description=
+        a description emptied: - @.description=text | + @.description= | > @.description=
+    )");
+    run(in_default, R"(
+        the number with a leading zero: bare | + G.as=65000 | + G.router-id=1.1.1.1 | > G.as=065000 | ; | > G.as=65000
+            | > G.router-id=1.1.1.1
+        a value deleted by another form: G/confederation.member-as=1 | - G/confederation.member-as=65001
+            | > G/confederation.member-as{delete}=065001
+    )");
+    run(in_default | for_peers, R"(
+        a cluster's id, from address to number: - @/route-reflector.route-reflector-cluster-id=1.1.1.1
+            | + @/route-reflector.route-reflector-cluster-id=5 | > @/route-reflector.route-reflector-cluster-id=5
+            | x cluster-id-address
+        a cluster's id, from number to address: - @/route-reflector.route-reflector-cluster-id=5
+            | + @/route-reflector.route-reflector-cluster-id=1.1.1.1
+            | > @/route-reflector.route-reflector-cluster-id{replace}=1.1.1.1 | x cluster-id-number
+    )");
+    run(in_vrf, R"(
+        a route distinguisher, from number to address: - $.route-distinguisher=65000:100
+            | + $.route-distinguisher=10.1.1.1:5 | > $.route-distinguisher=10.1.1.1:5 | x as-index
+        a route distinguisher, from address to long number to number: - $.route-distinguisher=10.1.1.1:5
+            | + $.route-distinguisher=65000:100 | > $.route-distinguisher=4200000000:7 | ;
+            | > $.route-distinguisher{replace}=65000:100 | x address-index
+        a route distinguisher beyond all numbers: $ | > $.route-distinguisher=10.1.1.4294967297:1
+            | ! IP address out of range
+    )");
+    run(both | for_neighbors, "a noncharacter: @ | > @.description=a\xef\xbf\xbf | ? json | !");
+}
+
+TEST_F(EditCases, KeysTakeNoOperation) {
+    for (const char *network_instance : {"DEFAULT", "red"}) {
+        for (const bool group : {false, true}) {
+            const Place place{network_instance, network_instance, "core", group};
+            commit(document(expand_node("@.peer-as=1", place, false) + '\n' + expand_node("G.as=65000", place, false)));
+            const std::string before = native();
+            for (const std::string key : {group ? "@/peer-group-name" : "@/neighbor-address", "G#4/afi-safi-name",
+                                          "@#4/afi-safi-name", "~/name", "$/name", "&/src-protocol"}) {
+                const std::string name = key.substr(key.rfind('/') + 1);
+                // Trees are written without the operations of keys.
+                std::string text = document(expand_node(key, place, false));
+                const std::size_t at = text.rfind('<' + name) + name.size() + 1;
+                for (const char *operation : {"delete", "remove", "create", "replace"}) {
+                    const std::string with = " nc:operation=\"" + std::string(operation) + '"';
+                    const Outcome outcome = commit(text.substr(0, at) + with + text.substr(at));
+                    EXPECT_TRUE(outcome.refused && has(*outcome.refused, "key")) << key << ' ' << operation;
+                    EXPECT_EQ(native(), before);
+                }
+            }
+        }
+    }
+    run(both | for_neighbors, "a neighbor's: @.peer-as=1 | > @.neighbor-address{delete} | ! key");
+    run(in_default | for_groups, "a group's: @.peer-as=1 | > @.peer-group-name{remove} | ! key");
+    run(both | for_peers, "a family's: @#4.enabled=true | > @#4.afi-safi-name{delete} | ! key");
+    run(both, R"(
+        a global family's: G#4 | > G#4.afi-safi-name{delete} | ! key
+        a protocol entry's: @ | > ~.name{delete} | ! key
+        a network instance's: @ | > $.name{delete} | ! key
+    )");
+}
+
+TEST_F(EditCases, TableConnectionsAndTheirFamily) {
+    run(in_default | tables, R"(
+        a family's delete: - G#4.enabled=true | - &.import-policy=p | > G#4{delete} | * table-connection
+        the families' delete: - G#4.enabled=true | - & | @ | > G/afi-safis{delete} | * table-connection
+        a replace of all families that drops one: - G#4.enabled=true | G#6.enabled=true | - & | > G/afi-safis{replace}
+            | > G#6.enabled=true | * table-connection
+        a family's replace: G#4.enabled=true | - G#4/add-paths.send=true | &.import-policy=p
+            | > G#4{replace}.enabled=true
+        a replace of a family's config: G#4.enabled=true | &.import-policy=p | > G#4/config{replace}/enabled=true
+        a delete of a family's config: G#4/add-paths.send=true | - G#4.enabled=true | &.import-policy=p
+            | > G#4/config{delete}
+        the protocol entry's delete: - G.as=65000 | - G#4.enabled=true | - & | > ~{delete} | * table-connection
+        bgp's delete: - G.as=65000 | - G#4.enabled=true | - & | > ~/bgp{delete} | * table-connection
+        bgp's replace: @ | - G#4.enabled=true | - & | > ~/bgp{replace}/global.as=65000 | > @ | * table-connection
+        the network instance's delete: - G.as=65000 | - G#4.enabled=true | - & | > ${delete}
+        a connection's delete: G#4.enabled=true | G#4/add-paths.send=true | - &.import-policy=p | > &{delete}
+        a connection's delete leaves a family off: N ~default:65000/bgp-running=
+            | N ~default:65000/default-vrf/global/global-afs/global-af[af-name=ipv4-unicast]/ospf-routes/ospf-route
+            | G.as=65000 | G#4 | - & | > &{delete}
+        all connections' delete: G#4.enabled=true | - & | > $/table-connections{delete}
+        a connection's policy: G#4.enabled=true | - &.import-policy=p | &.disable-metric-propagation=true
+            | > &.import-policy{delete}=p
+        a connection switches its family on: @ | + G#4.enabled=true | + & | > & | * enabled
+        a connection of a family that is off: G#4/add-paths.send=true | + G#4.enabled=true | + &.import-policy=p
+            | > &.import-policy=p | * enabled
+        a connection of a family that is on: G#4.enabled=true | + & | > &
+        a connection beside a replace of the network instance: G#4.enabled=true | + & | > ${replace} | > &
+            | > G.as=65000 | > G#4.enabled=true
+    )");
+}
+
+// It is there afterwards, or the edit is refused; it is never left out.
+TEST_F(EditCases, ATableConnectionBesideTheDeleteOfWhatItLiesIn) {
+    for (const std::string stored : {"", " | &"}) {
+        for (const std::string gone :
+             {"^{delete}", "^{remove}", "^/bgp{delete}", "^G{delete}", "^G/config{delete}", "^G.as{delete}"}) {
+            run(both | tables, gone + ": ^G#4.enabled=true" + stored + " | > " + gone + " | > &.import-policy=p | !");
+        }
+        for (const std::string gone :
+             {"^G#4{delete}", "^G#4{remove}", "^G/afi-safis{delete}", "^G/afi-safis{replace}"}) {
+            run(both | tables, gone + ": ^G#4.enabled=true | - ^G#4/add-paths.send=true" + stored +
+                                   " | + &.import-policy=p | > " + gone + " | > &.import-policy=p | ! | ~* enabled");
+        }
+    }
+    run(in_vrf | tables, "both instances: ^G#4.enabled=true | > ~{delete} | > ^{delete} | > & | !");
+}
+
+TEST_F(EditCases, ConsequencesAreTold) {
+    run(both | for_peers, R"(
+        multihop again: @/ebgp-multihop.enabled=true | @/ebgp-multihop.multihop-ttl=5 | > @/ebgp-multihop.enabled=true
+        no multihop: @.peer-as=1 | - @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
+            | > @/ebgp-multihop.enabled=false | ~* multihop
+        no multihop where there is none: @.peer-as=1 | > @/ebgp-multihop.enabled=false | ~* multihop
+        the hop count deleted: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
+            | > @/ebgp-multihop.multihop-ttl{delete}
+        the hop count changed: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
+            | + @/ebgp-multihop.multihop-ttl=6 | > @/ebgp-multihop.multihop-ttl=6
+        the hop count of a flag alone: @/ebgp-multihop.enabled=true | + @/ebgp-multihop.multihop-ttl=6
+            | > @/ebgp-multihop.multihop-ttl=6
+        the hop count without the flag: @.peer-as=1 | > @/ebgp-multihop.multihop-ttl=6 | * multihop-ttl
+        the flag deleted: @.peer-as=1 | - @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
+            | > @/ebgp-multihop.enabled{delete} | * multihop-ttl
+        multihop replaced by the flag: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
+            | > @/ebgp-multihop{replace}.enabled=true
+        a setting of all families, without any: @.peer-as=1 | > @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | * remove-private-as
+        a setting of all families, with one that comes: @ | + @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6
+            | > @.remove-private-as=PRIVATE_AS_REMOVE_ALL | > @#6
+        a setting of all families, for one that comes later: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4 | + @#6
+            | > @#6 | ; | > @#4{delete}
+        the last family goes: @.peer-as=1 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4 | > @#4{delete}
+            | * remove-private-as
+        a second policy: - @#4/apply-policy.import-policy=p | + @#4/apply-policy.import-policy=q
+            | > @#4/apply-policy.import-policy=q | * import-policy
+        two policies at once: @#4 | > @#4/apply-policy.import-policy=p | > @#4/apply-policy.import-policy=q
+            | ! import-policy
+        strictly, with all that is not mapped: @.peer-as=1 | > @/apply-policy.import-policy=p
+            | > @/apply-policy.export-policy=q | > @/ebgp-multihop.multihop-ttl=4 | ? strict | ! import-policy
+            | ! export-policy | ! multihop-ttl
+    )");
+    run(in_default | for_peers, R"(
+        a reflector's client, for a family that comes later: @/route-reflector.route-reflector-client=true | - @#4
+            | + @#6 | > @#6 | ; | > @#4{delete}
+        one setting with a family, the other from before: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4 | + @#6
+            | + @/route-reflector.route-reflector-client=true | > @/route-reflector.route-reflector-client=true
+            | > @#6 | ; | > @#4{delete}
+    )");
+    run(both | for_neighbors, R"(
+        a group that does not exist: @.peer-as=1 | > @.peer-group=nosuch | ! nosuch
+        a group in the same edit: @.peer-as=1 | + @.peer-group=edge | + ^<edge> | > @.peer-group=edge | > ^<edge>
+        a group with a member goes: @.peer-group=edge | ^<edge> | > ^<edge>{delete} | ! 10.0.0.1
+        a group goes with its member: - @.peer-group=edge | % | - ^<edge> | > ^<edge>{delete} | > @{delete}
+        a group goes, the member leaves it: @.peer-as=1 | - @.peer-group=edge | - ^<edge> | > @.peer-group{delete}
+            | > ^<edge>{delete}
+    )");
+    run(in_default | for_neighbors, R"(
+        groups are replaced without one that has a member: @.peer-group=edge | ~<edge>
+            | > ~/bgp/peer-groups{replace}/peer-group[peer-group-name=core] | ! 10.0.0.1
+    )");
+}
+
+TEST_F(EditCases, Reads) {
+    run(both | for_peers, R"(
+        without keys: G.router-id=1.1.1.1 | G#4.enabled=true | @.remove-private-as=PRIVATE_AS_REMOVE_ALL
+            | @#4.enabled=true | @/timers.hold-time=30 | %.peer-as=2 | r /config | r /protocols/protocol/bgp/global
+            | r /protocols/protocol/bgp/neighbors | r /protocols/protocol/bgp/neighbors/neighbor/config
+            | r /protocols/protocol/bgp/neighbors/neighbor/config/remove-private-as
+            | r /protocols/protocol/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]/config
+            | r /protocols/protocol[identifier=BGP][name=core]/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]
+            | r /protocols/protocol/bgp/peer-groups/peer-group/config
+            | r /protocols/protocol/bgp/peer-groups/peer-group[peer-group-name=edge]/config
+    )");
+    run(in_vrf, R"(
+        route distinguishers without keys: $.route-distinguisher=65000:100 | r /config | r /config/route-distinguisher
+    )");
+    run(in_default, R"(
+        names with quotes and brackets: ~<'q'>/timers.hold-time=30 | ~<'q'>#4/apply-policy.import-policy=p
+            | ~<a][b>#6.enabled=true | ~<a][b>.peer-as=3 | @.peer-group='q' | r /protocols/protocol/bgp/peer-groups
+        names with quotes and brackets, of state: N ~/bgp-running=
+            | N ~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name='q']/create=
+            | N ~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=a][b]/create=
+            | N /ocni-bpm$default~core<'q'>/state/total-paths=1 | N /ocni-bpm$default~core<a][b>/state/total-paths=2
+            | G.as=65000 | ~<'q'> | ~<a][b>
+        confederations of two instances: N ~a:1/default-vrf/global/confederation-domain/as-xx=1
+            | N ~a:1/default-vrf/global/confederation-domain/as-yy=5
+            | N ~b:2/default-vrf/global/confederation-domain/as-yy=5 | ~a/bgp/global.as=1
+            | ~a/bgp/global/confederation.identifier=65541 | ~b/bgp/global.as=2
+            | ~b/bgp/global/confederation.identifier=5
+    )");
+}
+
+TEST_F(EditCases, DocumentsOfTheOtherDirectionAreRefused) {
+    const Place place{"DEFAULT", "DEFAULT"};
+    ASSERT_FALSE(commit(document(expand_node("G.as=65000", place, true) + '\n' +
+                                 expand_node("@.auth-password=secret", place, true)))
+                     .refused);
+    const std::string before = native(), own = document("@1/description=x\n@1/password/password=clear");
+    for (const char *operation : {"merge", "replace"}) {
+        EXPECT_TRUE(has(commit(own, options_of({operation})).refused.value_or(""), "load"));
+    }
+    const std::string openconfig = document(expand_node("@.peer-as=1", place, true), {"json"});
+    EXPECT_TRUE(has(commit(openconfig, std::nullopt).refused.value_or(""), "edit"));
+    EXPECT_EQ(native(), before);
+}
+
+// A callback that is called again for the reason of its refusal leaves no second trail in the debug log.
+TEST_F(EditCases, ARefusalIsLoggedOnce) {
+    Log log(Log::Level::trace, false, nullptr);
+    const Engine logged({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, &log);
+    std::string text = document(entry_path("DEFAULT") + "/config/route-distinguisher=65000:1", {"json"});
+    Transaction transaction = store_.begin(Access::write);
+    EXPECT_THROW(logged.edit(text, Syntax::json, {}, transaction), Refused);
+    const Lines &lines = log.debug_lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const auto &line) { return line.starts_with("ERR: "); }), 1);
 }
 
 } // namespace

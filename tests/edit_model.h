@@ -3,17 +3,12 @@
 #pragma once
 
 #include "documents/reader.h"
-#include "documents/writer.h"
-#include "model/tree.h"
+#include "scratch.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <map>
 #include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace yfw::test {
 
@@ -112,16 +107,12 @@ inline void add_nodes(Arena &arena, Node *parent, const Item &item, const std::s
 }
 
 // The document of a tree, with its operations. default_name: what it calls the default network instance.
-inline std::string print(const Schema &schema, const Item &root, Syntax syntax, bool pretty = false,
+inline std::string print(const Schema &schema, const Item &root, Syntax syntax,
                          const std::string &default_name = std::string(default_instance)) {
     Arena arena;
     Node *nodes = new_root(arena, schema);
     add_nodes(arena, nodes, root, default_name);
-    std::string text;
-    Sink sink(text);
-    write_document(sink, schema, nodes,
-                   {.syntax = syntax, .operations = true, .explicit_merge = true, .pretty = pretty});
-    return text;
+    return document_of(schema, nodes, {.syntax = syntax, .explicit_merge = true});
 }
 
 using Steps = std::vector<std::string>;

@@ -1,0 +1,83 @@
+// What tests and fuzzers need around a store: a directory, files, documents, and all that is stored.
+#pragma once
+
+#include "documents/writer.h"
+#include "store/store.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace yfw::test {
+
+namespace fs = std::filesystem;
+
+// A directory that goes with the test.
+class ScratchDirectory {
+  public:
+    ScratchDirectory() {
+        std::string name = (fs::temp_directory_path() / "yfw-test-XXXXXX").string();
+        path_ = ::mkdtemp(name.data());
+    }
+    ~ScratchDirectory() { fs::remove_all(path_); }
+    ScratchDirectory(const ScratchDirectory &) = delete;
+    ScratchDirectory &operator=(const ScratchDirectory &) = delete;
+    [[nodiscard]] fs::path operator/(const std::string &name) const { return path_ / name; }
+
+  private:
+    fs::path path_;
+};
+
+// A word of a shell's command line: the build's directory may be called anything.
+inline std::string shell_word(const fs::path &word) {
+    std::string text = "'";
+    for (const char character : word.string()) {
+        text += character == '\'' ? "'\\''" : std::string(1, character);
+    }
+    return text + '\'';
+}
+
+inline std::string file_bytes(const fs::path &file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline void write_file(const fs::path &file, std::string_view text) {
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << text;
+}
+
+// As JSON, with its operations.
+inline std::string document_of(const Schema &schema, const Node *root, WriteOptions writing = {}) {
+    std::string text;
+    Sink sink(text);
+    writing.operations = true;
+    write_document(sink, schema, root, writing);
+    return text;
+}
+
+using Records = std::vector<std::pair<std::string, std::string>>;
+
+// All that is configured, as it is stored.
+inline Records records_of(const Transaction &transaction) {
+    Records found;
+    Cursor cursor(transaction);
+    for (bool more = cursor.seek(root_key); more && cursor.key().starts_with(root_key); more = cursor.next()) {
+        found.emplace_back(cursor.key(), cursor.bytes());
+    }
+    return found;
+}
+
+inline void restore(Transaction &transaction, const Records &records) {
+    transaction.erase_all(root_key);
+    for (const auto &[key, bytes] : records) {
+        transaction.put(key, bytes);
+    }
+}
+
+} // namespace yfw::test
