@@ -53,6 +53,17 @@ class EngineTest : public testing::Test {
         }
     }
 
+    // Commits an edit in JSON; returns the native edit and what is not mapped.
+    std::string edit(std::string document) const {
+        Transaction transaction = store_.begin(Access::write);
+        const EditResult result = engine().edit(document, Syntax::json, {}, transaction);
+        std::string text = document_of(schema(), result.native(), {.hide_secrets = true}); // enciphered anew each time
+        for (const std::string &line : result.not_mapped) {
+            text += line + '\n';
+        }
+        transaction.commit();
+        return text;
+    }
     void load(const Node *root) const {
         std::string text = document_of(schema(), root);
         Transaction transaction = store_.begin(Access::write);

@@ -1,8 +1,6 @@
 // Rules of the mapping, through the engine: leaf-lists for which there is one native leaf, nodes that others write too,
 // values that are converted on their way.
-#include "base/error.h"
-#include "engine.h"
-#include "store_fixture.h"
+#include "engine_fixture.h"
 
 #include <regex>
 
@@ -12,7 +10,7 @@ namespace {
 const std::string bgp =
     "/network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=core]/bgp";
 
-class MappingRules : public testing::Test {
+class MappingRules : public EngineTest {
   protected:
     MappingRules() {
         EXPECT_EQ(edited(bgp + "/global/config/as=65000"), "");
@@ -22,16 +20,11 @@ class MappingRules : public testing::Test {
         }
     }
 
-    static Engine &engine() {
-        static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
-        return shared;
-    }
-
     // Commits an edit of these lines; what its client is told.
     std::string edited(const std::string &lines) {
         Arena arena;
-        std::string text = document_of(engine().schema(), make_tree(arena, engine().schema(), lines));
         try {
+            std::string text = document_of(schema(), make_tree(arena, schema(), lines));
             Transaction transaction = store_.begin(Access::write);
             const EditResult result = engine().edit(text, Syntax::json, {}, transaction);
             transaction.commit();
@@ -47,12 +40,8 @@ class MappingRules : public testing::Test {
     }
     // The values stored under a native path.
     std::string stored(const std::string &path) const {
-        return std::regex_replace(fetch(store_, engine().schema(), path), std::regex("[^\n]*=([^\\]\n]*)\n|[^\n]+\n"),
-                                  "$1");
+        return std::regex_replace(fetch(store_, schema(), path), std::regex("[^\n]*=([^\\]\n]*)\n|[^\n]+\n"), "$1");
     }
-
-    ScratchDirectory scratch_;
-    Store store_{scratch_ / "db", engine().schema(), Access::write};
 };
 
 TEST_F(MappingRules, ALeafTakesOneValueOfALeafList) {

@@ -52,13 +52,17 @@ inline void write_file(const fs::path &file, std::string_view text) {
     std::ofstream(file, std::ios::binary) << text;
 }
 
-// As JSON, with its operations.
-inline std::string document_of(const Schema &schema, const Node *root, WriteOptions writing = {}) {
+inline std::string written(const Schema &schema, const Node *root, const WriteOptions &writing) {
     std::string text;
     Sink sink(text);
-    writing.operations = true;
     write_document(sink, schema, root, writing);
     return text;
+}
+
+// As JSON, with its operations.
+inline std::string document_of(const Schema &schema, const Node *root, WriteOptions writing = {}) {
+    writing.operations = true;
+    return written(schema, root, writing);
 }
 
 using Records = std::vector<std::pair<std::string, std::string>>;
