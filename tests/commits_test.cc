@@ -1,5 +1,4 @@
 // Commits that are killed, and commits of two processes at once.
-#include "base/error.h"
 #include "bgp/items.h"
 #include "engine.h"
 #include "store_fixture.h"
@@ -16,31 +15,34 @@
 namespace yfw::test {
 namespace {
 
-const std::string protocol = R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":[)"
-                             R"({"identifier":"BGP","name":"core","bgp":{)";
-const std::string protocol_end = "}}]}}]}}";
+const Engine &engine() {
+    static const Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+    return shared;
+}
 
-std::string instance(const std::string &global) {
-    return protocol + R"("global":{"config":{"as":65000)" + global + "}}" + protocol_end;
+const std::string bgp =
+    "/network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=core]/bgp";
+const std::string instance = bgp + "/global/config/as=65000\n";
+
+std::string neighbour(const std::string &address) {
+    return bgp + "/neighbors/neighbor[neighbor-address=" + address + ']';
+}
+
+std::string document(const std::string &lines) {
+    Arena arena;
+    return document_of(engine().schema(), make_tree(arena, engine().schema(), lines));
 }
 
 // Every neighbour from an interface whose number is the generation's: native configuration, and an item of each in the
 // system database.
 std::string neighbours(int generation) {
-    std::string text;
+    std::string lines;
     for (int i = 1; i <= 40; ++i) {
-        const std::string address = "10.0.0." + std::to_string(i);
-        text += text.empty() ? "" : ",";
-        text += R"({"neighbor-address":")" + address + R"(","transport":{"config":{"local-address":"Loopback)" +
-                std::to_string(generation) + R"("}},"config":{"neighbor-address":")" + address +
-                R"(","description":")" + std::string(200, 'x') + std::to_string(generation) + "\"}}";
+        const std::string entry = neighbour("10.0.0." + std::to_string(i));
+        lines += entry + "/transport/config/local-address=Loopback" + std::to_string(generation) + '\n';
+        lines += entry + "/config/description=" + std::string(200, 'x') + std::to_string(generation) + '\n';
     }
-    return protocol + R"("neighbors":{"neighbor":[)" + text + "]}" + protocol_end;
-}
-
-const Engine &engine() {
-    static const Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
-    return shared;
+    return document(lines);
 }
 
 void commit(
@@ -77,14 +79,6 @@ int stored_generation(const Store &store) {
     EXPECT_EQ(configured.size(), 1U) << "parts of two commits";
     EXPECT_EQ(shown, configured);
     return std::stoi(*configured.begin());
-}
-
-// Of a run that is to be repeated: in YFW_TEST_SEED.
-std::mt19937 random_numbers() {
-    const char *given = std::getenv("YFW_TEST_SEED");
-    const auto seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
-    std::printf("YFW_TEST_SEED=%u\n", seed);
-    return std::mt19937(seed);
 }
 
 // Commits one generation after the other, and tells before ('b') and after ('a') each.
@@ -124,7 +118,7 @@ TEST(Commits, KilledAtAnyMomentLeaveTheOldStateOrTheNew) {
     const ScratchDirectory scratch;
     {
         const Store store(scratch / "db", engine().schema(), Access::write);
-        commit(store, instance(""));
+        commit(store, document(instance));
         commit(store, neighbours(1));
     }
     std::mt19937 random = random_numbers();
@@ -178,21 +172,18 @@ TEST(Commits, OfTwoCommandsAtOnceAreAllKept) {
     };
     const std::vector<std::string> command{"yfw", "--db", (scratch / "db").string(), "edit"};
     std::vector<std::string> first = command;
-    first.push_back(file("instance", instance("")));
+    first.push_back(file("instance", document(instance)));
     ASSERT_EQ(exit_code(start(first)), 0);
 
     std::array<std::vector<std::string>, 2> both{command, command};
     for (int i = 0; i < edits; ++i) {
         for (int side = 0; side < 2; ++side) {
             const std::string address = "10." + std::to_string(side + 1) + ".0." + std::to_string(i);
-            both.at(side).push_back(file(address, protocol + R"("neighbors":{"neighbor":[{"neighbor-address":")" +
-                                                      address + R"(","config":{"neighbor-address":")" + address +
-                                                      R"("}}]})" + protocol_end));
+            both.at(side).push_back(file(address, document(neighbour(address))));
         }
     }
     // Last of all, both make the same leaf: for one it is there already.
-    const std::string create =
-        file("create", instance(R"(,"router-id":"192.0.2.1","@router-id":{"ietf-netconf:operation":"create"})"));
+    const std::string create = file("create", document(instance + bgp + "/global/config/router-id{create}=192.0.2.1"));
     both[0].push_back(create);
     both[1].push_back(create);
     const pid_t one = start(both[0]);

@@ -1,13 +1,15 @@
-// What tests and fuzzers need around a store: a directory, files, documents, and all that is stored.
+// What tests and fuzzers need around a store: a directory, files, random numbers, documents, and all that is stored.
 #pragma once
 
 #include "documents/writer.h"
 #include "store/store.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -63,6 +65,14 @@ inline std::string written(const Schema &schema, const Node *root, const WriteOp
 inline std::string document_of(const Schema &schema, const Node *root, WriteOptions writing = {}) {
     writing.operations = true;
     return written(schema, root, writing);
+}
+
+// Of a run that is to be repeated: with the seed in YFW_TEST_SEED.
+inline std::mt19937 random_numbers() {
+    const char *given = std::getenv("YFW_TEST_SEED");
+    const auto seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
+    std::printf("YFW_TEST_SEED=%u\n", seed);
+    return std::mt19937(seed);
 }
 
 using Records = std::vector<std::pair<std::string, std::string>>;
