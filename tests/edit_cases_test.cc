@@ -14,33 +14,22 @@ TEST_F(EditCases, AReplaceLeavesWhatItNames) {
             | > @/timers{replace}.keepalive-interval=10
         a timer: - @/timers.hold-time=30 | @/timers.keepalive-interval=10 | + @/timers.hold-time=40
             | > @/timers.hold-time{replace}=40
-        prefix-limit without its maximum: @#4.enabled=true | - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-            | - @#4/ipv4-unicast/prefix-limit.restart-timer=60
-            | @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
-            | > @#4/ipv4-unicast/prefix-limit{replace}.warning-threshold-pct=80
-        the family's container without the maximum: - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-            | - @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80
-            | + @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
-            | > @#4/ipv4-unicast{replace}/prefix-limit.prevent-teardown=true
-        removal of private numbers, the leaf: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | + @.remove-private-as=PRIVATE_AS_REPLACE_ALL | > @.remove-private-as{replace}=PRIVATE_AS_REPLACE_ALL
+        prefix-limit without its maximum: @#4.enabled=true | - @#4L.max-prefixes=100 | - @#4L.restart-timer=60
+            | @#4L.warning-threshold-pct=80 | > @#4L{replace}.warning-threshold-pct=80
+        the family's container without the maximum: - @#4L.max-prefixes=100 | - @#4L.warning-threshold-pct=80
+            | + @#4L.prevent-teardown=true | > @#4/ipv4-unicast{replace}/prefix-limit.prevent-teardown=true
+        removal of private numbers, the leaf: @#4 | - @P=REMOVE | + @P=REPLACE | > @P{replace}=REPLACE
             | x remove-private-as-entire
-        removal of private numbers, back, the config: @#4 | @#6 | - @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-            | + @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | > @/config{replace}/remove-private-as=PRIVATE_AS_REMOVE_ALL | x replace-private-as
-        removal of private numbers, merged: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | + @.remove-private-as=PRIVATE_AS_REPLACE_ALL | > @.remove-private-as=PRIVATE_AS_REPLACE_ALL
-            | x remove-private-as-entire
-        a family's config: @#4.enabled=true | @#4/add-paths.send=true | @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-            | @#4/apply-policy.import-policy=p | > @#4/config{replace}/enabled=true
-        families that name the same one: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | @#4
-            | - @#4/apply-policy.import-policy=p | - @#6 | > @/afi-safis{replace} | > @#4
-        a family: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4/apply-policy.import-policy=p | - @#4.enabled=true
-            | @#4/add-paths.send=true | @#6.enabled=true | > @#4{replace}/add-paths.send=true
-        an entry: - @.peer-as=1 | - @/timers.hold-time=30 | - @#4.enabled=true | @.local-as=2
-            | > @{replace}.local-as=2
-        a policy by another one: - @#4/apply-policy.import-policy=p | + @#4/apply-policy.import-policy=q
-            | > @#4/apply-policy/config{replace}/import-policy=q
+        removal of private numbers, back, the config: @#4 | @#6 | - @P=REPLACE | + @P=REMOVE
+            | > @/config{replace}/remove-private-as=REMOVE | x replace-private-as
+        removal of private numbers, merged: @#4 | - @P=REMOVE | + @P=REPLACE | > @P=REPLACE | x remove-private-as-entire
+        a family's config: @#4.enabled=true | @#4/add-paths.send=true | @#4L.max-prefixes=100 | @#4I=p
+            | > @#4/config{replace}/enabled=true
+        families that name the same one: @P=REMOVE | @#4 | - @#4I=p | - @#6 | > @/afi-safis{replace} | > @#4
+        a family: @P=REMOVE | - @#4I=p | - @#4.enabled=true | @#4/add-paths.send=true | @#6.enabled=true
+            | > @#4{replace}/add-paths.send=true
+        an entry: - @.peer-as=1 | - @/timers.hold-time=30 | - @#4.enabled=true | @.local-as=2 | > @{replace}.local-as=2
+        a policy by another one: - @#4I=p | + @#4I=q | > @#4/apply-policy/config{replace}/import-policy=q
     )");
     run(both, R"(
         bgp without global: - G.router-id=1.1.1.1 | - G#4.enabled=true | - @ | + %.peer-as=2 | > ~/bgp{replace}
@@ -53,8 +42,8 @@ TEST_F(EditCases, AReplaceLeavesWhatItNames) {
         a protocol entry without bgp: $ | - G.as=65000 | - @.peer-as=1 | > ~{replace} | ~* protocol
         the protocols by none: $ | - G.as=65000 | - G#4.enabled=true | > $/protocols{replace}
         the network instance by its name: $ | - G.as=65000 | - @.peer-as=1 | > ${replace}
-        the network instance with a neighbor alone: - G.router-id=1.1.1.1 | - @.peer-as=1 | + %.peer-as=2
-            | > ${replace} | > %.peer-as=2 | * config/as
+        the network instance with a neighbor alone: - G.router-id=1.1.1.1 | - @.peer-as=1 | + %.peer-as=2 | > ${replace}
+            | > %.peer-as=2 | * config/as
         a global family's config: - G#4.enabled=true | G#4/add-paths.receive=true
             | G#4/use-multiple-paths/ebgp.maximum-paths=4 | G#4/use-multiple-paths/ibgp.maximum-paths=5
             | > G#4/config{replace}/afi-safi-name=IPV4_UNICAST
@@ -81,30 +70,24 @@ TEST_F(EditCases, ADeleteTakesWhatItNames) {
         the other timer: - @/timers.hold-time=30 | @/timers.keepalive-interval=10 | > @/timers.hold-time{remove}
         one timer beside the other that is set: - @/timers.keepalive-interval=10 | + @/timers.hold-time=30
             | > @/timers.keepalive-interval{delete} | > @/timers.hold-time=30
-        the maximum beside another leaf: - @#4/ipv4-unicast/prefix-limit.max-prefixes=100
-            | @#4/ipv4-unicast/prefix-limit.warning-threshold-pct=80 | @#4/ipv4-unicast/prefix-limit.restart-timer=60
-            | + @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
-            | > @#4/ipv4-unicast/prefix-limit.max-prefixes{delete}
-            | > @#4/ipv4-unicast/prefix-limit.prevent-teardown=true
+        the maximum beside another leaf: - @#4L.max-prefixes=100 | @#4L.warning-threshold-pct=80 | @#4L.restart-timer=60
+            | + @#4L.prevent-teardown=true | > @#4L.max-prefixes{delete} | > @#4L.prevent-teardown=true
         transport: @.peer-as=1 | - @/transport.local-address=192.0.2.1 | - @/transport.passive-mode=true
             | > @/transport{delete}
         transport, an interface: @ | - @/transport.local-address=eth0 | - @/transport.mtu-discovery=true
             | > @/transport/config{delete} | x eth0
-        the local address as transport's only setting: @ | - @/transport.local-address=192.0.2.1
-            | > @/transport{delete}
+        the local address as transport's only setting: @ | - @/transport.local-address=192.0.2.1 | > @/transport{delete}
         the local address: @ | - @/transport.local-address=2001:db8::1 | > @/transport.local-address{delete}
-        removal of private numbers with the config: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @.peer-as=1
-            | @/timers.hold-time=30 | > @/config{delete}
-        removal of private numbers as the only setting: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | > @/config{delete} | x private-as
-        removal of private numbers, the leaf: @#4 | @#6 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | > @.remove-private-as{delete} | x private-as
-        a family's config: - @#4.enabled=true | @#4/add-paths.send=true
-            | @#4/ipv4-unicast/prefix-limit.max-prefixes=100 | @#4/apply-policy.import-policy=p | > @#4/config{delete}
+        removal of private numbers with the config: @#4 | - @P=REMOVE | - @.peer-as=1 | @/timers.hold-time=30
+            | > @/config{delete}
+        removal of private numbers as the only setting: @#4 | - @P=REMOVE | > @/config{delete} | x private-as
+        removal of private numbers, the leaf: @#4 | @#6 | - @P=REMOVE | > @P{delete} | x private-as
+        a family's config: - @#4.enabled=true | @#4/add-paths.send=true | @#4L.max-prefixes=100 | @#4I=p
+            | > @#4/config{delete}
         an entry: - @.peer-as=1 | %.peer-as=1 | > @{delete}
-        the hop count beside the flag: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
-            | > @/ebgp-multihop.enabled=true | > @/ebgp-multihop.multihop-ttl{delete}=5
-        a policy's value: @#4 | - @#4/apply-policy.import-policy=p | > @#4/apply-policy.import-policy{delete}=p
+        the hop count beside the flag: @M.enabled=true | - @M.multihop-ttl=5 | > @M.enabled=true
+            | > @M.multihop-ttl{delete}=5
+        a policy's value: @#4 | - @#4I=p | > @#4I{delete}=p
         what is not there: @#4 | > @/timers.hold-time{delete}=3 | ! data-missing
         an entry that is not there: @ | > %{delete} | ! data-missing
         a family that is not there: @#4 | > @#6{delete} | ! data-missing
@@ -112,8 +95,7 @@ TEST_F(EditCases, ADeleteTakesWhatItNames) {
         a family is not created twice: @#4 | > @#4{create} | ! data-exists
         what is there is not created beside what is not: @.peer-as=1 | > %{create}.peer-as=1 | > @.peer-as{create}=1
             | ! data-exists
-        a neighbor's or group's family without a native name: @#4.enabled=true | > @#LINKSTATE{delete}
-            | ! data-missing
+        a neighbor's or group's family without a native name: @#4.enabled=true | > @#LINKSTATE{delete} | ! data-missing
         a family without a native name, with none configured: @ | > @#LINKSTATE{delete} | ! data-missing
         a family without a native name, removed: @#4.enabled=true | > @#LINKSTATE{remove} | ~* LINKSTATE
     )");
@@ -130,23 +112,21 @@ TEST_F(EditCases, ADeleteTakesWhatItNames) {
 
 TEST_F(EditCases, WhatGoesDoesNotComeBack) {
     run(both | for_peers, R"(
-        families dropped by a replace that sets what lies in them: @ | - @#4.enabled=true | - @#6
-            | > @{replace}.remove-private-as=PRIVATE_AS_REMOVE_ALL | * remove-private-as
-        a family that replaces another one: - @#4/apply-policy.import-policy=p | - @#4.enabled=true
-            | - @.remove-private-as=PRIVATE_AS_REPLACE_ALL | + @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6
-            | > @{replace}.remove-private-as=PRIVATE_AS_REMOVE_ALL | > @#6 | x replace-private-as
-        a setting deleted beside a new family: @#4 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6
-            | > @.remove-private-as{delete} | > @#6 | x private-as
+        families dropped by a replace that sets what lies in them: @ | - @#4.enabled=true | - @#6 | > @{replace}P=REMOVE
+            | * remove-private-as
+        a family that replaces another one: - @#4I=p | - @#4.enabled=true | - @P=REPLACE | + @P=REMOVE | + @#6
+            | > @{replace}P=REMOVE | > @#6 | x replace-private-as
+        a setting deleted beside a new family: @#4 | - @P=REMOVE | + @#6 | > @P{delete} | > @#6 | x private-as
         the default operation replace, again and again: @/graceful-restart.helper-only=true | @#4.enabled=true
             | ? replace | > G.as=65000 | > @/graceful-restart.helper-only=true | > @#4.enabled=true | ~* DEFAULT
     )");
     run(in_default | for_peers, R"(
-        families dropped by a replace with a reflector's client: @ | - @#4.enabled=true
-            | > @{replace}/route-reflector.route-reflector-client=true | * route-reflector-client
-        the settings of the entry that is replaced: @#4 | - @/route-reflector.route-reflector-client=true
-            | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6 | > @{replace} | > @#4 | > @#6 | x private-as
-        a reflector's client deleted beside a new family: @#4 | - @/route-reflector.route-reflector-client=true
-            | + @#6 | > @/route-reflector{delete} | > @#6 | x route-reflector-client
+        families dropped by a replace with a reflector's client: @ | - @#4.enabled=true | > @{replace}R=true
+            | * route-reflector-client
+        the settings of the entry that is replaced: @#4 | - @R=true | - @P=REMOVE | + @#6 | > @{replace} | > @#4 | > @#6
+            | x private-as
+        a reflector's client deleted beside a new family: @#4 | - @R=true | + @#6 | > @/route-reflector{delete} | > @#6
+            | x route-reflector-client
     )");
     run(in_default, R"(
         the default operation replace, the global settings: G/graceful-restart.helper-only=false
@@ -166,7 +146,7 @@ TEST_F(EditCases, AcrossNetworkInstances) {
             | * bgp
         the VRF's entry leaves DEFAULT's: $ | ^(10.0.0.9) | - G.as=65000 | - @.peer-as=1 | > ~{delete}
         a VRF set beside the delete of the instance: G.as=65000 | - ^(10.0.0.9) | + @.peer-as=1 | > ^{delete}
-            | > G.as=65000 | > @.peer-as=1 | > @/apply-policy.import-policy=p | * DEFAULT | * import-policy
+            | > G.as=65000 | > @.peer-as=1 | > @I=p | * DEFAULT | * import-policy
         a VRF's router id beside the delete of the instance: - ^(10.0.0.9) | + G.router-id=1.1.1.1 | > ^/bgp{delete}
             | > G.as=65000 | > G.router-id=1.1.1.1 | * DEFAULT
         removes create no VRF's BGP: bare | ^G.as=65000 | > G.router-id{remove} | > G#4{remove} | > @{remove}
@@ -190,13 +170,12 @@ TEST_F(EditCases, AcrossNetworkInstances) {
         another number: @ | > G.as=65001 | ! config/as
     )");
     run(in_default, R"(
-        a report after the delete of another instance: ~(10.0.0.9) | - ~away/bgp/global.as=65000 | + @
-            | > ~away{delete} | > @/apply-policy.import-policy=p | * import-policy
+        a report after the delete of another instance: ~(10.0.0.9) | - ~away/bgp/global.as=65000 | + @ | > ~away{delete}
+            | > @I=p | * import-policy
         a VRF of two instances: N /vrfs/vrf[vrf-name=red] | N ~/vrfs/vrf[vrf-name=red]/vrf-global/exists=
-            | N ~/vrfs/vrf[vrf-name=red]/vrf-global/router-id=1.1.1.1
-            | N ~b:1/vrfs/vrf[vrf-name=red]/vrf-global/exists= | ^G.as=65000 | $DEFAULT~b/bgp/global.as=1
-            | - $red~core/bgp/global.as=65000 | - $red~core/bgp/global.router-id=1.1.1.1 | - $red~b/bgp/global.as=1
-            | > $red{delete} | x red
+            | N ~/vrfs/vrf[vrf-name=red]/vrf-global/router-id=1.1.1.1 | N ~b:1/vrfs/vrf[vrf-name=red]/vrf-global/exists=
+            | ^G.as=65000 | $DEFAULT~b/bgp/global.as=1 | - $red~core/bgp/global.as=65000
+            | - $red~core/bgp/global.router-id=1.1.1.1 | - $red~b/bgp/global.as=1 | > $red{delete} | x red
         an instance's name of 34 bytes: > ~äääääääääääääääää/bgp/global.as=1 | ! 32
         a VRF's name of 34 bytes: > $äääääääääääääääää/config{merge} | ! 32
         names of 32 bytes: ^G.router-id=9.9.9.9 | $DEFAULT~ääääääääääääääää/bgp/global.as=1 | $öööööööööööööööö
@@ -336,43 +315,53 @@ TEST_F(EditCases, ATableConnectionBesideTheDeleteOfWhatItLiesIn) {
 
 TEST_F(EditCases, ConsequencesAreTold) {
     run(both | for_peers, R"(
-        multihop again: @/ebgp-multihop.enabled=true | @/ebgp-multihop.multihop-ttl=5 | > @/ebgp-multihop.enabled=true
-        no multihop: @.peer-as=1 | - @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
-            | > @/ebgp-multihop.enabled=false | ~* multihop
-        no multihop where there is none: @.peer-as=1 | > @/ebgp-multihop.enabled=false | ~* multihop
-        the hop count deleted: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
-            | > @/ebgp-multihop.multihop-ttl{delete}
-        the hop count changed: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
-            | + @/ebgp-multihop.multihop-ttl=6 | > @/ebgp-multihop.multihop-ttl=6
-        the hop count of a flag alone: @/ebgp-multihop.enabled=true | + @/ebgp-multihop.multihop-ttl=6
-            | > @/ebgp-multihop.multihop-ttl=6
-        the hop count without the flag: @.peer-as=1 | > @/ebgp-multihop.multihop-ttl=6 | * multihop-ttl
-        the flag deleted: @.peer-as=1 | - @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
-            | > @/ebgp-multihop.enabled{delete} | * multihop-ttl
-        multihop replaced by the flag: @/ebgp-multihop.enabled=true | - @/ebgp-multihop.multihop-ttl=5
-            | > @/ebgp-multihop{replace}.enabled=true
-        a setting of all families, without any: @.peer-as=1 | > @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | * remove-private-as
-        a setting of all families, with one that comes: @ | + @.remove-private-as=PRIVATE_AS_REMOVE_ALL | + @#6
-            | > @.remove-private-as=PRIVATE_AS_REMOVE_ALL | > @#6
-        a setting of all families, for one that comes later: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4 | + @#6
-            | > @#6 | ; | > @#4{delete}
-        the last family goes: @.peer-as=1 | - @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4 | > @#4{delete}
-            | * remove-private-as
-        a second policy: - @#4/apply-policy.import-policy=p | + @#4/apply-policy.import-policy=q
-            | > @#4/apply-policy.import-policy=q | * import-policy
-        two policies at once: @#4 | > @#4/apply-policy.import-policy=p | > @#4/apply-policy.import-policy=q
-            | ! import-policy
-        strictly, with all that is not mapped: @.peer-as=1 | > @/apply-policy.import-policy=p
-            | > @/apply-policy.export-policy=q | > @/ebgp-multihop.multihop-ttl=4 | ? strict | ! import-policy
-            | ! export-policy | ! multihop-ttl
+        the hop count with the flag: @ | + @M.enabled=true | + @M.multihop-ttl=5 | > @M.multihop-ttl=5
+            | > @M.enabled=true
+        the hop count with the flag off: @ | > @M.multihop-ttl=5 | > @M.enabled=false
+            | * it goes with the flag beside it | ~* multihop
+        the hop count with the flag removed: @ | > @M.multihop-ttl=5 | > @M.enabled{remove}
+            | * it goes with the flag beside it | ~* multihop
+        a policy of no family: @ | > @I=p | * policies are mapped by address family | ~* import-policy
+        a policy in the place of another: - @#4I=A | + @#4I=B | > @#4I=B | * import-policy
+        a policy that is not the stored one: @#4I=B | > @#4I{delete}=A
+            | ! /import-policy[.=A]: there is nothing to delete
+        a policy removed that is not the stored one: @#4I=B | > @#4I{remove}=A
+        a policy deleted, another one set: - @#4I=B | + @#4I=C | > @#4I{delete}=B | > @#4I=C
+        a policy set, the stored one deleted: - @#4I=C | + @#4I=D | > @#4I=D | > @#4I{delete}=C
+        policies removed: @#4 | - @#4I=D | > @#4I{remove}=A | > @#4I{remove}=D
+        a policy replaced: @#4 | + @#4I=E | > @#4I{replace}=E
+        a policy created: @#4 | + @#4I=F | > @#4I{create}=F
+        a policy where there is none: @#4 | > @#4I{delete}=E | ! there is nothing to delete
+        multihop again: @M.enabled=true | @M.multihop-ttl=5 | > @M.enabled=true
+        no multihop: @.peer-as=1 | - @M.enabled=true | - @M.multihop-ttl=5 | > @M.enabled=false | ~* multihop
+        no multihop where there is none: @.peer-as=1 | > @M.enabled=false | ~* multihop
+        the hop count deleted: @M.enabled=true | - @M.multihop-ttl=5 | > @M.multihop-ttl{delete}
+        the hop count changed: @M.enabled=true | - @M.multihop-ttl=5 | + @M.multihop-ttl=6 | > @M.multihop-ttl=6
+        the hop count of a flag alone: @M.enabled=true | + @M.multihop-ttl=6 | > @M.multihop-ttl=6
+        the hop count without the flag: @.peer-as=1 | > @M.multihop-ttl=6 | * multihop-ttl
+        the flag deleted: @.peer-as=1 | - @M.enabled=true | - @M.multihop-ttl=5 | > @M.enabled{delete} | * multihop-ttl
+        multihop replaced by the flag: @M.enabled=true | - @M.multihop-ttl=5 | > @M{replace}.enabled=true
+        a setting of all families, without any: @.peer-as=1 | > @P=REMOVE | * remove-private-as
+        a setting of all families, with one that comes: @ | + @P=REMOVE | + @#6 | > @P=REMOVE | > @#6
+        a setting of all families, for one that comes later: @P=REMOVE | - @#4 | + @#6 | > @#6 | ; | > @#4{delete}
+        the last family goes: @.peer-as=1 | - @P=REMOVE | - @#4 | > @#4{delete} | * remove-private-as
+        a second policy: - @#4I=p | + @#4I=q | > @#4I=q | * import-policy
+        two policies at once: @#4 | > @#4I=p | > @#4I=q | ! import-policy
+        strictly, with all that is not mapped: @.peer-as=1 | > @I=p | > @/apply-policy.export-policy=q
+            | > @M.multihop-ttl=4 | ? strict | ! import-policy | ! export-policy | ! multihop-ttl
     )");
     run(in_default | for_peers, R"(
-        a reflector's client, for a family that comes later: @/route-reflector.route-reflector-client=true | - @#4
-            | + @#6 | > @#6 | ; | > @#4{delete}
-        one setting with a family, the other from before: @.remove-private-as=PRIVATE_AS_REMOVE_ALL | - @#4 | + @#6
-            | + @/route-reflector.route-reflector-client=true | > @/route-reflector.route-reflector-client=true
-            | > @#6 | ; | > @#4{delete}
+        a reflector's client without a family: @ | > @R=true | * family, and none is configured yet
+            | ~* route-reflector-client
+        a reflector's client beside a family taken away: @ | > @R=true | > @#4{remove}
+            | * family, and none is configured yet | ~* route-reflector-client
+        a reflector's client in two families: @ | + @P=REMOVE | + @R=false | + @#4.enabled=true | + @#6.enabled=true
+            | > @P=REMOVE | > @R=false | > @#4.enabled=true | > @#6.enabled=true
+        a reflector's client in the one that stays: @ | - @#4 | + @R=true | + @#6 | > @R=true | > @#4{remove} | > @#6
+        no reflector's client: @ | > @R{remove}
+        a reflector's client, for a family that comes later: @R=true | - @#4 | + @#6 | > @#6 | ; | > @#4{delete}
+        one setting with a family, the other from before: @P=REMOVE | - @#4 | + @#6 | + @R=true | > @R=true | > @#6 | ;
+            | > @#4{delete}
     )");
     run(both | for_neighbors, R"(
         a group that does not exist: @.peer-as=1 | > @.peer-group=nosuch | ! nosuch
@@ -390,9 +379,9 @@ TEST_F(EditCases, ConsequencesAreTold) {
 
 TEST_F(EditCases, Reads) {
     run(both | for_peers, R"(
-        without keys: G.router-id=1.1.1.1 | G#4.enabled=true | @.remove-private-as=PRIVATE_AS_REMOVE_ALL
-            | @#4.enabled=true | @/timers.hold-time=30 | %.peer-as=2 | r /config | r /protocols/protocol/bgp/global
-            | r /protocols/protocol/bgp/neighbors | r /protocols/protocol/bgp/neighbors/neighbor/config
+        without keys: G.router-id=1.1.1.1 | G#4.enabled=true | @P=REMOVE | @#4.enabled=true | @/timers.hold-time=30
+            | %.peer-as=2 | r /config | r /protocols/protocol/bgp/global | r /protocols/protocol/bgp/neighbors
+            | r /protocols/protocol/bgp/neighbors/neighbor/config
             | r /protocols/protocol/bgp/neighbors/neighbor/config/remove-private-as
             | r /protocols/protocol/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]/config
             | r /protocols/protocol[identifier=BGP][name=core]/bgp/neighbors/neighbor[neighbor-address=10.0.0.1]
@@ -403,8 +392,8 @@ TEST_F(EditCases, Reads) {
         route distinguishers without keys: $.route-distinguisher=65000:100 | r /config | r /config/route-distinguisher
     )");
     run(in_default, R"(
-        names with quotes and brackets: ~<'q'>/timers.hold-time=30 | ~<'q'>#4/apply-policy.import-policy=p
-            | ~<a][b>#6.enabled=true | ~<a][b>.peer-as=3 | @.peer-group='q' | r /protocols/protocol/bgp/peer-groups
+        names with quotes and brackets: ~<'q'>/timers.hold-time=30 | ~<'q'>#4I=p | ~<a][b>#6.enabled=true
+            | ~<a][b>.peer-as=3 | @.peer-group='q' | r /protocols/protocol/bgp/peer-groups
         names with quotes and brackets, of state: N ~/bgp-running=
             | N ~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name='q']/create=
             | N ~/default-vrf/bgp-entity/neighbor-groups/neighbor-group[neighbor-group-name=a][b]/create=

@@ -293,6 +293,17 @@ inline bool is_at_or_below(const Steps &path, const Steps &above) {
     return path.size() >= above.size() && std::equal(above.begin(), above.end(), path.begin(), same_step);
 }
 
+// Leaves what lies at or below a path, and the way there.
+inline bool cut(Item &item, const Steps &path, std::size_t level = 0) {
+    if (level < path.size()) {
+        for (auto child = item.children.begin(); child != item.children.end();) {
+            const bool stays = same_step(child->first, path[level]) && cut(child->second, path, level + 1);
+            child = stays ? std::next(child) : item.children.erase(child);
+        }
+    }
+    return level == path.size() || !item.children.empty();
+}
+
 // Paths that an edit has told of.
 struct Reports {
     static constexpr std::size_t fewest_steps = 3; // of what is said of everything nobody learns anything

@@ -16,7 +16,10 @@
 //   protocol entry of DEFAULT     @  the neighbor or peer group     %  another of these     &  a table connection of
 //   DEFAULT, OSPF into BGP, IPV4
 // Within it, "G" is BGP's global, "(ADDRESS)" a neighbor, "<NAME>" a peer group, "#4" and "#6" are the entries of the
-// unicast families, "#NAME" that of another; "." is "/config/". What a row lists comes with the entries that it lies
+// unicast families, "#NAME" that of another; "." is "/config/", and "P" ".remove-private-as", with the values REMOVE
+// and REPLACE, "L" "/ipv4-unicast/prefix-limit", "M" "/ebgp-multihop", "R" "/route-reflector.route-reflector-client",
+// "I"
+// "/apply-policy.import-policy". What a row lists comes with the entries that it lies
 // in. The AS number is stored unless the row has N cells or says "bare".
 #pragma once
 
@@ -24,7 +27,6 @@
 
 #include <optional>
 #include <regex>
-#include <set>
 
 namespace yfw::test {
 
@@ -46,12 +48,10 @@ struct Place {
 };
 
 using Lines = std::vector<std::string>;
-using Nodes = std::set<std::string>;
 
 struct EditRow {
-    Nodes stored;
+    Item stored, expected;
     Lines edits;
-    Nodes expected;
     std::string set_up; // the lines of the edit that stores it
     Lines refused, reported, may_report, options, absent, reads;
     std::string native;
@@ -73,10 +73,17 @@ inline std::string expand_node(const std::string &line, const Place &place, bool
                                                    "[src-protocol=OSPF][dst-protocol=BGP][address-family=IPV4]"}};
     const auto start = starts.find(line.at(0));
     const std::string text = start == starts.end() ? line : start->second + line.substr(1);
+    static const std::map<char, std::string> parts{{'G', "/bgp/global"},
+                                                   {'L', "/ipv4-unicast/prefix-limit"},
+                                                   {'M', "/ebgp-multihop"},
+                                                   {'P', "/config/remove-private-as"},
+                                                   {'R', "/route-reflector/config/route-reflector-client"},
+                                                   {'I', "/apply-policy/config/import-policy"},
+                                                   {'.', "/config/"}};
     std::string path;
     const auto name = [&text](std::size_t &at) { // what stands behind the character
         const std::size_t from = at + 1;
-        while (at + 1 < text.size() && std::strchr("/.#({=~<G|", text[at + 1]) == nullptr) {
+        while (at + 1 < text.size() && std::strchr("/.#({=~<G", text[at + 1]) == nullptr) {
             ++at;
         }
         return text.substr(from, at + 1 - from);
@@ -100,9 +107,6 @@ inline std::string expand_node(const std::string &line, const Place &place, bool
             path += "/protocols/protocol[identifier=BGP][name=" + (named.empty() ? place.protocol : named) + ']';
             break;
         }
-        case 'G':
-            path += "/bgp/global";
-            break;
         case '(':
             path += "/bgp/neighbors/neighbor[neighbor-address=" + up_to(i, ')') + ']';
             break;
@@ -110,74 +114,36 @@ inline std::string expand_node(const std::string &line, const Place &place, bool
             path += "/bgp/peer-groups/peer-group[peer-group-name=" + up_to(i, '>') + ']';
             break;
         case '#': {
-            const std::string family = name(i);
-            path += "/afi-safis/afi-safi[afi-safi-name=" +
-                    (family == "4" || family == "6" ? "IPV" + family + "_UNICAST" : family) + ']';
+            const bool is_unicast = std::isdigit(text.at(i + 1)) != 0;
+            const std::string family = is_unicast ? "IPV" + text.substr(++i, 1) + "_UNICAST" : name(i);
+            path += "/afi-safis/afi-safi[afi-safi-name=" + family + ']';
             break;
         }
-        case '.':
-            path += "/config/";
-            break;
         case '[':
             path += '[' + up_to(i, ']') + ']';
             break;
         default:
-            path += text[i];
+            const auto part = parts.find(text[i]);
+            path += part == parts.end() ? std::string(1, text[i]) : part->second;
         }
     }
-    return path + text.substr(i);
+    const std::string value = text.substr(i);
+    return path + (value == "=REMOVE" || value == "=REPLACE" ? "=PRIVATE_AS_" + value.substr(1) + "_ALL" : value);
 }
 
-inline std::string without_keys(std::string path) {
-    for (std::size_t at = 0; (at = path.find('[')) < path.find('=');) {
-        path.erase(at, key_end(path, at) + 1 - at);
+// What it says: a key's copy stands for nothing of its own, and the same number is the same text.
+inline void simplify(Item &item, const Item *entry = nullptr) {
+    entry = item.keys.empty() ? entry : &item;
+    std::erase_if(item.children, [entry](const auto &child) {
+        const SchemaNode &schema = *child.second.schema;
+        return entry != nullptr && is_key_copy(schema) && key_of(*entry, schema) == child.second.value;
+    });
+    for (auto &[step, child] : item.children) {
+        simplify(child, entry);
     }
-    return path;
-}
-
-// The same number is the same text.
-inline std::string plain_value(const Node *leaf) {
-    std::string value = leaf->value == nullptr ? "(none)" : leaf->value;
-    if (leaf->schema().type == BaseType::decimal64 && value.find('.') != std::string::npos) {
-        value.erase(value.find_last_not_of('0') + 1);
-        value.erase(value.find_last_not_of('.') + 1);
+    if (item.schema->type == BaseType::decimal64) {
+        item.value = std::to_string(std::strtod(item.value.c_str(), nullptr));
     }
-    return value;
-}
-
-// The entries and the leaves of configuration, a path each. A key and its copy in config stand for nothing of their
-// own, nor does the default network instance, which is always there.
-inline void flatten(const Node *parent, const std::string &path, Nodes &into) {
-    for (const Node *node = parent->first(); node != nullptr; node = node->next()) {
-        const SchemaNode &schema = node->schema();
-        std::string here = path + '/' + schema.name;
-        const bool in_config = parent->up() != nullptr && parent->schema().name == std::string("config");
-        const Node *copied = in_config ? child(parent->up(), schema.name) : nullptr;
-        if (!schema.config || schema.is_key || (copied != nullptr && copied->schema().is_key)) {
-            if (copied != nullptr && plain_value(copied) != plain_value(node)) {
-                into.insert(here + " is not the entry's key");
-            }
-            continue;
-        }
-        if (!schema.is_inner()) {
-            into.insert(here + '=' + plain_value(node));
-            continue;
-        }
-        for (std::size_t key = 0; key < schema.keys.size() && key_value(node, key) != nullptr; ++key) {
-            here += '[' + std::string(schema.keys[key]->name) + '=' + key_value(node, key) + ']';
-        }
-        if (schema.kind == NodeKind::list && here != entry_path("DEFAULT")) {
-            into.insert(here);
-        }
-        flatten(node, here, into);
-    }
-}
-
-inline Nodes flat(const Schema &schema, const std::string &paths) {
-    Arena arena;
-    Nodes lines;
-    flatten(make_tree(arena, schema, paths), "", lines);
-    return lines;
 }
 
 // text: the row without its title.
@@ -217,15 +183,14 @@ inline EditRow read_row(const Schema &schema, const std::string &text, const Pla
             keep(rest, mark != "-");
         }
     }
-    const auto joined = [](const Lines &lines) {
-        std::string all;
-        for (const std::string &line : lines) {
-            all += line + '\n';
-        }
-        return all;
+    const auto tree = [&schema](const Lines &lines) {
+        Arena arena;
+        Item item = item_of(make_tree(arena, schema, joined(lines, "\n")));
+        simplify(item);
+        return item;
     };
-    row.stored = flat(schema, joined(before));
-    row.expected = flat(schema, joined(after));
+    row.stored = tree(before);
+    row.expected = tree(after);
     return row;
 }
 
@@ -275,39 +240,22 @@ class EditCases : public EngineTest {
                            {.syntax = is_json ? Syntax::json : Syntax::xml, .explicit_merge = true});
     }
 
-    Nodes get(bool state = false, const Lines &paths = {}) const {
-        const Transaction transaction = store_.begin(Access::read);
-        const auto result = engine().read(paths, state, transaction);
-        Nodes lines;
-        flatten(result.openconfig(), "", lines);
-        return lines;
+    Item get(bool state = false, const Lines &paths = {}) const {
+        Item found = read(store_.begin(Access::read), state, paths);
+        simplify(found);
+        return found;
     }
 
     static bool has(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
 
-    // The lines at or below a path, which has the keys of some entries.
-    static Nodes below(const std::string &path, Nodes lines) {
-        const std::string names = without_keys(path);
-        std::erase_if(lines, [&](const std::string &line) {
-            const std::string plain = without_keys(line);
-            bool is_below = (plain + '/').starts_with(names + '/') || plain.starts_with(names + '=');
-            for (std::size_t at = 0; (at = path.find('[', at)) != std::string::npos; ++at) {
-                is_below = is_below && has(line, path.substr(at, key_end(path, at) + 1 - at));
-            }
-            return !is_below;
-        });
-        return lines;
-    }
-
     std::string native() const { return fetch(store_, schema(), "/bgp\n/vrfs"); }
 
-    static bool same(const Nodes &wanted, const Nodes &found, const std::string &what) {
+    static bool same(Item wanted, Item found, const std::string &what, const Steps &below = {}) {
+        cut(wanted, below);
+        cut(found, below);
         std::string text;
-        for (const std::string &line : wanted) {
-            text += found.contains(line) ? "" : "\n    missing " + line;
-        }
-        for (const std::string &line : found) {
-            text += wanted.contains(line) ? "" : "\n    there is " + line;
+        for (const Difference &one : compare(wanted, found)) {
+            text += "\n    " + joined(one.path) + ": wanted " + one.wanted + ", found " + one.found;
         }
         EXPECT_EQ(text, "") << what;
         return text.empty();
@@ -353,7 +301,7 @@ class EditCases : public EngineTest {
         const bool is_right = same(is_refused ? row.stored : row.expected, get(), "after the edit");
         for (const std::string &end : row.reads) {
             const std::string path = "/network-instances/network-instance" + end;
-            same(below(path, get()), below(path, get(false, {path})), path);
+            same(get(), get(false, {path}), path, parse_path(path));
         }
         same(get(), get(true), "with state");
         for (const std::string &text : row.absent) {

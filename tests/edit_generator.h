@@ -429,14 +429,6 @@ class EditGenerator {
         return way;
     }
 
-    // The key of the entry that a leaf repeats.
-    static std::string key_of(const Item &entry, const SchemaNode &leaf) {
-        const auto &keys = entry.schema->keys;
-        const auto key =
-            std::find_if(keys.begin(), keys.end(), [&](const auto *one) { return one->name == leaf.name; });
-        return key == keys.end() ? "" : entry.keys[static_cast<std::size_t>(key - keys.begin())];
-    }
-
     const Schema &schema_;
     std::map<const SchemaNode *, std::vector<std::string>> accepted_; // by leaf, found when first needed
     // The settings, those that differ in the family's container alone in one row.

@@ -58,6 +58,13 @@ inline bool is_key_copy(const SchemaNode &leaf) {
     return key != nullptr && key->is_key;
 }
 
+// The key of the entry that a leaf repeats.
+inline std::string key_of(const Item &entry, const SchemaNode &leaf) {
+    const auto &keys = entry.schema->keys;
+    const auto key = std::find_if(keys.begin(), keys.end(), [&](const auto *one) { return one->name == leaf.name; });
+    return key == keys.end() ? "" : entry.keys[static_cast<std::size_t>(key - keys.begin())];
+}
+
 // The configuration in what the framework has read; state is left out.
 inline Item item_of(const Node *node) {
     Item item{.schema = &node->schema(), .value = node->value == nullptr ? "" : node->value};
@@ -117,10 +124,10 @@ inline std::string print(const Schema &schema, const Item &root, Syntax syntax,
 
 using Steps = std::vector<std::string>;
 
-inline std::string joined(const Steps &steps) {
+inline std::string joined(const Steps &steps, const char *before = "/") {
     std::string path;
     for (const std::string &step : steps) {
-        path += '/' + step;
+        path += before + step;
     }
     return path;
 }

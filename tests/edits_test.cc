@@ -53,10 +53,6 @@ class RandomEdits : public EngineTest {
         }
     }
 
-    Item read(const Transaction &transaction, bool state = false, const std::vector<std::string> &paths = {}) const {
-        return item_of(engine().read(paths, state, transaction).openconfig());
-    }
-
     Outcome run(const RandomEdit &edit, Transaction &transaction) const {
         Outcome outcome;
         EditOptions options;
@@ -324,17 +320,6 @@ TEST_F(RandomEdits, AReplaceBySomeOfItLeavesThat) {
     });
 }
 
-// Leaves what lies at or below a path, and the way there.
-bool cut(Item &item, const Steps &path, std::size_t level) {
-    if (level < path.size()) {
-        for (auto child = item.children.begin(); child != item.children.end();) {
-            const bool stays = same_step(child->first, path[level]) && cut(child->second, path, level + 1);
-            child = stays ? std::next(child) : item.children.erase(child);
-        }
-    }
-    return level == path.size() || !item.children.empty();
-}
-
 TEST_F(RandomEdits, ReadsAgree) {
     play([this](fuzz::Bytes &bytes, const RandomEdit &edit) {
         const Transaction transaction = store_.begin(Access::read);
@@ -346,12 +331,12 @@ TEST_F(RandomEdits, ReadsAgree) {
             }
             Item wanted = stored_;
             normalise(wanted);
-            cut(wanted, parse_path(path), 0);
+            cut(wanted, parse_path(path));
             try {
                 for (const bool state : {false, true}) {
                     Item found = read(transaction, state, {path});
                     normalise(found);
-                    cut(found, parse_path(path), 0);
+                    cut(found, parse_path(path));
                     const std::string differing = differences(wanted, found);
                     if (!differing.empty()) {
                         wrong.append(path).append(state ? " with state:\n" : ":\n").append(differing);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/error.h"
+#include "edit_compare.h"
 #include "engine.h"
 #include "model/instance_path.h"
 #include "sample_values.h"
@@ -71,6 +72,9 @@ class EngineTest : public testing::Test {
         transaction.commit();
     }
 
+    Item read(const Transaction &transaction, bool state = false, const std::vector<std::string> &paths = {}) const {
+        return item_of(engine().read(paths, state, transaction).openconfig());
+    }
     Records records() const { return records_of(store_.begin(Access::read)); }
     void restore(const Records &records) const {
         Transaction transaction = store_.begin(Access::write);
