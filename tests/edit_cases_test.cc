@@ -236,26 +236,6 @@ TEST_F(EditCases, ValuesHaveOneForm) {
 }
 
 TEST_F(EditCases, KeysTakeNoOperation) {
-    for (const char *network_instance : {"DEFAULT", "red"}) {
-        for (const bool group : {false, true}) {
-            const Place place{network_instance, network_instance, "core", group};
-            commit(document(expand_node("@.peer-as=1", place, false) + '\n' + expand_node("G.as=65000", place, false)));
-            const std::string before = native();
-            for (const std::string key : {group ? "@/peer-group-name" : "@/neighbor-address", "G#4/afi-safi-name",
-                                          "@#4/afi-safi-name", "~/name", "$/name", "&/src-protocol"}) {
-                const std::string name = key.substr(key.rfind('/') + 1);
-                // Trees are written without the operations of keys.
-                std::string text = document(expand_node(key, place, false));
-                const std::size_t at = text.rfind('<' + name) + name.size() + 1;
-                for (const char *operation : {"delete", "remove", "create", "replace"}) {
-                    const std::string with = " nc:operation=\"" + std::string(operation) + '"';
-                    const Outcome outcome = commit(text.substr(0, at) + with + text.substr(at));
-                    EXPECT_TRUE(outcome.refused && has(*outcome.refused, "key")) << key << ' ' << operation;
-                    EXPECT_EQ(native(), before);
-                }
-            }
-        }
-    }
     run(both | for_neighbors, "a neighbor's: @.peer-as=1 | > @.neighbor-address{delete} | ! key");
     run(in_default | for_groups, "a group's: @.peer-as=1 | > @.peer-group-name{remove} | ! key");
     run(both | for_peers, "a family's: @#4.enabled=true | > @#4.afi-safi-name{delete} | ! key");

@@ -267,36 +267,28 @@ class EditGenerator {
                 with_as.insert(step_of(instance) + step_of(protocol));
             }
         });
-        std::vector<std::pair<Item, std::string>> groups; // protocol entry, group
+        std::vector<std::pair<std::vector<std::string>, std::string>> groups; // protocol entry's keys, group
         for_each_protocol(document, [&](Item &instance, Item &protocol) {
             if (instance.is_erased() || protocol.is_erased()) {
                 return;
             }
-            Item *neighbors = below(&protocol, {"bgp", "neighbors"});
-            for (auto &[step, neighbor] : neighbors == nullptr ? no_children() : neighbors->children) {
-                if (const Item *group = below(&neighbor, {"config", "peer-group"}); group != nullptr) {
-                    groups.emplace_back(Item{.schema = protocol.schema, .keys = protocol.keys}, group->value);
+            for (auto &[step, neighbor] : children_of(below(&protocol, {"bgp", "neighbors"}))) {
+                Item entry = neighbor;
+                if (const Item *group = below(&entry, {"config", "peer-group"}); group != nullptr) {
+                    groups.emplace_back(protocol.keys, group->value);
                 }
             }
-            const bool erased = [&protocol] {
-                const Item *bgp = below(&protocol, {"bgp"});
-                const Item *global = below(&protocol, {"bgp", "global"});
-                const Item *config = below(&protocol, {"bgp", "global", "config"});
-                return (bgp != nullptr && bgp->is_erased()) || (global != nullptr && global->is_erased()) ||
-                       (config != nullptr && config->is_erased());
-            }();
-            if (!erased && as_of(protocol) == nullptr && !with_as.contains(step_of(instance) + step_of(protocol))) {
-                ensure_item(protocol, {"bgp", "global", "config", "as"}).value = "65000";
+            const std::array<Item *, 3> around{below(&protocol, {"bgp"}), below(&protocol, {"bgp", "global"}),
+                                               below(&protocol, {"bgp", "global", "config"})};
+            const auto erased = [](const Item *item) { return item != nullptr && item->is_erased(); };
+            if (std::none_of(around.begin(), around.end(), erased) &&
+                !with_as.contains(step_of(instance) + step_of(protocol))) {
+                ensure_as(protocol, "65000");
             }
         });
         for (const auto &[protocol, name] : groups) {
-            Item &instances = ensure_item(document, {"network-instances"});
-            Item &instance_item = add_item(
-                instances, Item{.schema = protocol.schema->parent->parent, .keys = {std::string(default_instance)}});
-            Item &entry = add_item(ensure_item(instance_item, {"protocols"}), protocol);
-            Item &all = ensure_item(entry, {"bgp", "peer-groups"});
-            Item &group = add_item(all, Item{.schema = all.schema->child("peer-group"), .keys = {name}});
-            ensure_item(group, {"config", "peer-group-name"}).value = name;
+            Item &all = ensure_item(ensure_own(document, protocol), {"bgp", "peer-groups"});
+            ensure_item(ensure_entry(all, "peer-group", {name}), {"config", "peer-group-name"}).value = name;
         }
     }
 

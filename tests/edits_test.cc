@@ -135,40 +135,15 @@ class RandomEdits : public EngineTest {
     }
 
     // Takes out of a failing edit what it fails without.
-    void shrink(RandomEdit &edit, const Item &stored, const Records &records) {
-        for (bool smaller = true; smaller;) {
-            smaller = false;
-            std::vector<std::vector<std::string>> ways;
-            Steps way;
-            list_steps(edit.document, way, ways);
-            for (const Steps &one : ways) {
-                RandomEdit candidate = edit;
-                take_out(candidate.document, one);
-                Transaction transaction = store_.begin(Access::write);
-                test::restore(transaction, records);
-                const Outcome outcome = run(candidate, transaction);
-                if (!judge(candidate, stored, outcome).empty()) {
-                    edit = std::move(candidate);
-                    smaller = true;
-                    break;
-                }
+    template <typename Fails>
+    static void shrink(Item &item, const Fails &fails) {
+        const auto all = item.children;
+        for (const auto &[step, child] : all) {
+            item.children.erase(step);
+            if (!fails()) {
+                shrink(item.children.emplace(step, child).first->second, fails);
             }
         }
-    }
-    static void list_steps(const Item &item, Steps &way, std::vector<Steps> &into) {
-        for (const auto &[step, child] : item.children) {
-            way.push_back(step);
-            into.push_back(way);
-            list_steps(child, way, into);
-            way.pop_back();
-        }
-    }
-    static void take_out(Item &root, const Steps &way) {
-        Item *at = &root;
-        for (std::size_t level = 0; level + 1 < way.size(); ++level) {
-            at = &at->children.at(way[level]);
-        }
-        at->children.erase(way.back());
     }
 
     // Counts a failure. True when it is the first of its kind, and to be shown.
@@ -232,11 +207,16 @@ class RandomEdits : public EngineTest {
         const std::string property = "what an edit says";
         if (judged && !wrong.empty() && is_new(property, wrong)) {
             RandomEdit smallest = edit;
-            shrink(smallest, before, records_before);
-            Transaction transaction = store_.begin(Access::write);
-            test::restore(transaction, records_before);
-            outcome = run(smallest, transaction);
-            std::string all = judge(smallest, before, outcome);
+            std::string all;
+            const auto fails = [&] {
+                Transaction transaction = store_.begin(Access::write);
+                test::restore(transaction, records_before);
+                outcome = run(smallest, transaction);
+                all = judge(smallest, before, outcome);
+                return !all.empty();
+            };
+            shrink(smallest.document, fails);
+            fails();
             for (const std::string &line : outcome.told) {
                 all += "told: " + line + '\n';
             }

@@ -1,5 +1,5 @@
 // Properties of reads over the whole mapping: a read of a path agrees with the whole read cut to it, with and without
-// keys, and a read with state shows the configuration that a read without it shows.
+// keys. That a read with state shows the same configuration is among the properties of edits_test.cc.
 #include "engine_fixture.h"
 #include "read/cut.h"
 
@@ -122,21 +122,6 @@ TEST_F(Reads, OfAPathAgreeWithTheWholeOne) {
         }
     }
     EXPECT_GT(checked_.size(), 500U);
-}
-
-TEST_F(Reads, WithStateShowTheSameConfiguration) {
-    const auto without_state = [this](bool state) {
-        const Transaction transaction = store_.begin(Access::read);
-        const Engine::ReadResult result = engine().read({}, state, transaction);
-        std::string lines, kept;
-        print_tree(result.openconfig(), lines);
-        std::istringstream stream(lines);
-        for (std::string line; std::getline(stream, line);) {
-            kept += line.find("/state") == line.npos ? line + '\n' : "";
-        }
-        return kept;
-    };
-    EXPECT_EQ(without_state(true), without_state(false));
 }
 
 TEST_F(Reads, FetchWhatTheyNeed) {
