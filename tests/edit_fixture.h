@@ -1,7 +1,8 @@
 // Edits as rows of a table: what is stored, the edit, and what comes of it. Each is played in the network instances and
 // for the peers that it is about.
 //
-// A row is its title, ": ", and cells between " | "; a line that begins with "|" goes on. What a cell is about:
+// A row is its title, ": ", and cells between " | "; a line that begins with "|" goes on. A line "[both for_peers]"
+// says where the rows below it are played; "#" begins a comment. What a cell is about:
 //   (none)  stored before, and there afterwards     -  stored before, gone afterwards     +  not stored before
 //   >       the edit; a cell ";" ends one edit and begins the next
 //   !       the edit is refused, and the refusal has this text. With "+" or "-" cells both outcomes are right.
@@ -346,13 +347,32 @@ class EditCases : public EngineTest {
         }
     }
 
-    void run(unsigned scope, const std::string &table) const {
-        std::istringstream rows(std::regex_replace(table, std::regex("\n +\\|"), " |"));
-        for (std::string row; std::getline(rows, row);) {
-            if (const std::size_t begin = row.find_first_not_of(' '); begin != std::string::npos) {
-                run_row(scope, row.substr(begin));
+    // Plays the rows of a table; returns how many there are.
+    int run(unsigned scope, const std::string &table) const {
+        static const std::map<std::string, unsigned> words{
+            {"both", both},
+            {"in_default", in_default},
+            {"in_vrf", in_vrf},
+            {"for_neighbors", for_neighbors},
+            {"for_groups", for_groups},
+            {"for_peers", for_peers},
+            {"tables", tables},
+        };
+        std::istringstream lines(std::regex_replace(table, std::regex("\n +\\|"), " |"));
+        int count = 0;
+        for (std::string line; std::getline(lines, line);) {
+            if (line.starts_with('[')) {
+                scope = 0;
+                std::istringstream stream(line.substr(1, line.size() - 2));
+                for (std::string word; stream >> word;) {
+                    scope |= words.at(word);
+                }
+            } else if (!line.empty() && !line.starts_with('#')) {
+                run_row(scope, line);
+                ++count;
             }
         }
+        return count;
     }
 };
 
