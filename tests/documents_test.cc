@@ -260,7 +260,7 @@ TEST(Documents, NetconfElementsArePeeledOff) {
               R"({"Tarn-KEL-VN-ipv4-bgp-cfg:bgp":{},"Tarn-KEL-VN-ipv4-bgp-cfg:vrfs":{}})");
 }
 
-TEST(Documents, SecretsAreNeverShown) {
+TEST(Documents, SecretsAreNeverShownAndAreWiped) {
     std::string text = in_bgp(R"("peer-groups":{"peer-group":[{"peer-group-name":"g","config":{"auth-password":P}}]})");
     for (const std::string value : {"true", R"(["hunter2"])", R"("hunter2\u0001")", R"("hunter2","auth-password":1)"}) {
         std::string wrong = text;
@@ -280,6 +280,10 @@ TEST(Documents, SecretsAreNeverShown) {
         const std::string shown = written(document.root, {.syntax = syntax, .hide_secrets = true});
         EXPECT_TRUE(shown.find("********") != std::string::npos && shown.find("hunter2") == std::string::npos) << shown;
     }
+    const Node *config = add_instance_path(
+        arena, schema(), document.root, std::string(path_head) + "/peer-groups/peer-group[peer-group-name=g]/config");
+    arena.wipe();
+    EXPECT_STREQ(child(config, "auth-password")->value, "");
 }
 
 TEST(Documents, MemoryOfOthersIsUsedFirst) {

@@ -349,15 +349,13 @@ class EditCases : public EngineTest {
 
     // Plays the rows of a table; returns how many there are.
     int run(unsigned scope, const std::string &table) const {
-        static const std::map<std::string, unsigned> words{
-            {"both", both},
-            {"in_default", in_default},
-            {"in_vrf", in_vrf},
-            {"for_neighbors", for_neighbors},
-            {"for_groups", for_groups},
-            {"for_peers", for_peers},
-            {"tables", tables},
-        };
+        static const std::map<std::string, unsigned> words{{"both", both},
+                                                           {"in_default", in_default},
+                                                           {"in_vrf", in_vrf},
+                                                           {"for_neighbors", for_neighbors},
+                                                           {"for_groups", for_groups},
+                                                           {"for_peers", for_peers},
+                                                           {"tables", tables}};
         std::istringstream lines(std::regex_replace(table, std::regex("\n +\\|"), " |"));
         int count = 0;
         for (std::string line; std::getline(lines, line);) {
