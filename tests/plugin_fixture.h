@@ -3,8 +3,8 @@
 #pragma once
 
 #include "base/memory.h"
-#include "bgp/items.h"
 #include "boundary/request.h"
+#include "bgp/items.h"
 #include "boundary/system_database.h"
 #include "mapping/plugin.h"
 #include "store_fixture.h"
