@@ -4,34 +4,26 @@
 #include "base/error.h"
 #include "bytes.h"
 #include "documents/reader.h"
-#include "documents/writer.h"
+#include "tests/scratch.h"
 
 namespace yfw::fuzz {
 
-inline std::string written(const Schema &schema, const Node *root, Syntax syntax, bool explicit_merge = true) {
-    std::string text;
-    Sink sink(text);
-    WriteOptions writing;
-    writing.syntax = syntax;
-    writing.operations = true;
-    writing.explicit_merge = explicit_merge;
-    write_document(sink, schema, root, writing);
-    return text;
-}
-
 inline void read_any(const std::uint8_t *data, std::size_t size, Syntax syntax) {
     static const Schema schema({YFW_MODELS_DIR});
+    const auto written = [syntax](const Node *root) {
+        return test::document_of(schema, root, {.syntax = syntax, .explicit_merge = true});
+    };
     for (const bool skip_unknown : {false, true}) {
         ReadOptions options;
         options.skip_unknown = skip_unknown;
         try {
             Arena arena;
             std::string text(reinterpret_cast<const char *>(data), size);
-            const std::string first = written(schema, read_document(arena, schema, text, syntax, options).root, syntax);
+            const std::string first = written(read_document(arena, schema, text, syntax, options).root);
             std::string again = first;
             try {
                 const Document document = read_document(arena, schema, again, syntax, {});
-                const std::string second = written(schema, document.root, syntax);
+                const std::string second = written(document.root);
                 require(second == first, "what was written reads the same", first + second);
             } catch (const Refused &refused) {
                 require(false, "what was written can be read", first + refused.path() + ": " + refused.what());

@@ -2,31 +2,11 @@
 
 #include "base/error.h"
 #include "base/memory.h"
-#include "document.h"
 #include "model/instance_path.h"
-#include "tests/sample_values.h"
 
 #include <libyang/libyang.h>
 
-#include <cstdlib>
-
 namespace yfw::fuzz {
-
-namespace {
-
-constexpr std::size_t map_size = std::size_t{256} << 20U;
-
-std::filesystem::path make_directory() {
-    std::string name = (std::filesystem::temp_directory_path() / "yfw-fuzz-XXXXXX").string();
-    require(mkdtemp(name.data()) != nullptr, "a directory for the store");
-    return name;
-}
-
-bool is_openconfig(const SchemaNode &node) {
-    return node.path.starts_with("/network-instances") || node.path.starts_with("/routing-policy");
-}
-
-} // namespace
 
 Session &Session::shared() {
     static Session session;
@@ -34,37 +14,17 @@ Session &Session::shared() {
 }
 
 Session::Session()
-    : directory_(make_directory()),
-      engine_({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr),
-      openconfig_(engine_.schema(),
-                  [this](const SchemaNode &node) { return is_openconfig(node) && engine_.mapping().reaches(node); }),
-      native_(engine_.schema(), [](const SchemaNode &node) { return !is_openconfig(node); }),
-      likely_(engine_.schema(), engine_.mapping().description()) {
-    store_.emplace(directory_ / "db", engine_.schema(), Access::write, StoreLimits{map_size, {}});
-    key_.emplace(directory_ / "db/key", true);
-}
-
-Session::~Session() {
-    key_.reset();
-    store_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(directory_, ignored);
-}
-
-void Session::clear() {
-    Transaction transaction = store_->begin(Access::write);
-    transaction.erase_all(root_key);
-    transaction.commit();
-}
-
-Session::Records Session::records() const {
-    Records found;
-    const Transaction transaction = store_->begin(Access::read);
-    Cursor cursor(transaction);
-    for (bool more = cursor.seek(root_key); more; more = cursor.next()) {
-        found.emplace_back(cursor.key(), cursor.bytes());
+    : engine_({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr),
+      generator_(engine_.schema(), engine_.mapping().description()),
+      store_(directory_ / "db", engine_.schema(), Access::write, StoreLimits{std::size_t{256} << 20U, {}}) {
+    for (std::uint32_t id = 1; id < engine_.schema().size(); ++id) {
+        const SchemaNode &node = engine_.schema().node(id);
+        if (!node.path.starts_with("/network-instances") && !node.path.starts_with("/routing-policy")) {
+            native_.push_back(&node);
+        } else if (engine_.mapping().reaches(node)) {
+            openconfig_.push_back(&node);
+        }
     }
-    return found;
 }
 
 void Session::check_valid() const {
@@ -75,9 +35,8 @@ void Session::check_valid() const {
         add_instance_path(arena, schema, wanted, path);
     }
     Node *found = new_root(arena, schema);
-    const Transaction transaction = store_->begin(Access::read);
-    transaction.fetch(arena, wanted, found);
-    const std::string text = written(schema, found, Syntax::json, false);
+    store_.begin(Access::read).fetch(arena, wanted, found);
+    const std::string text = test::document_of(schema, found);
     lyd_node *tree = nullptr;
     const LY_ERR status =
         lyd_parse_data_mem(schema.context(), text.c_str(), LYD_JSON, LYD_PARSE_STRICT, LYD_VALIDATE_PRESENT, &tree);
@@ -88,10 +47,11 @@ void Session::check_valid() const {
 }
 
 void Session::load(Bytes &bytes) {
+    const test::RandomEdit native = generator_.anything(bytes, native_, 24, false);
+    std::string document = test::print(engine_.schema(), native.document, native.syntax);
     try {
-        Transaction transaction = store_->begin(Access::write);
-        std::string document = native_.document(bytes, 24, false);
-        engine_.load(document, Syntax::xml, transaction);
+        Transaction transaction = store_.begin(Access::write);
+        engine_.load(document, native.syntax, transaction);
         transaction.commit();
     } catch (const Refused &) {}
 }
@@ -106,27 +66,27 @@ void Session::begin_instances() {
         const std::string path = test::sample_instance(engine_.schema(), *as, name);
         set_value(arena, add_instance_path(arena, engine_.schema(), root, path), "65000");
         try {
-            std::string document = written(engine_.schema(), root, Syntax::json, false);
-            Transaction transaction = store_->begin(Access::write);
+            std::string document = test::document_of(engine_.schema(), root);
+            Transaction transaction = store_.begin(Access::write);
             engine_.edit(document, Syntax::json, {}, transaction);
             transaction.commit();
-        } catch (const Refused &) { // by what the system database holds
-        }
+        } catch (const Refused &) {} // by what the system database holds
     }
 }
 
-void Session::edit(std::string document, Bytes &bytes) {
-    const Records before = records();
+void Session::edit(const test::RandomEdit &edit, Bytes &bytes) {
+    const test::Records before = records();
+    std::string document = test::print(engine_.schema(), edit.document, edit.syntax, edit.default_name);
     const std::string shown = document;
     EditOptions options;
     options.strict = bytes.one_in(16);
     options.default_operation = bytes.one_in(16)   ? DefaultOperation::none
                                 : bytes.one_in(16) ? DefaultOperation::replace
-                                                   : DefaultOperation::merge;
+                                                   : edit.default_operation;
     try {
-        Transaction transaction = store_->begin(Access::write);
-        const EditResult result = engine_.edit(document, Syntax::xml, options, transaction);
-        written(engine_.schema(), result.native(), Syntax::xml, false);
+        Transaction transaction = store_.begin(Access::write);
+        const EditResult result = engine_.edit(document, edit.syntax, options, transaction);
+        test::document_of(engine_.schema(), result.native(), {.syntax = Syntax::xml});
         transaction.commit();
     } catch (const Refused &refused) {
         require(*refused.what() != '\0', "a refusal has a reason", shown);
@@ -136,30 +96,26 @@ void Session::edit(std::string document, Bytes &bytes) {
     check_valid();
 }
 
-std::string Session::likely_edit(Bytes &bytes) {
-    const Transaction transaction = store_->begin(Access::read);
-    const test::Item stored = test::item_of(engine_.read({}, false, transaction).openconfig());
-    const test::RandomEdit edit = likely_.edit(bytes, stored);
-    return test::print(engine_.schema(), edit.document, Syntax::xml, false, edit.default_name);
-}
-
 // Mostly of one node: everything takes many times as long.
 void Session::read(Bytes &bytes) {
     std::vector<std::string> paths;
     if (!bytes.one_in(8)) {
         const char *network_instance = bytes.below(2) == 0 ? "DEFAULT" : "blue";
-        paths.push_back(test::sample_instance(engine_.schema(), openconfig_.node(bytes), network_instance));
+        const SchemaNode &node = *openconfig_[bytes.below(openconfig_.size())];
+        paths.push_back(test::sample_instance(engine_.schema(), node, network_instance));
     }
     try {
-        const Transaction transaction = store_->begin(Access::read);
+        const Transaction transaction = store_.begin(Access::read);
         const auto result = engine_.read(paths, bytes.below(2) == 1, transaction);
-        written(engine_.schema(), result.openconfig(), Syntax::json, false);
+        test::document_of(engine_.schema(), result.openconfig());
     } catch (const Refused &) {}
 }
 
 void Session::play(Bytes &bytes) {
     const std::int64_t outstanding = memory::outstanding();
-    clear();
+    Transaction transaction = store_.begin(Access::write);
+    test::restore(transaction, {});
+    transaction.commit();
     if (bytes.below(2) == 1) {
         load(bytes);
     }
@@ -167,7 +123,12 @@ void Session::play(Bytes &bytes) {
         begin_instances();
     }
     for (std::size_t edits = 1 + bytes.below(4); edits > 0; --edits) {
-        edit(bytes.one_in(2) ? likely_edit(bytes) : openconfig_.document(bytes, 12, true), bytes);
+        if (bytes.one_in(2)) {
+            const test::Item stored = test::item_of(engine_.read({}, false, store_.begin(Access::read)).openconfig());
+            edit(generator_.edit(bytes, stored), bytes);
+        } else {
+            edit(generator_.anything(bytes, openconfig_, 12, true), bytes);
+        }
         read(bytes);
     }
     require(memory::outstanding() == outstanding, "requests release what they were given");

@@ -1,5 +1,4 @@
 // Commits that are killed, and commits of two processes at once.
-#include "base/error.h"
 #include "bgp/items.h"
 #include "engine.h"
 #include "store_fixture.h"
@@ -9,38 +8,40 @@
 
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
-#include <random>
+#include <future>
 #include <set>
 
 namespace yfw::test {
 namespace {
 
-const std::string protocol = R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":[)"
-                             R"({"identifier":"BGP","name":"core","bgp":{)";
-const std::string protocol_end = "}}]}}]}}";
+const Engine &engine() {
+    static const Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
+    return shared;
+}
 
-std::string instance(const std::string &global) {
-    return protocol + R"("global":{"config":{"as":65000)" + global + "}}" + protocol_end;
+const std::string bgp =
+    "/network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=core]/bgp";
+const std::string instance = bgp + "/global/config/as=65000\n";
+
+std::string neighbour(const std::string &address) {
+    return bgp + "/neighbors/neighbor[neighbor-address=" + address + ']';
+}
+
+std::string document(const std::string &lines) {
+    Arena arena;
+    return document_of(engine().schema(), make_tree(arena, engine().schema(), lines));
 }
 
 // Every neighbour from an interface whose number is the generation's: native configuration, and an item of each in the
 // system database.
 std::string neighbours(int generation) {
-    std::string text;
+    std::string lines;
     for (int i = 1; i <= 40; ++i) {
-        const std::string address = "10.0.0." + std::to_string(i);
-        text += text.empty() ? "" : ",";
-        text += R"({"neighbor-address":")" + address + R"(","transport":{"config":{"local-address":"Loopback)" +
-                std::to_string(generation) + R"("}},"config":{"neighbor-address":")" + address +
-                R"(","description":")" + std::string(200, 'x') + std::to_string(generation) + "\"}}";
+        const std::string entry = neighbour("10.0.0." + std::to_string(i));
+        lines += entry + "/transport/config/local-address=Loopback" + std::to_string(generation) + '\n';
+        lines += entry + "/config/description=" + std::string(200, 'x') + std::to_string(generation) + '\n';
     }
-    return protocol + R"("neighbors":{"neighbor":[)" + text + "]}" + protocol_end;
-}
-
-const Engine &engine() {
-    static const Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
-    return shared;
+    return document(lines);
 }
 
 void commit(
@@ -77,14 +78,6 @@ int stored_generation(const Store &store) {
     EXPECT_EQ(configured.size(), 1U) << "parts of two commits";
     EXPECT_EQ(shown, configured);
     return std::stoi(*configured.begin());
-}
-
-// Of a run that is to be repeated: in YFW_TEST_SEED.
-std::mt19937 random_numbers() {
-    const char *given = std::getenv("YFW_TEST_SEED");
-    const auto seed = given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
-    std::printf("YFW_TEST_SEED=%u\n", seed);
-    return std::mt19937(seed);
 }
 
 // Commits one generation after the other, and tells before ('b') and after ('a') each.
@@ -124,7 +117,7 @@ TEST(Commits, KilledAtAnyMomentLeaveTheOldStateOrTheNew) {
     const ScratchDirectory scratch;
     {
         const Store store(scratch / "db", engine().schema(), Access::write);
-        commit(store, instance(""));
+        commit(store, document(instance));
         commit(store, neighbours(1));
     }
     std::mt19937 random = random_numbers();
@@ -146,59 +139,31 @@ TEST(Commits, KilledAtAnyMomentLeaveTheOldStateOrTheNew) {
     EXPECT_EQ(stored_generation(store), generation + 1);
 }
 
-pid_t start(std::vector<std::string> arguments) {
-    std::vector<char *> words;
-    for (std::string &argument : arguments) {
-        words.push_back(argument.data());
-    }
-    words.push_back(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const int nowhere = ::open("/dev/null", O_WRONLY);
-        ::dup2(nowhere, STDOUT_FILENO);
-        ::dup2(nowhere, STDERR_FILENO);
-        ::execv(YFW_COMMAND, words.data());
-        ::_exit(127);
-    }
-    return child;
-}
-
-int exit_code(pid_t child) {
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
 TEST(Commits, OfTwoCommandsAtOnceAreAllKept) {
     constexpr int edits = 25;
     const ScratchDirectory scratch;
     const auto file = [&scratch](const std::string &name, const std::string &text) {
         write_file(scratch / name, text);
-        return (scratch / name).string();
+        return ' ' + shell_word(scratch / name);
     };
-    const std::vector<std::string> command{"yfw", "--db", (scratch / "db").string(), "edit"};
-    std::vector<std::string> first = command;
-    first.push_back(file("instance", instance("")));
-    ASSERT_EQ(exit_code(start(first)), 0);
-
-    std::array<std::vector<std::string>, 2> both{command, command};
+    const auto run = [&scratch](const std::string &files) {
+        return std::system(
+            (shell_word(YFW_COMMAND) + " --db " + shell_word(scratch / "db") + " edit" + files + " >/dev/null 2>&1")
+                .c_str());
+    };
+    ASSERT_EQ(run(file("instance", document(instance))), 0);
+    std::array<std::string, 2> both;
     for (int i = 0; i < edits; ++i) {
         for (int side = 0; side < 2; ++side) {
             const std::string address = "10." + std::to_string(side + 1) + ".0." + std::to_string(i);
-            both.at(side).push_back(file(address, protocol + R"("neighbors":{"neighbor":[{"neighbor-address":")" +
-                                                      address + R"(","config":{"neighbor-address":")" + address +
-                                                      R"("}}]})" + protocol_end));
+            both.at(side) += file(address, document(neighbour(address)));
         }
     }
     // Last of all, both make the same leaf: for one it is there already.
-    const std::string create =
-        file("create", instance(R"(,"router-id":"192.0.2.1","@router-id":{"ietf-netconf:operation":"create"})"));
-    both[0].push_back(create);
-    both[1].push_back(create);
-    const pid_t one = start(both[0]);
-    const pid_t other = start(both[1]);
-    const int code_of_one = exit_code(one);
-    EXPECT_EQ((std::set{code_of_one, exit_code(other)}), (std::set{0, 1}));
+    const std::string create = file("create", document(instance + bgp + "/global/config/router-id{create}=192.0.2.1"));
+    auto one = std::async(std::launch::async, run, both[0] + create);
+    const int other = run(both[1] + create);
+    EXPECT_EQ((std::set{WEXITSTATUS(one.get()), WEXITSTATUS(other)}), (std::set{0, 1}));
     const std::string stored = fetch(Store(scratch / "db", engine().schema(), Access::read), engine().schema(), "/bgp");
     for (int i = 0; i < edits; ++i) {
         for (const char *side : {"10.1.0.", "10.2.0."}) {

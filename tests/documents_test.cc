@@ -1,31 +1,19 @@
+// Documents read and written, and the memory that they are in. Those that are refused: examples/40 to 45.
 #include "base/error.h"
-#include "bgp/names.h"
-#include "bgp/roots.h"
 #include "documents/reader.h"
-#include "documents/writer.h"
 #include "model/instance_path.h"
-
-#include <gtest/gtest.h>
+#include "store_fixture.h"
 
 #include <chrono>
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <set>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
-namespace yfw {
+namespace yfw::test {
 namespace {
 
 using Rows = std::vector<std::pair<std::string_view, std::string_view>>;
 
 const Schema &schema() {
-    static const Schema loaded({YFW_MODELS_DIR});
-    return loaded;
+    return project_schema();
 }
 
 void replace_all(std::string &text, std::string_view what, std::string_view with) {
@@ -34,36 +22,28 @@ void replace_all(std::string &text, std::string_view what, std::string_view with
     }
 }
 
-std::string written(const Node *root, const WriteOptions &options) {
-    std::string text;
-    Sink sink(text);
-    write_document(sink, schema(), root, options);
+std::string written(const Node *root, const WriteOptions &options = {}) {
+    std::string text = document_of(schema(), root, options);
     text.pop_back();
     return text;
 }
 
 std::string as_json(const Node *root) {
-    return written(root, {.operations = true, .explicit_merge = true});
+    return written(root, {.explicit_merge = true});
 }
 
 void expect_to_read_back(const Node *root) {
     for (const Syntax syntax : {Syntax::json, Syntax::xml}) {
         for (const bool pretty : {false, true}) {
             Arena arena;
-            std::string text =
-                written(root, {.syntax = syntax, .operations = true, .explicit_merge = true, .pretty = pretty});
+            std::string text = written(root, {.syntax = syntax, .explicit_merge = true, .pretty = pretty});
             EXPECT_EQ(as_json(read_document(arena, schema(), text, syntax, {}).root), as_json(root)) << text;
         }
     }
 }
 
 std::string said(const Refused &refused) {
-    const Place place = refused.path().empty() ? refused.faults().front().place : Place();
-    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " +
-           (place.line == 0
-                ? ""
-                : "line " + std::to_string(place.line) + ", column " + std::to_string(place.column) + ": ") +
-           refused.what();
+    return std::string(code_name(refused.code())) + ' ' + refused.path() + ": " + refused.what();
 }
 
 // What became of a document: the tree as JSON and the unknown nodes, or the refusal.
@@ -141,6 +121,23 @@ TEST(Documents, AreReadAsPeopleWriteThem) {
          "</peer-group></peer-groups>",
          group},
         {R"("neighbors":{"neighbor":[]},"global":{"config":{}})", R"(BGP{"global":{"config":{}},"neighbors":{}})"},
+        // Values are kept in one form.
+        {R"("global":{"config":{"as":"065000"}})", R"(BGP{"global":{"config":{"as":65000}}})"},
+        {"<global><config><as>+5</as></config></global>", R"(BGP{"global":{"config":{"as":5}}})"},
+        {R"("global":{"config":{"as":-0}})", R"(BGP{"global":{"config":{"as":0}}})"},
+        {R"("global":{"config":{"as":"007","@as":{"operation":"delete"}}})",
+         R"(BGP{"global":{"config":{"as":7,"@as":{"operation":"delete"}}}})"},
+        {R"("neighbors":{"neighbor":[{"neighbor-address":"2001:DB8:0::1","config":{"neighbor-address":"2001:db8::0:1"},)"
+         R"("timers":{"config":{"hold-time":"90.00","minimum-advertisement-interval":0.5}},)"
+         R"("transport":{"config":{"local-address":"::FFFF:192.0.2.1"}}},)"
+         R"({"neighbor-address":"10.0.0.1","timers":{"config":{"minimum-advertisement-interval":"030.25"}},)"
+         R"("transport":{"config":{"local-address":"Eth0:1"}}}]})",
+         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"2001:db8::1","config":{"neighbor-address":"2001:db8::1"},)"
+         R"("timers":{"config":{"hold-time":"90","minimum-advertisement-interval":"0.500"}},)"
+         R"("transport":{"config":{"local-address":"::ffff:192.0.2.1"}}},)"
+         R"({"neighbor-address":"10.0.0.1","timers":{"config":{"minimum-advertisement-interval":"30.250"}},)"
+         R"("transport":{"config":{"local-address":"Eth0:1"}}}]}})"},
+        {R"("peer-groups":{"peer-group":[{"peer-group-name":"2001:DB8::1","config":{"description":""}}]})", ""},
         // Entries need not be alike.
         {R"("neighbors":{"neighbor":[{"neighbor-address":"::1","config":{"local-as":1,"peer-as":2}},)"
          R"({"config":{"local-as":3,"description":"x","peer-as":4},"neighbor-address":"::2"},)"
@@ -162,8 +159,6 @@ TEST(Documents, OperationsStandInMetadata) {
     constexpr std::string_view values =
         R"("global":{"confederation":{"config":{"member-as":[1,2],"@member-as":[null,{"operation":"create"}]}}})";
     constexpr std::string_view deleted = R"(BGP{"global":{"config":{"@as":{"operation":"delete"}}}})";
-    constexpr std::string_view unknown_operation =
-        "unknown-attribute BGP/global: the operation is none of merge, create, replace, delete and remove: 'destroy'";
     expect_in_bgp({
         {R"("@":{"operation":"replace"},"neighbors":{"neighbor":[{"@":{"operation":"delete"},"neighbor-address":"::1"}]})",
          ""},
@@ -174,94 +169,7 @@ TEST(Documents, OperationsStandInMetadata) {
          R"(BGP{"global":{"@":{"operation":"create"},"confederation":{"@":{"operation":"remove"}}}})"},
         {"<global><config><as nc:operation='delete'/></config></global>", deleted},
         {R"("global":{"config":{"@as":{"ietf-netconf:operation":"delete"},"as":[null]}})", deleted},
-        {R"("global":{"@":{"operation":"destroy"}})", unknown_operation},
-        {"<global nc:operation='destroy'/>", unknown_operation},
-        {R"("global":{"@":{"operation":"merge","foo:bar":1}})",
-         "unknown-element BGP/global/@foo:bar: the only annotation that is known here is ietf-netconf:operation"},
-        {R"("global":{"config":{"@as":{"operation":"merge"}}})",
-         "invalid-value BGP/global/config/as: the document gives an operation to a value that it does not have"},
-        {R"("global":{"config":{"as":null}})", "invalid-value BGP/global/config/as: the leaf has no value"},
-        {R"("global":{"config":{"@as":{"operation":"merge"},"@as":{"operation":"delete"}}})",
-         "bad-element BGP/global/config/as: the document gives this node two operations"},
     });
-    expect_in_bgp({{R"("global":{"@":{"operation":"merge"}})",
-                    "unknown-attribute BGP/global: data that is loaded as it stands carries no operations"}},
-                  {.edit = false});
-}
-
-TEST(Documents, WhatTheModelsDoNotTakeIsRefused) {
-    constexpr std::string_view twice =
-        "bad-element BGP/neighbors/neighbor[neighbor-address=::1]: the document has this "
-        "entry twice";
-    expect_in_bgp({
-        {R"("global":{"asn":{}})", "unknown-element BGP/global/asn: the models have no such node"},
-        {"<global><asn/></global>", "unknown-element BGP/global/asn: the models have no such node"},
-        {R"("foo:global":{})",
-         "unknown-element BGP/foo:global: the models have no such node: openconfig-network-instance:global is probably "
-         "meant"},
-        {"<global xmlns='urn:x:foo'/>", "unknown-element BGP/global: the models have no such node: "
-                                        "openconfig-network-instance:global is probably meant"},
-        {R"("global":{"graceful-restart":{"config":{"enabled":"yes"}}})",
-         "invalid-value BGP/global/graceful-restart/config/enabled: 'yes' is not of this leaf's type: true or "
-         "false is expected"},
-        {R"("global":{"config":{"as":" 65000"}})",
-         "invalid-value BGP/global/config/as: ' 65000' is not of this leaf's type: there are blanks around the number"},
-        {R"("global":{"afi-safis":{"afi-safi":[{"afi-safi-name":"wrong:IPV4_UNICAST"}]}})",
-         "invalid-value BGP/global/afi-safis/afi-safi/afi-safi-name: 'wrong:IPV4_UNICAST' is not of this leaf's type: "
-         "IPV4_UNICAST is an identity of the module openconfig-bgp-types"},
-        {R"("neighbors":{"neighbor":[{"config":{}}]})",
-         "missing-element BGP/neighbors/neighbor: the entry has no neighbor-address, which is its key"},
-        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1","config":{"neighbor-address":"::2"}}]})",
-         "invalid-value BGP/neighbors/neighbor[neighbor-address=::1]/config/neighbor-address: '::2' differs from the "
-         "entry's key, which is '::1'"},
-        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1"},{"config":{"neighbor-address":"::1"}}]})", twice},
-        {"<neighbors><neighbor><neighbor-address>::1</neighbor-address></neighbor>"
-         "<neighbor><neighbor-address>::1</neighbor-address></neighbor></neighbors>",
-         twice},
-        {R"("global":{"config":{"as":1,"as":1}})",
-         "bad-element BGP/global/config/as: the document has this leaf twice"},
-        {"<global/><global/>", "bad-element BGP/global: the document has this container twice"},
-        {R"("global":{"confederation":{"config":{"member-as":[1,2,1]}}})",
-         "bad-element BGP/global/confederation/config/member-as: the document has '1' twice"},
-        {R"("neighbors":{"neighbor":{"neighbor-address":"::1"}})",
-         "invalid-value BGP/neighbors/neighbor: the array of a list's entries is expected here, not an object"},
-        {R"("global":[])", "invalid-value BGP/global: an object is expected here, not an array"},
-        {R"("global":{"config":{"as":[1]}})",
-         "invalid-value BGP/global/config/as: a single value is expected here, not an array"},
-        {"<global><config><as><x/></as></config></global>",
-         "invalid-value BGP/global/config/as: a value is expected here, not elements"},
-        {R"("global":{"config":{"router-id":true}})",
-         "invalid-value BGP/global/config/router-id: 'true' is a boolean, and the leaf's type is not"},
-        {R"("peer-groups":{"peer-group":[{"peer-group-name":"a\u0000b"}]})",
-         "invalid-value BGP/peer-groups/peer-group/peer-group-name: the value has the character U+0000, which YANG "
-         "does "
-         "not allow"},
-        {"<peer-groups><peer-group><peer-group-name>\xf0\x9f\xbf\xbe</peer-group-name></peer-group></peer-groups>",
-         "invalid-value BGP/peer-groups/peer-group/peer-group-name: the value has the character U+1FFFE, which YANG "
-         "does not allow"},
-        {"\"neighbors\":{\"neighbor\":[{\"neighbor-address\":\"::1\",\"config\":{\"description\":\"\xef\xbf\xbf\"}}]}",
-         "invalid-value BGP/neighbors/neighbor[neighbor-address=::1]/config/description: the value has the character "
-         "U+FFFF, which YANG does "
-         "not allow"},
-        {R"("neighbors":{"neighbor":[{"neighbor-address":"::1"},{"neighbor-address":"0::0:1"}]})", twice},
-        {R"("global":{"confederation":{"config":{"member-as":[1,"01"]}}})",
-         "bad-element BGP/global/confederation/config/member-as: the document has '1' twice"},
-    });
-}
-
-TEST(Documents, AreOfOneSideWhereThatIsAsked) {
-    const std::string edited = R"({"network-instances":{}})", bgp = R"({"bgp":{}})", state = R"({"ocni-bgp":{}})";
-    constexpr std::string_view policies = R"({"openconfig-routing-policy:routing-policy":{}})";
-    EXPECT_EQ(result_of(bgp, {.why_not = why_not_edited}),
-              "unknown-element /bgp: this is native configuration: yfw load takes it");
-    EXPECT_EQ(result_of("<data><network-instances/><ocni-bgp/></data>", {.why_not = why_not_edited}),
-              "unknown-element /ocni-bgp: this is operational data: yfw load takes it");
-    EXPECT_EQ(result_of(edited, {.why_not = why_not_loaded}),
-              "unknown-element /network-instances: this is OpenConfig: yfw edit takes it");
-    for (const std::string &text : {bgp, state}) {
-        EXPECT_TRUE(result_of(text, {.why_not = why_not_loaded}).starts_with("{\"Tarn-KEL-VN")) << text;
-    }
-    EXPECT_EQ(result_of(policies, {.why_not = why_not_edited}), policies);
 }
 
 TEST(Documents, UnknownNodesAreNamedAndTheRestIsRead) {
@@ -286,39 +194,6 @@ TEST(Documents, UnknownNodesAreNamedAndTheRestIsRead) {
     expect_in_bgp(rows, {.skip_unknown = true});
 }
 
-TEST(Documents, MalformedTextIsRefusedWithItsPlace) {
-    const Rows rows = {
-        {"", "line 1, column 1: the document is empty"},
-        {"\n  {\"a\":\n tru}", "line 3, column 2: a value is expected"},
-        {"[]", "the document is not a JSON object"},
-        {"{} {}", "line 1, column 4: there is more text behind the document's end"},
-        {"{\"\xc3\xa9\":\"\xff\"}", "line 1, column 7: the text is not valid UTF-8"},
-        {R"({"vrfs":{"vrf":[{"vrf-name":"a":1}]}})", "line 1, column 32: a ',' or '}' is expected"},
-        {R"({"a":[1 2]})", "line 1, column 9: a ',' or ']' is expected"},
-        {R"({"a":"\ud800"})", "line 1, column 7: a string has an escape sequence that is no character"},
-        {"{\"vrfs\":{\n\"vrf\":[}}", "line 2, column 8: a value is expected"},
-        {"<config>\n<vrfs></vrf></config>", "line 2, column 13: the end tag does not match the start tag"},
-        {"<!-- x -->\n<!DOCTYPE a [<!ENTITY b 'c'>]><a>&b;</a>",
-         "line 2, column 13: a document type declaration is not allowed"},
-        {"<!--><x --><!DOCTYPE a [<!ENTITY b 'c'><!ENTITY d '&b;&b;'>]><a>&d;</a>",
-         "line 1, column 24: a document type declaration is not allowed"},
-        {"<?xml version='1.0' encoding='ISO-8859-1'?><vrfs/>",
-         "line 1, column 44: the encoding is ISO-8859-1, and only UTF-8 is read"},
-        {"<?xml version='1.0' encoding='UTF-8'?>\n<vrfs>\xe9</vrfs>",
-         "line 2, column 7: a character is not allowed here"},
-        {std::string_view("<vrfs/>\0<bgp>", 13), "line 1, column 8: a character is not allowed here"},
-        {"<vrfs>&b;</vrfs>", "line 1, column 10: an entity is not declared"},
-        {"<vrfs>", "line 1, column 7: the document does not end where it should"},
-        {"<vrfs/><bgp/>", "line 1, column 8: the document does not end where it should"},
-        {"<vrfs nc:operation='merge'/>", "line 1, column 27: a namespace prefix is not declared"},
-        {"<rpc><edit-config/></rpc>", "the document has no <config> or <data>"},
-    };
-    for (const auto &[text, place] : rows) {
-        const std::string expected = "malformed-message : " + std::string(place);
-        EXPECT_EQ(result_of(text, {.skip_unknown = true}), expected) << text;
-    }
-}
-
 TEST(Documents, DepthAndSizeAreBounded) {
     const auto repeated = [](std::string_view piece) {
         std::string text;
@@ -327,23 +202,18 @@ TEST(Documents, DepthAndSizeAreBounded) {
         }
         return text;
     };
-    const std::vector<std::string> texts = {repeated("{\"a\":") + "1" + repeated("}"),
-                                            "{\"a\":" + repeated("[") + repeated("]") + "}",
-                                            repeated("<a>") + repeated("</a>")};
-    for (const std::string &text : texts) {
-        EXPECT_TRUE(result_of(text).starts_with("too-big "));
+    const std::string lists = "{\"a\":" + repeated("[") + repeated("]") + "}";
+    EXPECT_TRUE(result_of(lists).starts_with("too-big "));
+    EXPECT_EQ(result_of(lists, {.skip_unknown = true}), "{} unknown /a");
+    for (const std::string &text : {"{\"a\":\"" + repeated("x") + "\"}", "<a>" + repeated("<b/>") + "</a>"}) {
         EXPECT_TRUE(result_of(text, {.max_size = 1000}).starts_with("too-big "));
-        const bool is_json = text.starts_with('{'); // libxml2 has a limit of its own
-        EXPECT_EQ(result_of(text, {.skip_unknown = true}).substr(0, 8), is_json ? "{} unkno" : "too-big ");
-        EXPECT_TRUE(result_of(text.substr(0, 150000), {.skip_unknown = true})
-                        .starts_with(is_json ? "malformed-message " : "too-big "));
     }
     std::string crowded = "<vrfs";
     for (int i = 0; i < 200000; ++i) {
         crowded += " a" + std::to_string(i) + "='>'";
     }
     EXPECT_EQ(result_of("<!-- <x '' --><a/><!-- -->" + crowded + "/>"),
-              "too-big : line 1, column 27: an element has more than 100 attributes");
+              "too-big : an element has more than 100 attributes");
     // A long value that is none of a tag's is no crowd, and may be longer than libxml2 looks ahead.
     std::string text = in_bgp("<peer-groups><peer-group><peer-group-name>g</peer-group-name><config><description>D"
                               "</description></config></peer-group></peer-groups>");
@@ -386,62 +256,11 @@ TEST(Documents, NetconfElementsArePeeledOff) {
     };
     EXPECT_EQ(default_operation("<default-operation>none</default-operation>"), DefaultOperation::none);
     EXPECT_EQ(default_operation(""), std::nullopt);
-    EXPECT_THROW(default_operation("<default-operation>nothing</default-operation>"), Refused);
     EXPECT_EQ(result_of("<data>" + std::string(data) + "<bgp/></data>"),
               R"({"Tarn-KEL-VN-ipv4-bgp-cfg:bgp":{},"Tarn-KEL-VN-ipv4-bgp-cfg:vrfs":{}})");
-    EXPECT_EQ(result_of(rpc + "<url>x</url></edit-config></rpc>"),
-              "unknown-element /url: the element is not known in this place");
 }
 
-TEST(Documents, ValuesAreKeptInOneForm) {
-    expect_in_bgp({
-        {R"("global":{"config":{"as":"065000"}})", R"(BGP{"global":{"config":{"as":65000}}})"},
-        {"<global><config><as>+5</as></config></global>", R"(BGP{"global":{"config":{"as":5}}})"},
-        {R"("global":{"config":{"as":-0}})", R"(BGP{"global":{"config":{"as":0}}})"},
-        {R"("global":{"config":{"as":"007","@as":{"operation":"delete"}}})",
-         R"(BGP{"global":{"config":{"as":7,"@as":{"operation":"delete"}}}})"},
-        {R"("neighbors":{"neighbor":[{"neighbor-address":"2001:DB8:0::1","config":{"neighbor-address":"2001:db8::0:1"},)"
-         R"("timers":{"config":{"hold-time":"90.00","minimum-advertisement-interval":0.5}},)"
-         R"("transport":{"config":{"local-address":"::FFFF:192.0.2.1"}}},)"
-         R"({"neighbor-address":"10.0.0.1","timers":{"config":{"minimum-advertisement-interval":"030.25"}},)"
-         R"("transport":{"config":{"local-address":"Eth0:1"}}}]})",
-         R"(BGP{"neighbors":{"neighbor":[{"neighbor-address":"2001:db8::1","config":{"neighbor-address":"2001:db8::1"},)"
-         R"("timers":{"config":{"hold-time":"90","minimum-advertisement-interval":"0.500"}},)"
-         R"("transport":{"config":{"local-address":"::ffff:192.0.2.1"}}},)"
-         R"({"neighbor-address":"10.0.0.1","timers":{"config":{"minimum-advertisement-interval":"30.250"}},)"
-         R"("transport":{"config":{"local-address":"Eth0:1"}}}]}})"},
-        {R"("peer-groups":{"peer-group":[{"peer-group-name":"2001:DB8::1","config":{"description":""}}]})", ""},
-    });
-}
-
-TEST(Documents, NamesOfNetworkInstancesAreSpecial) {
-    Schema named({YFW_MODELS_DIR});
-    declare_names(named);
-    const auto result = [&named](const std::string &instances) {
-        Arena arena;
-        std::string text = R"({"network-instances":{"network-instance":[)" + instances + "]}}";
-        try {
-            return shortened(written(read_document(arena, named, text, Syntax::json, {}).root, {}));
-        } catch (const Refused &refused) {
-            return shortened(said(refused));
-        }
-    };
-    const std::string head = R"({"openconfig-network-instance:network-instances":{"network-instance":[)";
-    EXPECT_EQ(result(R"({"name":"default","config":{"name":"DEFAULT"}})"),
-              head + R"({"name":"DEFAULT","config":{"name":"DEFAULT"}}]}})");
-    EXPECT_EQ(result(R"({"name":"default"},{"name":"DEFAULT"})"),
-              "bad-element /network-instances/network-instance[name=DEFAULT]: the document has this entry twice");
-    const std::string longest =
-        "\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4\u00e4";
-    EXPECT_TRUE(result(R"({"name":")" + longest + "\"}").starts_with(head)) << result(R"({"name":")" + longest + "\"}");
-    EXPECT_TRUE(result(R"({"name":")" + longest + "\u00e4\"}").ends_with("it has more than 32 bytes"));
-    Arena arena;
-    EXPECT_EQ(instance_path(add_instance_path(arena, named, new_root(arena, named),
-                                              "/network-instances/network-instance[name=default]")),
-              "/network-instances/network-instance[name=DEFAULT]");
-}
-
-TEST(Documents, SecretsAreNeverShown) {
+TEST(Documents, SecretsAreNeverShownAndAreWiped) {
     std::string text = in_bgp(R"("peer-groups":{"peer-group":[{"peer-group-name":"g","config":{"auth-password":P}}]})");
     for (const std::string value : {"true", R"(["hunter2"])", R"("hunter2\u0001")", R"("hunter2","auth-password":1)"}) {
         std::string wrong = text;
@@ -461,22 +280,10 @@ TEST(Documents, SecretsAreNeverShown) {
         const std::string shown = written(document.root, {.syntax = syntax, .hide_secrets = true});
         EXPECT_TRUE(shown.find("********") != std::string::npos && shown.find("hunter2") == std::string::npos) << shown;
     }
-}
-
-TEST(Documents, PasswordsAreWipedAndNothingElse) {
-    Arena arena;
-    std::string text = in_bgp(R"("peer-groups":{"peer-group":[{"peer-group-name":"group","config":{"auth-password":)"
-                              R"("hunter2\u0041","description":"text"}}]})");
-    const Document document = read_document(arena, schema(), text, Syntax::json, {});
-    const auto leaf = [&](const char *name) {
-        const Node *config =
-            add_instance_path(arena, schema(), document.root,
-                              std::string(path_head) + "/peer-groups/peer-group[peer-group-name=group]/config");
-        return std::string(child(config, name)->value);
-    };
-    EXPECT_EQ(leaf("auth-password"), "hunter2A");
+    const Node *config = add_instance_path(
+        arena, schema(), document.root, std::string(path_head) + "/peer-groups/peer-group[peer-group-name=g]/config");
     arena.wipe();
-    EXPECT_EQ(leaf("auth-password") + leaf("description"), "text");
+    EXPECT_STREQ(child(config, "auth-password")->value, "");
 }
 
 TEST(Documents, MemoryOfOthersIsUsedFirst) {
@@ -540,45 +347,5 @@ TEST(Documents, TheSinkTakesLongPiecesAndReportsFaults) {
     EXPECT_THROW(write_document(sink, schema(), new_root(arena, schema()), {}), Unusable);
 }
 
-TEST(InstancePath, AddsNodesWithTheKeysGiven) {
-    const std::vector<std::pair<std::vector<std::string>, std::string_view>> rows = {
-        {{std::string(path_head), "network-instances/network-instance[name='DEFAULT']/protocols/protocol[name=\"core\"]"
-                                  "[oc-netinst:identifier = oc-pol-types:BGP]/bgp/global/"},
-         R"(BGP{"global":{}})"},
-        {{"/oc-netinst:network-instances/network-instance/protocols/protocol[identifier=openconfig-policy-types:BGP]",
-          "/network-instances/network-instance/protocols/protocol[identifier=BGP]",
-          "/network-instances/network-instance[name='a/]b']/config/name"},
-         R"({"openconfig-network-instance:network-instances":{"network-instance":[{"protocols":{"protocol":[{"identifier":)"
-         R"("openconfig-policy-types:BGP"}]}},{"name":"a/]b","config":{"name":null}}]}})"},
-        {{"/"}, "{}"},
-        {{"/network-instances/network-instance[name='it''s \"x\"']"},
-         R"({"openconfig-network-instance:network-instances":{"network-instance":[{"name":"it's \"x\""}]}})"},
-        {{"/vrfs/foo"}, "unknown-element /vrfs/foo: the models have no such node"},
-        {{"/vrfs[name=x]"}, "invalid-value /vrfs: only a list has keys"},
-        {{"/vrfs/vrf[nome=x]"}, "unknown-element /vrfs/vrf/nome: the list has no such key"},
-        {{"/vrfs/vrf[1]"}, "invalid-value /vrfs/vrf[1]: a '=' is expected at character 12 of the path"},
-        {{"/vrfs/vrf[vrf-name=\"x]"},
-         "invalid-value /vrfs/vrf[vrf-name=\"x]: a '\"' is expected at character 23 of the path"},
-        {{"/vrfs//vrf"}, "invalid-value /vrfs//vrf: a node's name is expected at character 7 of the path"},
-        {{"/network-instances/network-instance/protocols/protocol[identifier=FOO]"},
-         "invalid-value /network-instances/network-instance/protocols/protocol/identifier: 'FOO' is not of this leaf's "
-         "type: one of BGP, DIRECTLY_CONNECTED, IGMP, ISIS, LOCAL_AGGREGATE, OSPF, OSPF3, PIM, STATIC is expected"},
-    };
-    for (const auto &[paths, expected] : rows) {
-        Arena arena;
-        Node *root = new_root(arena, schema());
-        std::string found;
-        try {
-            for (const std::string &path : paths) {
-                add_instance_path(arena, schema(), root, path);
-            }
-            found = shortened(written(root, {}));
-        } catch (const Refused &refused) {
-            found = said(refused);
-        }
-        EXPECT_EQ(found, expected) << paths.front();
-    }
-}
-
 } // namespace
-} // namespace yfw
+} // namespace yfw::test

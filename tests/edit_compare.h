@@ -18,11 +18,6 @@ inline constexpr std::array presence_leaves{"/always-compare-med",
                                             "/use-multiple-paths/config/enabled",
                                             "/disable-metric-propagation"};
 
-inline std::map<std::string, Item> &no_children() {
-    static std::map<std::string, Item> none;
-    return none;
-}
-
 // Descends by the names of containers; null where there is nothing.
 inline Item *below(Item *item, std::initializer_list<const char *> names) {
     for (const char *name : names) {
@@ -43,9 +38,34 @@ inline Item &ensure_item(Item &item, std::initializer_list<const char *> names) 
     return *at;
 }
 
+inline std::map<std::string, Item> children_of(Item *item) {
+    return item == nullptr ? std::map<std::string, Item>() : item->children;
+}
+
+inline Item &ensure_entry(Item &item, const char *list, std::vector<std::string> keys) {
+    return add_item(item, Item{.schema = item.schema->child(list), .keys = std::move(keys)});
+}
+
+// The protocol entry of the default network instance.
+inline Item &ensure_own(Item &root, const std::vector<std::string> &keys) {
+    Item &instance =
+        ensure_entry(ensure_item(root, {"network-instances"}), "network-instance", {std::string(default_instance)});
+    return ensure_entry(ensure_item(instance, {"protocols"}), "protocol", keys);
+}
+
+inline Steps path_of(const Item &instance, const Item &protocol) {
+    return {"network-instances", step_of(instance), "protocols", step_of(protocol)};
+}
+
 inline std::string *as_of(Item &protocol) {
     Item *as = below(&protocol, {"bgp", "global", "config", "as"});
     return as == nullptr ? nullptr : &as->value;
+}
+
+inline void ensure_as(Item &protocol, const std::string &as) {
+    if (as_of(protocol) == nullptr) {
+        ensure_item(protocol, {"bgp", "global", "config", "as"}).value = as;
+    }
 }
 
 // Calls visit(network instance, protocol entry) for all there are.
@@ -92,37 +112,25 @@ inline bool normalise(Item &item) {
 // A protocol entry of BGP has an AS number while there is anything in it, and natively it is one for the entries of
 // that name in all network instances. before: what there was, or null.
 inline void complete_as(Item &root, Item *before) {
-    std::map<std::string, std::string> known; // by the protocol's step
+    std::map<std::vector<std::string>, std::string> known; // by the protocol's keys
     const auto learn = [&known](Item &, Item &protocol) {
         if (const std::string *as = as_of(protocol); as != nullptr) {
-            known.try_emplace(step_of(protocol), *as);
+            known.try_emplace(protocol.keys, *as);
         }
     };
     for_each_protocol(root, learn);
     if (before != nullptr) {
         for_each_protocol(*before, learn);
     }
-    const auto set_as = [](Item &protocol, const std::string &as) {
-        ensure_item(protocol, {"bgp", "global", "config", "as"}).value = as;
-    };
-    std::map<std::string, Item> used;
+    std::set<std::vector<std::string>> used;
     for_each_protocol(root, [&](Item &, Item &protocol) {
-        const auto found = known.find(step_of(protocol));
-        if (found != known.end() && as_of(protocol) == nullptr) {
-            set_as(protocol, found->second);
+        if (known.contains(protocol.keys)) {
+            ensure_as(protocol, known.at(protocol.keys));
+            used.insert(protocol.keys);
         }
-        used.try_emplace(step_of(protocol), Item{.schema = protocol.schema, .keys = protocol.keys});
     });
-    for (auto &[step, protocol] : used) {
-        if (known.contains(step)) {
-            const SchemaNode *list = protocol.schema->parent->parent;
-            Item &instance = add_item(*below(&root, {"network-instances"}),
-                                      Item{.schema = list, .keys = {std::string(default_instance)}});
-            Item &own = add_item(ensure_item(instance, {"protocols"}), protocol);
-            if (as_of(own) == nullptr) {
-                set_as(own, known.at(step));
-            }
-        }
+    for (const std::vector<std::string> &keys : used) {
+        ensure_as(ensure_own(root, keys), known.at(keys));
     }
 }
 
@@ -144,8 +152,7 @@ inline const Item *item_at(const Item &root, const Steps &path) {
 // Takes out protocol entries with an AS number and nothing else that the other tree does not have.
 inline void drop_bare_as(Item &root, const Item &other) {
     for_each_protocol(root, [&other](Item &instance, Item &protocol) {
-        const Steps path{"network-instances", step_of(instance), "protocols", step_of(protocol)};
-        if (has_as_alone(protocol) && item_at(other, path) == nullptr) {
+        if (has_as_alone(protocol) && item_at(other, path_of(instance, protocol)) == nullptr) {
             protocol.children.clear();
         }
     });
@@ -162,7 +169,7 @@ inline bool sets_value(const Item &item) {
 // its AS number. Takes those out of what is found.
 inline void drop_made_for_unset(Item &found, const Item &wanted, const Item &edit) {
     for_each_protocol(found, [&](Item &instance, Item &protocol) {
-        const Steps path{"network-instances", step_of(instance), "protocols", step_of(protocol)};
+        const Steps path = path_of(instance, protocol);
         const Item *edited = item_at(edit, path);
         if (instance.keys[0] != default_instance && has_as_alone(protocol) && item_at(wanted, path) == nullptr &&
             edited != nullptr && sets_value(*edited)) {
@@ -189,27 +196,22 @@ inline void imply_families(Item &one, Item &other) {
     if (instances[0] == nullptr || instances[1] == nullptr) {
         return;
     }
-    const Item *connections = below(instances[0], {"table-connections"});
-    const Item *others = below(instances[1], {"table-connections"});
-    std::array<Item *, 2> protocols{};
-    for (const auto &[step, connection] : connections == nullptr ? no_children() : connections->children) {
+    Item *others = below(instances[1], {"table-connections"});
+    for (const auto &[step, connection] : children_of(below(instances[0], {"table-connections"}))) {
         if (others == nullptr || others->child(step) == nullptr) {
             continue;
         }
+        std::array<Item *, 2> protocols{};
         for (std::size_t tree = 0; tree < 2; ++tree) {
             Item &list = ensure_item(*instances.at(tree), {"protocols"});
-            Item &protocol = add_item(list, Item{.schema = list.schema->child("protocol"), .keys = {"BGP", "default"}});
-            Item &families = ensure_item(protocol, {"bgp", "global", "afi-safis"});
-            Item &family = add_item(families, Item{.schema = families.schema->child("afi-safi"),
-                                                   .keys = {connection.keys.back() + "_UNICAST"}});
+            protocols.at(tree) = &ensure_entry(list, "protocol", {"BGP", "default"});
+            Item &families = ensure_item(*protocols.at(tree), {"bgp", "global", "afi-safis"});
+            Item &family = ensure_entry(families, "afi-safi", {connection.keys.back() + "_UNICAST"});
             ensure_item(family, {"config", "enabled"}).value = "true";
-            protocols.at(tree) = &protocol;
         }
-        const std::string *as = as_of(*protocols[0]) != nullptr ? as_of(*protocols[0]) : as_of(*protocols[1]);
-        for (Item *protocol : protocols) {
-            if (as != nullptr && as_of(*protocol) == nullptr) {
-                ensure_item(*protocol, {"bgp", "global", "config", "as"}).value = *as;
-            }
+        if (const std::string *as = as_of(*protocols[as_of(*protocols[0]) == nullptr ? 1 : 0]); as != nullptr) {
+            ensure_as(*protocols[0], *as);
+            ensure_as(*protocols[1], *as);
         }
     }
 }
@@ -293,6 +295,17 @@ inline bool is_at_or_below(const Steps &path, const Steps &above) {
     return path.size() >= above.size() && std::equal(above.begin(), above.end(), path.begin(), same_step);
 }
 
+// Leaves what lies at or below a path, and the way there.
+inline bool cut(Item &item, const Steps &path, std::size_t level = 0) {
+    if (level < path.size()) {
+        for (auto child = item.children.begin(); child != item.children.end();) {
+            const bool stays = same_step(child->first, path[level]) && cut(child->second, path, level + 1);
+            child = stays ? std::next(child) : item.children.erase(child);
+        }
+    }
+    return level == path.size() || !item.children.empty();
+}
+
 // Paths that an edit has told of.
 struct Reports {
     static constexpr std::size_t fewest_steps = 3; // of what is said of everything nobody learns anything
@@ -325,7 +338,8 @@ inline Reports with_consequences(Reports reports, Item &before, Item &wanted) {
     for_each_protocol(before, [&](Item &instance, Item &protocol) {
         const bool is_default = instance.keys[0] == default_instance;
         const std::string in = step_of(instance);
-        const Steps path{"network-instances", in, "protocols", step_of(protocol), "bgp", "global", "config", "as"};
+        Steps path = path_of(instance, protocol);
+        path.insert(path.end(), {"bgp", "global", "config", "as"});
         if (as_of(protocol) != nullptr && !left.contains(in + step_of(protocol)) && reports.excuse(path)) {
             more.push_back({path[0], is_default ? "network-instance" : in, path[2], path[3]});
         }
@@ -338,7 +352,9 @@ inline Reports with_consequences(Reports reports, Item &before, Item &wanted) {
     };
     for (Item *tree : {&before, &wanted}) {
         for_each_protocol(*tree, [&](Item &instance, Item &protocol) {
-            implied({"network-instances", step_of(instance), "protocols", step_of(protocol), "bgp"}, step_of(protocol));
+            Steps path = path_of(instance, protocol);
+            path.emplace_back("bgp");
+            implied(path, path[3]);
         });
     }
     for (const char *family : {"IPV4", "IPV6"}) {

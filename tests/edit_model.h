@@ -3,17 +3,12 @@
 #pragma once
 
 #include "documents/reader.h"
-#include "documents/writer.h"
-#include "model/tree.h"
+#include "scratch.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <map>
 #include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace yfw::test {
 
@@ -61,6 +56,13 @@ inline bool is_key_copy(const SchemaNode &leaf) {
     const SchemaNode *entry = leaf.is_inner() || leaf.is_key ? nullptr : leaf.parent->parent;
     const SchemaNode *key = entry == nullptr || leaf.parent->name != "config" ? nullptr : entry->child(leaf.name);
     return key != nullptr && key->is_key;
+}
+
+// The key of the entry that a leaf repeats.
+inline std::string key_of(const Item &entry, const SchemaNode &leaf) {
+    const auto &keys = entry.schema->keys;
+    const auto key = std::find_if(keys.begin(), keys.end(), [&](const auto *one) { return one->name == leaf.name; });
+    return key == keys.end() ? "" : entry.keys[static_cast<std::size_t>(key - keys.begin())];
 }
 
 // The configuration in what the framework has read; state is left out.
@@ -112,24 +114,20 @@ inline void add_nodes(Arena &arena, Node *parent, const Item &item, const std::s
 }
 
 // The document of a tree, with its operations. default_name: what it calls the default network instance.
-inline std::string print(const Schema &schema, const Item &root, Syntax syntax, bool pretty = false,
+inline std::string print(const Schema &schema, const Item &root, Syntax syntax,
                          const std::string &default_name = std::string(default_instance)) {
     Arena arena;
     Node *nodes = new_root(arena, schema);
     add_nodes(arena, nodes, root, default_name);
-    std::string text;
-    Sink sink(text);
-    write_document(sink, schema, nodes,
-                   {.syntax = syntax, .operations = true, .explicit_merge = true, .pretty = pretty});
-    return text;
+    return document_of(schema, nodes, {.syntax = syntax, .explicit_merge = true});
 }
 
 using Steps = std::vector<std::string>;
 
-inline std::string joined(const Steps &steps) {
+inline std::string joined(const Steps &steps, const char *before = "/") {
     std::string path;
     for (const std::string &step : steps) {
-        path += '/' + step;
+        path += before + step;
     }
     return path;
 }

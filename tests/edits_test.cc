@@ -2,11 +2,8 @@
 // begin. Each sequence of edits has a seed of its own; that of a sequence with a failure is printed, and
 // YFW_RANDOM_SEED of that value with YFW_RANDOM_EDITS=1 plays the sequence again. Of each kind of failure the first is
 // shown, its edit cut down to what fails still; YFW_RANDOM_SHOWN says of how many kinds.
-#include "base/error.h"
 #include "edit_generator.h"
-#include "engine.h"
-#include "store/password_key.h"
-#include "store_fixture.h"
+#include "engine_fixture.h"
 
 #include <iostream>
 #include <random>
@@ -44,32 +41,8 @@ struct Outcome {
     std::vector<std::string> told; // what the edit said, as it said it
 };
 
-// All that an edit tells of: the only place that knows what the engine's result looks like.
-template <typename Result>
-std::vector<std::string> told_by(const Result &result) {
-    std::vector<std::string> told = result.unknown;
-    const auto add = [&told](const auto &paths) { told.insert(told.end(), paths.begin(), paths.end()); };
-    if constexpr (requires { result.walk; }) {
-        add(result.walk.not_mapped);
-        add(result.walk.notes);
-    } else {
-        add(result.not_mapped);
-        for (const auto &note : result.notes) {
-            told.push_back(note.path + ": " + note.text);
-        }
-    }
-    return told;
-}
-
-class RandomEdits : public testing::Test {
+class RandomEdits : public EngineTest {
   protected:
-    using Records = std::vector<std::pair<std::string, std::string>>;
-
-    static Engine &engine() {
-        static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
-        return shared;
-    }
-
     void TearDown() override {
         std::cout << "seed " << first_seed_ << ": " << done_ << " edits done, " << refused_ << " refused\n";
         for (const auto &[reason, count] : reasons_) {
@@ -80,17 +53,13 @@ class RandomEdits : public testing::Test {
         }
     }
 
-    Item read(const Transaction &transaction, bool state = false, const std::vector<std::string> &paths = {}) const {
-        return item_of(engine().read(paths, state, transaction).openconfig());
-    }
-
     Outcome run(const RandomEdit &edit, Transaction &transaction) const {
         Outcome outcome;
         EditOptions options;
         options.default_operation = edit.default_operation;
-        std::string text = print(engine().schema(), edit.document, edit.syntax, false, edit.default_name);
+        std::string text = print(schema(), edit.document, edit.syntax, edit.default_name);
         try {
-            outcome.told = told_by(engine().edit(text, edit.syntax, options, transaction));
+            outcome.told = reports_of(engine().edit(text, edit.syntax, options, transaction));
             outcome.after = read(transaction);
         } catch (const Refused &refused) {
             outcome.refused = refused;
@@ -166,46 +135,15 @@ class RandomEdits : public testing::Test {
     }
 
     // Takes out of a failing edit what it fails without.
-    void shrink(RandomEdit &edit, const Item &stored, const Records &records) {
-        for (bool smaller = true; smaller;) {
-            smaller = false;
-            std::vector<std::vector<std::string>> ways;
-            Steps way;
-            list_steps(edit.document, way, ways);
-            for (const Steps &one : ways) {
-                RandomEdit candidate = edit;
-                take_out(candidate.document, one);
-                Transaction transaction = store_.begin(Access::write);
-                restore(transaction, records);
-                const Outcome outcome = run(candidate, transaction);
-                if (!judge(candidate, stored, outcome).empty()) {
-                    edit = std::move(candidate);
-                    smaller = true;
-                    break;
-                }
+    template <typename Fails>
+    static void shrink(Item &item, const Fails &fails) {
+        const auto all = item.children;
+        for (const auto &[step, child] : all) {
+            item.children.erase(step);
+            if (!fails()) {
+                shrink(item.children.emplace(step, child).first->second, fails);
             }
         }
-    }
-    static void restore(Transaction &transaction, const Records &records) {
-        transaction.erase_all(root_key);
-        for (const auto &[key, bytes] : records) {
-            transaction.put(key, bytes);
-        }
-    }
-    static void list_steps(const Item &item, Steps &way, std::vector<Steps> &into) {
-        for (const auto &[step, child] : item.children) {
-            way.push_back(step);
-            into.push_back(way);
-            list_steps(child, way, into);
-            way.pop_back();
-        }
-    }
-    static void take_out(Item &root, const Steps &way) {
-        Item *at = &root;
-        for (std::size_t level = 0; level + 1 < way.size(); ++level) {
-            at = &at->children.at(way[level]);
-        }
-        at->children.erase(way.back());
     }
 
     // Counts a failure. True when it is the first of its kind, and to be shown.
@@ -215,27 +153,33 @@ class RandomEdits : public testing::Test {
             property + ": " + (!what_.empty() ? what_ : reason_ + " (" + what.substr(0, what.find(':')) + ')');
         return ++kinds_[kind] == 1 && kinds_.size() <= number_from("YFW_RANDOM_SHOWN", kinds_shown);
     }
-    void fail(const std::string &property, const RandomEdit &edit, const Item &stored, const std::string &what) {
-        if (is_new(property, what)) {
-            show(property, edit, stored, what);
+    void check(const std::string &property, const RandomEdit &edit, const Item &stored, const std::string &wrong) {
+        if (!wrong.empty() && is_new(property, wrong)) {
+            show(property, edit, stored, wrong);
         }
+    }
+    // An edit of what is stored, or of nothing, that leaves what is stored now.
+    void check_leaves_stored(const std::string &property, const RandomEdit &edit, bool from_nothing) {
+        Transaction transaction = store_.begin(Access::write);
+        if (from_nothing) {
+            transaction.erase_all(root_key);
+        }
+        const Outcome outcome = run(edit, transaction);
+        what_.clear();
+        reason_ = outcome.refused ? outcome.refused->what() : "";
+        const Reports none;
+        const std::string wrong =
+            outcome.refused
+                ? "refused: " + outcome.refused->path() + ": " + outcome.refused->what() + '\n'
+                : differences(comparable(stored_), comparable(outcome.after), from_nothing ? outcome.reports : none);
+        check(property, edit, from_nothing ? Item{.schema = stored_.schema} : stored_, wrong);
     }
     void show(const std::string &property, const RandomEdit &edit, const Item &stored, const std::string &what) const {
         constexpr std::array defaults{"merge", "replace", "none"};
         ADD_FAILURE() << property << ", seed " << seed_ << ", edit " << number_ << ", default operation "
                       << defaults.at(static_cast<std::size_t>(edit.default_operation)) << '\n'
-                      << what << "stored: " << print(engine().schema(), stored, Syntax::json)
-                      << "edit: " << print(engine().schema(), edit.document, edit.syntax, false, edit.default_name);
-    }
-
-    Records records() const {
-        const Transaction transaction = store_.begin(Access::read);
-        Records all;
-        Cursor cursor(transaction);
-        for (bool found = cursor.seek(root_key); found; found = cursor.next()) {
-            all.emplace_back(cursor.key(), cursor.bytes());
-        }
-        return all;
+                      << what << "stored: " << print(schema(), stored, Syntax::json)
+                      << "edit: " << print(schema(), edit.document, edit.syntax, edit.default_name);
     }
 
     // Makes the edit and, when judged, holds it against the model. False when it was refused.
@@ -263,11 +207,16 @@ class RandomEdits : public testing::Test {
         const std::string property = "what an edit says";
         if (judged && !wrong.empty() && is_new(property, wrong)) {
             RandomEdit smallest = edit;
-            shrink(smallest, before, records_before);
-            Transaction transaction = store_.begin(Access::write);
-            restore(transaction, records_before);
-            outcome = run(smallest, transaction);
-            std::string all = judge(smallest, before, outcome);
+            std::string all;
+            const auto fails = [&] {
+                Transaction transaction = store_.begin(Access::write);
+                test::restore(transaction, records_before);
+                outcome = run(smallest, transaction);
+                all = judge(smallest, before, outcome);
+                return !all.empty();
+            };
+            shrink(smallest.document, fails);
+            fails();
             for (const std::string &line : outcome.told) {
                 all += "told: " + line + '\n';
             }
@@ -279,14 +228,9 @@ class RandomEdits : public testing::Test {
     void begin_sequence(std::uint64_t seed) {
         seed_ = seed;
         number_ = 0;
-        clear();
+        restore({});
         stored_ = read(store_.begin(Access::read));
         generator_.instance = seed % 2 == 0 ? "core" : "default";
-    }
-    void clear() {
-        Transaction transaction = store_.begin(Access::write);
-        transaction.erase_all(root_key);
-        transaction.commit();
     }
     // Calls after(bytes, edit) after each edit that was made.
     template <typename After>
@@ -317,10 +261,7 @@ class RandomEdits : public testing::Test {
     std::string reason_, what_;
     std::map<std::string, std::size_t> reasons_, kinds_;
     Item stored_;
-    ScratchDirectory directory_;
-    Store store_{directory_ / "db", engine().schema(), Access::write, {std::size_t{256} << 20U, {}}};
-    PasswordKey key_{directory_ / "db/key", true};
-    EditGenerator generator_{engine().schema(), engine().mapping().description()};
+    EditGenerator generator_{schema(), engine().mapping().description()};
 };
 
 TEST_F(RandomEdits, DoWhatTheySay) {
@@ -335,36 +276,17 @@ bool has_operation(const Item &item, std::initializer_list<Operation> operations
 
 TEST_F(RandomEdits, TwiceIsTheSameAsOnce) {
     play([this](fuzz::Bytes &, const RandomEdit &edit) {
-        if (edit.default_operation == DefaultOperation::none ||
-            has_operation(edit.document, {Operation::create, Operation::erase})) {
-            return;
-        }
-        Transaction transaction = store_.begin(Access::write);
-        const Outcome outcome = run(edit, transaction);
-        what_.clear();
-        reason_ = outcome.refused ? outcome.refused->what() : "";
-        const std::string wrong = outcome.refused ? std::string("refused: ") + outcome.refused->what() + '\n'
-                                                  : differences(comparable(stored_), comparable(outcome.after));
-        if (!wrong.empty()) {
-            fail("the same edit again", edit, stored_, wrong);
+        if (edit.default_operation != DefaultOperation::none &&
+            !has_operation(edit.document, {Operation::create, Operation::erase})) {
+            check_leaves_stored("the same edit again", edit, false);
         }
     });
 }
 
 TEST_F(RandomEdits, ABackupRestores) {
     play([this](fuzz::Bytes &bytes, const RandomEdit &) {
-        Transaction transaction = store_.begin(Access::write);
-        transaction.erase_all(root_key);
-        const RandomEdit backup{.document = stored_, .syntax = bytes.one_in(2) ? Syntax::xml : Syntax::json};
-        const Outcome outcome = run(backup, transaction);
-        what_.clear();
-        reason_ = outcome.refused ? outcome.refused->what() : "";
-        const std::string wrong = outcome.refused
-                                      ? "refused: " + outcome.refused->path() + ": " + outcome.refused->what() + '\n'
-                                      : differences(comparable(stored_), comparable(outcome.after), outcome.reports);
-        if (!wrong.empty()) {
-            fail("a backup that is restored", backup, Item{.schema = stored_.schema}, wrong);
-        }
+        const Syntax syntax = bytes.one_in(2) ? Syntax::xml : Syntax::json;
+        check_leaves_stored("a backup that is restored", {.document = stored_, .syntax = syntax}, true);
     });
 }
 
@@ -372,24 +294,10 @@ TEST_F(RandomEdits, AReplaceBySomeOfItLeavesThat) {
     play([this](fuzz::Bytes &bytes, const RandomEdit &) {
         const RandomEdit edit = generator_.replace_by_subset(bytes, stored_);
         Transaction transaction = store_.begin(Access::write);
-        const Outcome outcome = run(edit, transaction);
         reason_.clear();
         what_.clear();
-        if (const std::string wrong = judge(edit, stored_, outcome); !wrong.empty()) {
-            fail("a replace by a subset", edit, stored_, wrong);
-        }
+        check("a replace by a subset", edit, stored_, judge(edit, stored_, run(edit, transaction)));
     });
-}
-
-// Leaves what lies at or below a path, and the way there.
-bool cut(Item &item, const Steps &path, std::size_t level) {
-    if (level < path.size()) {
-        for (auto child = item.children.begin(); child != item.children.end();) {
-            const bool stays = same_step(child->first, path[level]) && cut(child->second, path, level + 1);
-            child = stays ? std::next(child) : item.children.erase(child);
-        }
-    }
-    return level == path.size() || !item.children.empty();
 }
 
 TEST_F(RandomEdits, ReadsAgree) {
@@ -403,12 +311,12 @@ TEST_F(RandomEdits, ReadsAgree) {
             }
             Item wanted = stored_;
             normalise(wanted);
-            cut(wanted, parse_path(path), 0);
+            cut(wanted, parse_path(path));
             try {
                 for (const bool state : {false, true}) {
                     Item found = read(transaction, state, {path});
                     normalise(found);
-                    cut(found, parse_path(path), 0);
+                    cut(found, parse_path(path));
                     const std::string differing = differences(wanted, found);
                     if (!differing.empty()) {
                         wrong.append(path).append(state ? " with state:\n" : ":\n").append(differing);
@@ -419,9 +327,7 @@ TEST_F(RandomEdits, ReadsAgree) {
                 wrong = path + " is refused: " + refused.what() + '\n';
             }
         }
-        if (!wrong.empty()) {
-            fail("reads that differ", edit, stored_, wrong);
-        }
+        check("reads that differ", edit, stored_, wrong);
     });
 }
 

@@ -27,8 +27,6 @@ class Fault {
     Fault(const Fault &) = delete;
     Fault &operator=(const Fault &) = delete;
 
-    [[nodiscard]] bool struck() const { return struck_; }
-
     static bool strikes(FaultPoint point) {
         if (armed_ == nullptr || armed_->struck_) {
             return false;
@@ -108,11 +106,16 @@ void operator delete[](void *memory, std::size_t) noexcept {
     std::free(memory);
 }
 
-#define FAULT_BEFORE(point, failed, type, name, parameters, ...)                                                       \
+// A function before the library's of that name, whose result is what "before" makes of next's.
+#define CALL_BEFORE(type, name, parameters, arguments, before)                                                         \
     type name parameters {                                                                                             \
         static const auto next = yfw::test::behind(&name, #name);                                                      \
-        return Fault::strikes(FaultPoint::point) ? (failed) : next(__VA_ARGS__);                                       \
+        before next arguments;                                                                                         \
     }
+#define STORE_CALL(name, parameters, arguments)                                                                        \
+    CALL_BEFORE(int, name, parameters, arguments, return Fault::strikes(FaultPoint::store_call) ? EIO :)
+#define SYSDB_CALL(name, parameters, arguments)                                                                        \
+    CALL_BEFORE(cerrno, name, parameters, arguments, const Fault::SystemDatabaseCall call; return )
 
 extern "C" {
 
@@ -129,21 +132,20 @@ void *vnos_named_calloc_(uint64_t count, uint64_t size, const char *tag, int res
     return next(count, size, tag, reserved);
 }
 
-FAULT_BEFORE(store_call, EIO, int, mdb_txn_begin, (MDB_env * env, MDB_txn *parent, unsigned flags, MDB_txn **txn), env,
-             parent, flags, txn)
-FAULT_BEFORE(store_call, EIO, int, mdb_dbi_open, (MDB_txn * txn, const char *name, unsigned flags, MDB_dbi *dbi), txn,
-             name, flags, dbi)
-FAULT_BEFORE(store_call, EIO, int, mdb_stat, (MDB_txn * txn, MDB_dbi dbi, MDB_stat *stat), txn, dbi, stat)
-FAULT_BEFORE(store_call, EIO, int, mdb_get, (MDB_txn * txn, MDB_dbi dbi, MDB_val *key, MDB_val *data), txn, dbi, key,
-             data)
-FAULT_BEFORE(store_call, EIO, int, mdb_put, (MDB_txn * txn, MDB_dbi dbi, MDB_val *key, MDB_val *data, unsigned flags),
-             txn, dbi, key, data, flags)
-FAULT_BEFORE(store_call, EIO, int, mdb_del, (MDB_txn * txn, MDB_dbi dbi, MDB_val *key, MDB_val *data), txn, dbi, key,
-             data)
-FAULT_BEFORE(store_call, EIO, int, mdb_cursor_open, (MDB_txn * txn, MDB_dbi dbi, MDB_cursor **cursor), txn, dbi, cursor)
-FAULT_BEFORE(store_call, EIO, int, mdb_cursor_get,
-             (MDB_cursor * cursor, MDB_val *key, MDB_val *data, MDB_cursor_op operation), cursor, key, data, operation)
-FAULT_BEFORE(store_call, EIO, int, mdb_cursor_del, (MDB_cursor * cursor, unsigned flags), cursor, flags)
+// clang-format off
+STORE_CALL(mdb_txn_begin, (MDB_env *a, MDB_txn *b, unsigned c, MDB_txn **d), (a, b, c, d))
+STORE_CALL(mdb_dbi_open, (MDB_txn *a, const char *b, unsigned c, MDB_dbi *d), (a, b, c, d))
+STORE_CALL(mdb_stat, (MDB_txn *a, MDB_dbi b, MDB_stat *c), (a, b, c))
+STORE_CALL(mdb_get, (MDB_txn *a, MDB_dbi b, MDB_val *c, MDB_val *d), (a, b, c, d))
+STORE_CALL(mdb_put, (MDB_txn *a, MDB_dbi b, MDB_val *c, MDB_val *d, unsigned e), (a, b, c, d, e))
+STORE_CALL(mdb_del, (MDB_txn *a, MDB_dbi b, MDB_val *c, MDB_val *d), (a, b, c, d))
+STORE_CALL(mdb_cursor_open, (MDB_txn *a, MDB_dbi b, MDB_cursor **c), (a, b, c))
+STORE_CALL(mdb_cursor_get, (MDB_cursor *a, MDB_val *b, MDB_val *c, MDB_cursor_op d), (a, b, c, d))
+STORE_CALL(mdb_cursor_del, (MDB_cursor *a, unsigned b), (a, b))
+SYSDB_CALL(sysdb_item_get, (sysdb_connid_t a, const char *b, void **c, size_t *d), (a, b, c, d))
+SYSDB_CALL(sysdb_list, (sysdb_connid_t a, const char *b, const char *c, sysdb_list_t **d), (a, b, c, d))
+SYSDB_CALL(sysdb_find_data, (sysdb_connid_t a, const char *b, const char *c, uint32_t d, sysdb_datalist_t **e), (a, b, c, d, e))
+// clang-format on
 
 int mdb_txn_commit(MDB_txn *txn) {
     static const auto next = yfw::test::behind(&mdb_txn_commit, "mdb_txn_commit");
@@ -153,26 +155,8 @@ int mdb_txn_commit(MDB_txn *txn) {
     mdb_txn_abort(txn); // as a commit that fails does
     return EIO;
 }
-
-cerrno sysdb_item_get(sysdb_connid_t connection, const char *path, void **value, size_t *size) {
-    static const auto next = yfw::test::behind(&sysdb_item_get, "sysdb_item_get");
-    const Fault::SystemDatabaseCall call;
-    return next(connection, path, value, size);
 }
 
-cerrno sysdb_list(sysdb_connid_t connection, const char *path, const char *filter, sysdb_list_t **list) {
-    static const auto next = reinterpret_cast<cerrno (*)(sysdb_connid_t, const char *, const char *, sysdb_list_t **)>(
-        dlsym(RTLD_NEXT, "sysdb_list"));
-    const Fault::SystemDatabaseCall call;
-    return next(connection, path, filter, list);
-}
-
-cerrno sysdb_find_data(sysdb_connid_t connection, const char *pattern, const char *match, uint32_t mode,
-                       sysdb_datalist_t **list) {
-    static const auto next = yfw::test::behind(&sysdb_find_data, "sysdb_find_data");
-    const Fault::SystemDatabaseCall call;
-    return next(connection, pattern, match, mode, list);
-}
-}
-
-#undef FAULT_BEFORE
+#undef CALL_BEFORE
+#undef STORE_CALL
+#undef SYSDB_CALL

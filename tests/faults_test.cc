@@ -1,79 +1,27 @@
 // Every allocation, store call and system-database call of a request fails in turn. What comes of it is a refusal, and
 // the store is as it was, or the whole result: never a crash, a leak or half an edit.
+#include "engine_fixture.h"
 #include "fault_points.h"
 
-#include "base/error.h"
-#include "base/memory.h"
-#include "engine.h"
-#include "model/instance_path.h"
-#include "sample_values.h"
-#include "store/password_key.h"
-#include "store_fixture.h"
-
 #include <functional>
-#include <optional>
 
 namespace yfw::test {
 namespace {
 
-using Records = std::vector<std::pair<std::string, std::string>>;
-
-class Faults : public testing::Test {
+class Faults : public EngineTest {
   protected:
-    static Engine &engine() {
-        static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
-        return shared;
-    }
-    static const Schema &schema() { return engine().schema(); }
-
-    Records records() const {
-        Records found;
-        found.reserve(256);
-        const Transaction transaction = store_.begin(Access::read);
-        Cursor cursor(transaction);
-        for (bool more = cursor.seek(root_key); more && cursor.key().starts_with(root_key); more = cursor.next()) {
-            found.emplace_back(cursor.key(), cursor.bytes());
-        }
-        return found;
-    }
-
-    void restore(const Records &records) const {
-        Transaction transaction = store_.begin(Access::write);
-        transaction.erase_all(root_key);
-        for (const auto &[key, bytes] : records) {
-            transaction.put(key, bytes);
-        }
-        transaction.commit();
-    }
-
-    static std::string printed(const Node *root) {
-        return document_of(schema(), root, {.hide_secrets = true}); // enciphered in another way each time
-    }
-
     std::string stored() const {
         Arena arena;
         Node *found = new_root(arena, schema());
         const Transaction transaction = store_.begin(Access::read);
         transaction.fetch(arena, make_tree(arena, schema(), "/bgp\n/vrfs"), found);
-        return printed(found);
-    }
-
-    // Commits an edit, last of all; the native edit and what was reported.
-    std::string edit(std::string document) const {
-        Transaction transaction = store_.begin(Access::write);
-        const EditResult result = engine().edit(document, Syntax::json, {}, transaction);
-        std::string text = printed(result.native());
-        for (const std::string &path : result.not_mapped) {
-            text += "not mapped: " + path + '\n';
-        }
-        transaction.commit();
-        return text;
+        return document_of(schema(), found, {.hide_secrets = true});
     }
 
     std::string read() const {
         const Transaction transaction = store_.begin(Access::read);
         const Engine::ReadResult result = engine().read({}, true, transaction);
-        std::string text = printed(result.openconfig());
+        std::string text = document_of(schema(), result.openconfig(), {.hide_secrets = true});
         for (const std::string &note : result.notes) {
             text += note + '\n';
         }
@@ -86,13 +34,7 @@ class Faults : public testing::Test {
         Arena arena;
         Node *root = new_root(arena, schema());
         for (const SchemaNode *schema_node : nodes) {
-            Node *node =
-                add_instance_path(arena, schema(), root, sample_instance(schema(), *schema_node, network_instance));
-            if (schema_node->kind == NodeKind::leaf_list) {
-                node = ensure_value(arena, node->up(), *schema_node, sample_value(schema(), *schema_node));
-            } else if (!schema_node->is_inner()) {
-                set_value(arena, node, sample_value(schema(), *schema_node));
-            }
+            Node *node = add_sample(arena, root, *schema_node, network_instance);
             if (operation != YFW_OP_NONE) {
                 node->set_operation(operation);
             }
@@ -109,11 +51,9 @@ class Faults : public testing::Test {
     std::vector<const SchemaNode *> leaves(const std::string &network_instance) const {
         const Records before = records();
         std::vector<const SchemaNode *> found;
-        for (const MappingEntry &entry : engine().mapping().description().entries) {
-            const SchemaNode &leaf = *schema().find(entry.path);
-            const bool is_key = leaf.is_key || engine().mapping().repeats_key(leaf); // not to be deleted
-            if (leaf.is_inner() || is_key || !leaf.config || !leaf.path.starts_with("/network-instances")) {
-                continue;
+        for_each_leaf([&](const SchemaNode &leaf) {
+            if (leaf.is_key || engine().mapping().repeats_key(leaf)) { // not to be deleted
+                return;
             }
             try {
                 edit(document(std::vector{&leaf}, network_instance));
@@ -121,7 +61,7 @@ class Faults : public testing::Test {
             } catch (const Refused &) {
                 restore(before);
             }
-        }
+        });
         restore(before);
         return found;
     }
@@ -189,10 +129,6 @@ class Faults : public testing::Test {
     void fail_edit(const std::string &name, const std::string &text) {
         fail_all(name, [&] { return edit(text); });
     }
-
-    ScratchDirectory scratch_;
-    Store store_{scratch_ / "db", schema(), Access::write};
-    PasswordKey key_{scratch_ / "db/key", true};
 };
 
 TEST_F(Faults, LeaveTheOldStateOrTheNew) {

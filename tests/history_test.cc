@@ -89,7 +89,7 @@ TEST_F(History, LeadsBackToEachStateAndTellsAllThatDiffers) {
         Transaction transaction = store.begin(Access::write);
         const Item stored = item_of(engine().read({}, false, transaction).openconfig());
         const RandomEdit edit = i % 4 == 0 ? generator.settings(bytes, stored, 12) : generator.edit(bytes, stored);
-        std::string text = print(engine().schema(), edit.document, edit.syntax, false, edit.default_name);
+        std::string text = print(engine().schema(), edit.document, edit.syntax, edit.default_name);
         try {
             (void)engine().edit(text, edit.syntax, {.default_operation = edit.default_operation}, transaction);
         } catch (const Refused &) {

@@ -1,16 +1,14 @@
-#include <algorithm>
-#include <cstddef>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <memory>
-#include <set>
-#include <string>
-#include <string_view>
-#include <vector>
+// The models: they load, the cut of OpenConfig is that of the published release, the types of the native ones.
+#include "scratch.h"
 
 #include <gtest/gtest.h>
 #include <libyang/libyang.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <set>
 
 namespace {
 
@@ -178,9 +176,7 @@ TEST(Models, AsHalvesStandInReadingOrder) {
 TEST(Models, TypesTakeWhatIsWrittenAndRefuseNonsense) {
     const std::string as = "/Tarn-KEL-VN-ipv4-bgp-cfg:bgp/instance/instance-as/four-byte-as";
     const std::string neighbor = as + "/default-vrf/bgp-entity/neighbors/neighbor";
-    const std::string group = as + "/default-vrf/bgp-entity/neighbor-groups/neighbor-group";
     const std::string open = "/openconfig-network-instance:network-instances/network-instance";
-    const std::string rd = "/Tarn-KEL-VN-ipv4-bgp-cfg:vrfs/vrf/bgp-global/route-distinguisher";
     const struct {
         std::string path;
         std::vector<std::string> accepted;
@@ -190,29 +186,15 @@ TEST(Models, TypesTakeWhatIsWrittenAndRefuseNonsense) {
          {"c", std::string(32, 'n')},
          {"", std::string(33, 'n'), "a/b", "a b", "a\tb"}},
         {"/Tarn-KEL-VN-ipv4-bgp-cfg:bgp/instance/instance-as/as", {"0", "65535"}, {"65536", "-1"}},
-        {as + "/as", {"4294967295"}, {"4294967296", "1.1"}},
-        {as + "/bgp-running", {""}, {"true"}},
-        {as + "/default-vrf/global/confederation-peer-ases/confederation-peer-as/as-yy", {"4294967295"}, {"-1"}},
-        {as + "/default-vrf/global/graceful-restart-purge-time", {"0", "600"}, {"65536"}},
         {as + "/default-vrf/global/global-afs/global-af/af-name",
          {"l2vpn-mspw", "all-address-family"},
          {"IPV4_UNICAST", "0x0/"}},
-        {as + "/vrfs/vrf/vrf-global/vrf-global-afs/vrf-global-af/ebgp/paths-value", {"1"}, {"0"}},
         {neighbor + "/neighbor-address", {"10.0.0.1", "2001:DB8::1"}, {"10.999.0.1", "fe80::1%eth0", "core1"}},
-        {neighbor + "/remote-as/as-xx", {"65535"}, {"65536"}},
         {neighbor + "/timers/hold-time",
          {"0", "3", "90", "90.0", "90.00", "65535.0"},
          {"1", "2", "2.0", "90.25", "65536", "65536.0", "-90", "01.0"}},
         {neighbor + "/timers/keepalive-interval", {"1", "30.0"}, {"0.5", "70000"}},
         {neighbor + "/advertisement-interval/minimum-interval-msecs", {"5", "050", "000"}, {"1000", ""}},
-        {neighbor + "/tcpmtu-discovery", {"1", "2"}, {"0", "3", "true"}},
-        {neighbor + "/neighbor-cluster-id/cluster-id-address", {"10.0.0.1"}, {"100", "2001:db8::1"}},
-        {neighbor + "/ebgp-multihop/max-hop-count", {"1", "255"}, {"0", "256"}},
-        {neighbor + "/neighbor-afs/neighbor-af/multipath", {""}, {"true"}},
-        {group + "/bfd-enable-modes", {"default", "strict", "disable"}, {"true"}},
-        {group + "/neighbor-group-afs/neighbor-group-af/maximum-prefixes/warning-percentage", {"100"}, {"101"}},
-        {rd + "/as", {"4294967295"}, {"4294967296"}},
-        {rd + "/address-index", {"65535"}, {"65536"}},
         {open + "/protocols/protocol/bgp/neighbors/neighbor/neighbor-address",
          {"0.0.0.0", "255.250.199.9", "::", "::1", "fe80::", "1:2:3:4:5:6:7:8", "1:2:3:4:5:6:7::", "1::3:4:5:6:7:8"},
          {"", "1.2.3", "1.2.3.256", "01.2.3.4", "1:2:3:4:5:6:7", ":::", "1::2::3", "1:2:3:4::5:6:7:8", "12345::"}},

@@ -5,28 +5,17 @@
 #include "boundary/log.h"
 #include "model/instance_path.h"
 #include "model/path_text.h"
-#include "model/tree.h"
 #include "model/trees.h"
+#include "store_fixture.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-namespace yfw {
+namespace yfw::test {
 namespace {
 
-using Rows = std::vector<std::pair<std::string_view, std::string_view>>;
-
 const Schema &schema() {
-    static const Schema loaded({YFW_MODELS_DIR});
-    return loaded;
+    return project_schema();
 }
 
-// The key as it is printed.
+// The end of the path as it is printed.
 constexpr std::pair<std::string_view, std::string_view> printed_values[] = {
     {"core", "core"},
     {"2001:db8::1", "2001:db8::1"},
@@ -44,6 +33,7 @@ constexpr std::pair<std::string_view, std::string_view> printed_values[] = {
     {"a=b", "a=b"},
     {"'", "\"'\""},
     {"\"", "'\"'"},
+    {"*", "\"*\""},
 };
 
 // The path of a node as it is printed leads to it.
@@ -99,8 +89,50 @@ TEST(InstancePath, KeysOfPlugInsEndWhereThePathGoesOn) {
     }
 }
 
+TEST(InstancePath, AddsNodesWithTheKeysGiven) {
+    const std::string head = R"({"openconfig-network-instance:network-instances":{"network-instance":[)";
+    const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
+        {{"/network-instances/network-instance[name=DEFAULT]/protocols/protocol[identifier=BGP][name=core]",
+          "network-instances/network-instance[name='DEFAULT']/protocols/protocol[name=\"core\"]"
+          "[oc-netinst:identifier = oc-pol-types:BGP]/bgp/global/"},
+         head + R"({"name":"DEFAULT","protocols":{"protocol":[{"identifier":"openconfig-policy-types:BGP",)"
+                R"("name":"core","bgp":{"global":{}}}]}}]}})"},
+        {{"/oc-netinst:network-instances/network-instance/protocols/protocol[identifier=openconfig-policy-types:BGP]",
+          "/network-instances/network-instance/protocols/protocol[identifier=BGP]",
+          "/network-instances/network-instance[name='a/]b']/config/name"},
+         head + R"({"protocols":{"protocol":[{"identifier":"openconfig-policy-types:BGP"}]}},)"
+                R"({"name":"a/]b","config":{"name":null}}]}})"},
+        {{"/"}, "{}"},
+        {{"/network-instances/network-instance[name='it''s \"x\"']"}, head + R"({"name":"it's \"x\""}]}})"},
+        {{"/vrfs/foo"}, "/vrfs/foo: the models have no such node"},
+        {{"/vrfs[name=x]"}, "/vrfs: only a list has keys"},
+        {{"/vrfs/vrf[nome=x]"}, "/vrfs/vrf/nome: the list has no such key"},
+        {{"/vrfs/vrf[1]"}, "/vrfs/vrf[1]: a '=' is expected at character 12 of the path"},
+        {{"/vrfs/vrf[vrf-name=\"x]"}, "/vrfs/vrf[vrf-name=\"x]: a '\"' is expected at character 23 of the path"},
+        {{"/vrfs//vrf"}, "/vrfs//vrf: a node's name is expected at character 7 of the path"},
+        {{"/network-instances/network-instance/protocols/protocol[identifier=FOO]"},
+         "/network-instances/network-instance/protocols/protocol/identifier: 'FOO' is not of this leaf's type: one "
+         "of BGP, DIRECTLY_CONNECTED, IGMP, ISIS, LOCAL_AGGREGATE, OSPF, OSPF3, PIM, STATIC is expected"},
+    };
+    for (const auto &[paths, expected] : rows) {
+        Arena arena;
+        Node *root = new_root(arena, schema());
+        std::string found;
+        try {
+            for (const std::string &path : paths) {
+                add_instance_path(arena, schema(), root, path);
+            }
+            found = document_of(schema(), root);
+            found.pop_back();
+        } catch (const Refused &refused) {
+            found = refused.path() + ": " + refused.what();
+        }
+        EXPECT_EQ(found, expected) << paths.front();
+    }
+}
+
 TEST(Text, IsMadeVisible) {
-    const Rows rows = {
+    const std::vector<std::pair<std::string_view, std::string_view>> rows = {
         {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80 a\\b", ""},
         {"\x1b[2J\a\n\r\t\x7f", "\\x1b[2J\\x07\\x0a\\x0d\\x09\\x7f"},
         {"\xc2\x80 \xc2\x9f \xc2\xa0", "\\x80 \\x9f \xc2\xa0"},
@@ -126,4 +158,4 @@ TEST(Text, IsMadeVisible) {
 }
 
 } // namespace
-} // namespace yfw
+} // namespace yfw::test

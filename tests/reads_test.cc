@@ -1,87 +1,48 @@
 // Properties of reads over the whole mapping: a read of a path agrees with the whole read cut to it, with and without
-// keys, and a read with state shows the configuration that a read without it shows.
-#include "base/error.h"
-#include "engine.h"
-#include "model/instance_path.h"
+// keys. That a read with state shows the same configuration is among the properties of edits_test.cc.
+#include "engine_fixture.h"
 #include "read/cut.h"
-#include "sample_values.h"
-#include "store/password_key.h"
-#include "store_fixture.h"
 
 #include <set>
 
 namespace yfw::test {
 namespace {
 
-class Reads : public testing::Test {
+class Reads : public EngineTest {
   protected:
-    static Engine &engine() {
-        static Engine shared({{YFW_MODELS_DIR}, YFW_MAPPING, YFW_PLUGIN}, nullptr);
-        return shared;
-    }
-    static const Schema &schema() { return engine().schema(); }
-
-    static void add_sample(Arena &arena, Node *root, const SchemaNode &leaf, const std::string &network_instance) {
-        Node *parent =
-            add_instance_path(arena, schema(), root, sample_instance(schema(), *leaf.parent, network_instance));
-        if (leaf.kind == NodeKind::leaf_list) {
-            ensure_value(arena, parent, leaf, sample_value(schema(), leaf));
-        } else {
-            set_value(arena, ensure_child(arena, parent, leaf), sample_value(schema(), leaf));
-        }
-    }
-
     // Sets a leaf where an edit takes it.
     bool set(const SchemaNode &leaf, const std::string &network_instance) {
         Arena arena;
         Node *root = new_root(arena, schema());
         add_sample(arena, root, leaf, network_instance);
-        std::string text = document_of(schema(), root);
-        Transaction transaction = store_.begin(Access::write);
         try {
-            engine().edit(text, Syntax::json, {}, transaction);
+            edit(document_of(schema(), root));
         } catch (const Refused &) {
             return false;
         }
-        transaction.commit();
         return true;
     }
 
-    void load(const Node *root) {
-        std::string text;
-        Sink sink(text);
-        write_document(sink, schema(), root, {});
-        Transaction transaction = store_.begin(Access::write);
-        engine().load(text, Syntax::json, transaction);
-        transaction.commit();
-    }
-
     void SetUp() override {
-        const std::string head = "/network-instances/network-instance/", bgp = head + "protocols/protocol/bgp/";
+        const std::string bgp = "/network-instances/network-instance/protocols/protocol/bgp/";
         int count = 0;
+        Arena arena;
+        Node *root = new_root(arena, schema());
         for (const std::string name : {"DEFAULT", "blue"}) {
             for (const char *first : {"global/config/as", "neighbors/neighbor/afi-safis/afi-safi/config/afi-safi-name",
                                       "peer-groups/peer-group/afi-safis/afi-safi/config/afi-safi-name"}) {
                 set(*schema().find(bgp + first), name);
             }
+            for_each_leaf([&](const SchemaNode &leaf) { count += set(leaf, name) ? 1 : 0; });
             for (const MappingEntry &entry : engine().mapping().description().entries) {
                 const SchemaNode &leaf = *schema().find(entry.path);
-                if (!leaf.is_inner() && leaf.config && leaf.path.starts_with(head)) {
-                    count += set(leaf, name) ? 1 : 0;
+                // Only the default one has peer groups.
+                if (!leaf.is_inner() && leaf.path.starts_with(name == "blue" ? "/ocni-bgp/" : "/ocni-")) {
+                    add_sample(arena, root, leaf, name == "blue" ? name : "default");
                 }
             }
         }
         ASSERT_GT(count, 100);
-        Arena arena;
-        Node *root = new_root(arena, schema());
-        for (const MappingEntry &entry : engine().mapping().description().entries) {
-            const SchemaNode &leaf = *schema().find(entry.path);
-            for (const char *name : {"default", "blue"}) { // only the default one has peer groups
-                if (!leaf.is_inner() && leaf.path.starts_with(name[0] == 'd' ? "/ocni-" : "/ocni-bgp/")) {
-                    add_sample(arena, root, leaf, name);
-                }
-            }
-        }
         load(root);
     }
 
@@ -92,10 +53,7 @@ class Reads : public testing::Test {
             if (filter != nullptr) {
                 cut(result.request->destination(), filter);
             }
-            std::string text;
-            Sink sink(text);
-            write_document(sink, schema(), result.openconfig(), {.pretty = true});
-            return text;
+            return written(schema(), result.openconfig(), {.pretty = true});
         } catch (const Refused &refused) {
             return refused.path() + ": " + refused.what();
         }
@@ -142,51 +100,28 @@ class Reads : public testing::Test {
         }
     }
 
-    ScratchDirectory directory_;
-    Store store_{directory_ / "db", engine().schema(), Access::write};
-    PasswordKey key_{directory_ / "db/key", true};
     std::set<std::string> checked_;
 };
 
 TEST_F(Reads, OfAPathAgreeWithTheWholeOne) {
+    const std::set<std::string> all{"network-instance", "protocol", "neighbor",
+                                    "peer-group",       "afi-safi", "table-connection"};
+    const std::array<std::set<std::string>, 6> keyed{{{},
+                                                      {"network-instance"},
+                                                      {"neighbor", "peer-group"},
+                                                      {"protocol"},
+                                                      {"network-instance", "protocol", "neighbor", "peer-group"},
+                                                      all}};
     for (const MappingEntry &entry : engine().mapping().description().entries) {
         const SchemaNode &node = *schema().find(entry.path);
-        if (!entry.path.starts_with("/network-instances/")) {
-            continue;
-        }
         for (const bool state : {false, true}) {
-            if (!node.config && !state) {
-                continue;
-            }
-            for (const char *name : {"DEFAULT", "blue"}) {
-                for (const std::set<std::string> &keyed :
-                     {std::set<std::string>{},
-                      {"network-instance"},
-                      {"neighbor", "peer-group"},
-                      {"protocol"},
-                      {"network-instance", "protocol", "neighbor", "peer-group"},
-                      {"network-instance", "protocol", "neighbor", "peer-group", "afi-safi", "table-connection"}}) {
-                    check(with_keys(node, name, keyed), state);
-                }
+            for (std::size_t i = 0; i < 12 && entry.path.starts_with("/network-instances/") && (node.config || state);
+                 ++i) {
+                check(with_keys(node, i % 2 == 0 ? "DEFAULT" : "blue", keyed.at(i / 2)), state);
             }
         }
     }
     EXPECT_GT(checked_.size(), 500U);
-}
-
-TEST_F(Reads, WithStateShowTheSameConfiguration) {
-    const auto without_state = [this](bool state) {
-        const Transaction transaction = store_.begin(Access::read);
-        const Engine::ReadResult result = engine().read({}, state, transaction);
-        std::string lines, kept;
-        print_tree(result.openconfig(), lines);
-        std::istringstream stream(lines);
-        for (std::string line; std::getline(stream, line);) {
-            kept += line.find("/state") == line.npos ? line + '\n' : "";
-        }
-        return kept;
-    };
-    EXPECT_EQ(without_state(true), without_state(false));
 }
 
 TEST_F(Reads, FetchWhatTheyNeed) {
@@ -207,21 +142,6 @@ TEST_F(Reads, FetchWhatTheyNeed) {
         in_bgp + "/vrfs/vrf[vrf-name=blue]/vrf-neighbors/vrf-neighbor[neighbor-address=10.0.0.1]";
     EXPECT_NE(declared(named, false).find("[neighbor-address=10.0.0.1]\n"), std::string::npos); // all of it
     EXPECT_EQ(declared(named, false).find("vrf-neighbor/"), std::string::npos) << declared(named, false);
-}
-
-// The upper half of a number is not that of the instance before.
-TEST_F(Reads, OfOneInstanceKnowNothingOfAnother) {
-    Arena arena;
-    load(make_tree(arena, schema(),
-                   "/bgp/instance[instance-name=a]/instance-as[as=0]/four-byte-as[as=1]/default-vrf/global/"
-                   "confederation-domain/as-xx=1\n"
-                   "/bgp/instance[instance-name=a]/instance-as[as=0]/four-byte-as[as=1]/default-vrf/global/"
-                   "confederation-domain/as-yy=2\n"
-                   "/bgp/instance[instance-name=b]/instance-as[as=0]/four-byte-as[as=1]/default-vrf/global/"
-                   "confederation-domain/as-yy=5"));
-    const std::string all = read({}, false);
-    EXPECT_NE(all.find("\"identifier\": 65538"), std::string::npos) << all;
-    EXPECT_NE(all.find("\"identifier\": 5\n"), std::string::npos) << all;
 }
 
 } // namespace

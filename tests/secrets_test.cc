@@ -2,9 +2,6 @@
 #include "engine.h"
 #include "store_fixture.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <thread>
 
@@ -51,11 +48,12 @@ int copies_of_secret() {
     return copies;
 }
 
+constexpr std::string_view json =
+    R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":[{"identifier":"BGP",)"
+    R"("name":"core","bgp":{"global":{"config":{"as":65000}},"neighbors":{"neighbor":[{"neighbor-address":"::1",)"
+    R"("config":{"auth-password":"@"}},{"neighbor-address":"::2","config":{"auth-password":"@"}}]}}}]}}]}})";
+
 TEST(Secrets, AreNotLeftInMemory) {
-    constexpr std::string_view json =
-        R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":{"protocol":[{"identifier":"BGP",)"
-        R"("name":"core","bgp":{"global":{"config":{"as":65000}},"neighbors":{"neighbor":[{"neighbor-address":"::1",)"
-        R"("config":{"auth-password":"@"}},{"neighbor-address":"::2","config":{"auth-password":"@"}}]}}}]}}]}})";
     const auto xml = [](std::string_view before, std::string_view behind) {
         return R"(<network-instances xmlns="http://openconfig.net/yang/network-instance"><network-instance><name>)"
                "DEFAULT</name><protocols><protocol><identifier>BGP</identifier><name>core</name><bgp><global><config>"
@@ -89,9 +87,7 @@ TEST(Secrets, AreNotLeftInMemory) {
 
 TEST(Secrets, HaveOneKeyWhoeverIsFirst) {
     const ScratchDirectory scratch;
-    write_file(scratch / "edit.json", R"({"network-instances":{"network-instance":[{"name":"DEFAULT","protocols":)"
-                                      R"({"protocol":[{"identifier":"BGP","name":"core","bgp":{"global":{"config":)"
-                                      R"({"as":65000}}}}]}}]}})");
+    write_file(scratch / "edit.json", json);
     for (int round = 0; round < 10; ++round) {
         const std::string db = (scratch / ("db" + std::to_string(round))).string();
         std::array<int, 4> codes{};

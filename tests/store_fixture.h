@@ -1,35 +1,34 @@
 // Edits and stored data as text, a node a line: "PATH[KEY=VALUE]{OPERATION}/LEAF=VALUE".
 #pragma once
 
-#include "documents/writer.h"
 #include "edit/apply.h"
 #include "edit/check.h"
-#include "store/store.h"
+#include "scratch.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <cctype>
+#include <cstring>
 #include <map>
 #include <sstream>
-#include <string>
-#include <string_view>
 
 namespace yfw::test {
-
-namespace fs = std::filesystem;
 
 inline const std::string core = "/bgp/instance[instance-name=core]/instance-as[as=0]/four-byte-as[as=65000]";
 
 inline const std::string neighbor = core + "/default-vrf/bgp-entity/neighbors/neighbor";
 
-// "~" at the start of a line stands for `core`, "@" for a neighbor of it, "@1" for the neighbor 10.0.0.1.
+// "~" at the start of a line stands for `core`, "~NAME:AS" for another instance; "@" for a neighbor of core, "@1" for
+// the neighbor 10.0.0.1.
 inline std::string expand(const std::string &line) {
     if (line.starts_with('~')) {
-        return core + line.substr(1);
+        const std::size_t end = std::min(line.find('/'), line.size());
+        const std::size_t colon = line.find(':');
+        return colon >= end ? core + line.substr(1)
+                            : "/bgp/instance[instance-name=" + line.substr(1, colon - 1) +
+                                  "]/instance-as[as=0]/four-byte-as[as=" + line.substr(colon + 1, end - colon - 1) +
+                                  ']' + line.substr(end);
     }
     if (!line.starts_with('@')) {
         return line;
@@ -47,6 +46,18 @@ inline std::string shorten(const std::string &line) {
     return line.starts_with(core) ? '~' + line.substr(core.size()) : line;
 }
 
+// The end of a key's value: a bracket with what may follow an entry's key behind it.
+inline std::size_t key_end(const std::string &path, std::size_t at) {
+    for (at = path.find(']', at); at + 1 < path.size(); at = path.find(']', at + 1)) {
+        const std::size_t name = path.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at + 2);
+        const bool next_key = path[at + 1] == '[' && name != at + 2 && name != std::string::npos && path[name] == '=';
+        if (next_key || std::strchr("/{=", path[at + 1]) != nullptr) {
+            break;
+        }
+    }
+    return at;
+}
+
 // Adds the nodes of a line; returns the last.
 inline Node *add_line(Arena &arena, Node *node, const std::string &line) {
     static const std::map<std::string, std::uint32_t> operations{{"merge", YFW_OP_NONE},
@@ -55,37 +66,33 @@ inline Node *add_line(Arena &arena, Node *node, const std::string &line) {
                                                                  {"delete", YFW_OP_DELETE},
                                                                  {"remove", YFW_OP_REMOVE}};
     const std::string text = expand(line);
-    for (std::size_t at = 1; at < text.size();) {
-        const auto take = [&text, &at](std::string_view stops) {
-            const std::size_t start = at;
-            at = std::min(text.find_first_of(stops, at), text.size());
-            return text.substr(start, at - start);
-        };
-        const SchemaNode *schema = node->schema().child(take("[{/="));
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t start = at + 1;
+        if (text[at] == '=') {
+            set_value(arena, node, text.substr(start));
+            break;
+        }
+        if (text[at] == '{') {
+            at = text.find('}', start) + 1;
+            node->set_operation(operations.at(text.substr(start, at - 1 - start)));
+            continue;
+        }
+        at = std::min(text.find_first_of("[{/=", start), text.size());
+        const SchemaNode *schema = node->schema().child(text.substr(start, at - start));
         if (schema == nullptr) {
             throw std::invalid_argument("no such node: " + text.substr(0, at));
         }
         node = schema->repeats() ? open_entry(arena, node, *schema) : ensure_child(arena, node, *schema);
         while (at < text.size() && text[at] == '[') {
-            ++at;
-            Node *key = ensure_child(arena, node, *schema->child(take("=")));
-            ++at;
-            set_value(arena, key, take("]"));
-            ++at;
+            const std::size_t equals = text.find('=', at);
+            const std::size_t end = key_end(text, equals);
+            Node *key = ensure_child(arena, node, *schema->child(text.substr(at + 1, equals - at - 1)));
+            set_value(arena, key, text.substr(equals + 1, end - equals - 1));
+            at = end + 1;
         }
         if (schema->kind == NodeKind::list && has_all_keys(node)) {
             node = complete_entry(arena, node);
         }
-        if (at < text.size() && text[at] == '{') {
-            ++at;
-            node->set_operation(operations.at(take("}")));
-            ++at;
-        }
-        if (at < text.size() && text[at] == '=') {
-            set_value(arena, node, text.substr(at + 1));
-            break;
-        }
-        ++at;
     }
     return node;
 }
@@ -118,15 +125,6 @@ inline void print_tree(const Node *parent, std::string &lines) {
     }
 }
 
-// As JSON, with its operations.
-inline std::string document_of(const Schema &schema, const Node *root, WriteOptions writing = {}) {
-    std::string text;
-    Sink sink(text);
-    writing.operations = true;
-    write_document(sink, schema, root, writing);
-    return text;
-}
-
 inline const Schema &project_schema() {
     static const Schema schema({YFW_MODELS_DIR});
     return schema;
@@ -148,41 +146,6 @@ inline std::string fetch(const Store &store, const Schema &schema, const std::st
     std::string lines;
     print_tree(into, lines);
     return lines;
-}
-
-// A directory that goes with the test.
-class ScratchDirectory {
-  public:
-    ScratchDirectory() {
-        std::string name = (fs::temp_directory_path() / "yfw-test-XXXXXX").string();
-        path_ = ::mkdtemp(name.data());
-    }
-    ~ScratchDirectory() { fs::remove_all(path_); }
-    ScratchDirectory(const ScratchDirectory &) = delete;
-    ScratchDirectory &operator=(const ScratchDirectory &) = delete;
-    [[nodiscard]] fs::path operator/(const std::string &name) const { return path_ / name; }
-
-  private:
-    fs::path path_;
-};
-
-// A word of a shell's command line: the build's directory may be called anything.
-inline std::string shell_word(const fs::path &word) {
-    std::string text = "'";
-    for (const char character : word.string()) {
-        text += character == '\'' ? "'\\''" : std::string(1, character);
-    }
-    return text + '\'';
-}
-
-inline std::string file_bytes(const fs::path &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-inline void write_file(const fs::path &file, std::string_view text) {
-    fs::create_directories(file.parent_path());
-    std::ofstream(file, std::ios::binary) << text;
 }
 
 } // namespace yfw::test
