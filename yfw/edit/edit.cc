@@ -359,7 +359,8 @@ void EditRun::report(const Comparison &comparison) {
     };
     for_each_difference(comparison.missing, known, [&](const Node *node, const Node *there) {
         const bool was_set = sets_ != nullptr && counterpart(sets_, node) != nullptr;
-        if (there != nullptr && !node->schema().secret) {
+        const bool has_values = there != nullptr && there->value != nullptr && node->value != nullptr;
+        if (has_values && !node->schema().secret) {
             result_.notes.push_back(
                 {instance_path(node), std::string("it is ") + there->value + ", and not " + node->value});
         } else if (was_set) {

@@ -80,7 +80,7 @@ class Overlay {
 
 class Existing {
   public:
-    Existing(const Transaction &transaction, std::unordered_set<const Node *> &found)
+    Existing(const Transaction &transaction, ExistingOrigins &found)
         : transaction_(transaction), key_(root_key), found_(found) {}
 
     void below(const Node *parent) {
@@ -105,16 +105,32 @@ class Existing {
         if (number != 0 && transaction_.record(key_)) {
             const Node *origin = node->origin();
             if (origin != nullptr && origin->schema().kind == NodeKind::list) {
-                found_.insert(origin);
+                found_.entries.insert(origin);
             }
+            add_around(node);
             below(node);
         }
         key_.resize(size);
     }
 
+    // Several entries may have written into it, and it came from one of them.
+    void add_around(const Node *node) {
+        const Node *last = nullptr;
+        for_each_below(node, [&](const Node *below) {
+            const Node *origin = below->origin();
+            if (origin != nullptr && origin->up() != last) {
+                last = origin->up();
+                found_.writers.insert(entry_around(origin));
+            }
+            if (below->schema().kind == NodeKind::container) {
+                add_around(below);
+            }
+        });
+    }
+
     const Transaction &transaction_;
     std::string key_;
-    std::unordered_set<const Node *> &found_;
+    ExistingOrigins &found_;
 };
 
 // The node that a schema node has beside another one, below what both lie in, added to a tree of paths.
@@ -158,29 +174,29 @@ void overlay(Arena &arena, const Mapping &mapping, Node *expected, const Node *p
     Overlay(arena, mapping, notes).below(expected, parts, sets);
 }
 
-std::unordered_set<const Node *> existing_origins(const Transaction &transaction, const Node *native) {
-    std::unordered_set<const Node *> found;
+ExistingOrigins existing_origins(const Transaction &transaction, const Node *native) {
+    ExistingOrigins found;
     Existing(transaction, found).below(native);
     return found;
 }
 
 Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapped,
-                     const std::function<std::unordered_set<const Node *>()> &existing) {
+                     const std::function<ExistingOrigins()> &existing) {
     Node *parts = new_root(arena, mapping.schema());
-    std::optional<std::unordered_set<const Node *>> stored;
-    const auto is_stored = [&](const Node *entry) {
+    std::optional<ExistingOrigins> stored;
+    const auto is_stored = [&](const Node *entry, bool writes_is_enough) {
         if (!stored) {
             stored = existing();
         }
-        return stored->contains(entry);
+        return stored->entries.contains(entry) || (writes_is_enough && stored->writers.contains(entry));
     };
     for (const Node *node : mapped.affecting) {
         for (const SchemaNode *leaf : *mapping.affects(node->schema())) {
             const bool is_named = mapping.find(*leaf)->entry->kept_in.empty() && leaf != &node->schema() &&
                                   leaf->parent == node->schema().parent && child(node->up(), *leaf) != nullptr;
             // An entry changes the setting that all share only by coming.
-            const bool is_there = node->schema().kind == NodeKind::list && is_stored(node);
-            if (is_named || is_there || !is_stored(common_entry(node, *leaf))) {
+            const bool is_there = node->schema().kind == NodeKind::list && is_stored(node, false);
+            if (is_named || is_there || !is_stored(common_entry(node, *leaf), true)) {
                 continue;
             }
             if (leaf == &node->schema()) { // all values of the leaf-list
@@ -191,7 +207,7 @@ Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapp
         }
     }
     for (const Node *node : mapped.unset) {
-        if (is_stored(entry_around(node))) {
+        if (is_stored(entry_around(node), true)) {
             ensure_counterpart(arena, parts, node);
         }
     }

@@ -25,13 +25,17 @@ void subtract(Node *from, const Node *goes);
 void overlay(Arena &arena, const Mapping &mapping, Node *expected, const Node *parts, const Node *sets,
              std::vector<Note> &notes);
 
-// OpenConfig list entries that nodes of a native edit came from, of those whose native entry is stored already.
-std::unordered_set<const Node *> existing_origins(const Transaction &transaction, const Node *native);
+// OpenConfig list entries of which a native edit has something in native entries that are stored already.
+struct ExistingOrigins {
+    std::unordered_set<const Node *> entries; // that such an entry came from
+    std::unordered_set<const Node *> writers; // that wrote something into one
+};
+ExistingOrigins existing_origins(const Transaction &transaction, const Node *native);
 
 // The parts that nodes of an edit may change beside themselves, in entries that are stored already: a root. existing
 // tells which are; it is asked only when it matters.
 Node *affected_parts(Arena &arena, const Mapping &mapping, const MapResult &mapped,
-                     const std::function<std::unordered_set<const Node *>()> &existing);
+                     const std::function<ExistingOrigins()> &existing);
 
 // Adds the path of the leaf that writes this one along with itself, if there is such a leaf.
 void add_partner(Arena &arena, const Mapping &mapping, Node *paths, const Node *leaf);
