@@ -1,11 +1,15 @@
 // yfw map: which node is served by what, and which is not.
 #include "command.h"
 
+#include "bgp/roots.h"
+#include "bgp/table_connections.h"
 #include "describe/deviations.h"
 #include "describe/samples.h"
 #include "describe/table.h"
+#include "model/path_text.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace yfw::tool {
 
@@ -13,6 +17,14 @@ namespace {
 
 void print_service(Sink &sink, const MappingEntry &entry) {
     sink.put(entry.path + "\n    " + service_name(entry.served) + (entry.name.empty() ? "" : " ") + entry.name + '\n');
+}
+
+void print_notes(Sink &sink, const Engine &engine, const SchemaNode &node) {
+    for (const MappingNote &note : engine.mapping().description().notes) {
+        if (std::find(note.paths.begin(), note.paths.end(), node.path) != note.paths.end()) {
+            sink.put("    note: " + note.text + '\n');
+        }
+    }
 }
 
 void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const Transaction &transaction) {
@@ -25,16 +37,46 @@ void print_node(Sink &sink, const Engine &engine, const SchemaNode &node, const 
     }
     const MappingEntry &entry = *binding->entry;
     print_service(sink, entry);
+    for (const std::string &path : native_nodes_of_connection(node)) {
+        sink.put("    -> " + path + '\n');
+    }
     if (!node.is_inner() && entry.served != Service::key) {
         for (const std::string &path : Sampler::fetched(engine, node, transaction)) {
             sink.put("    -> " + path + '\n');
         }
     }
-    for (const MappingNote &note : engine.mapping().description().notes) {
-        if (std::find(note.paths.begin(), note.paths.end(), node.path) != note.paths.end()) {
-            sink.put("    note: " + note.text + '\n');
-        }
+    print_notes(sink, engine, node);
+}
+
+// A native node with the OpenConfig nodes that it is written from, or read for.
+void print_native(Sink &sink, const Engine &engine, const SchemaNode &node, const Origins &origins) {
+    const Binding *binding = engine.mapping().find(node);
+    const auto from = origins.find(node.path);
+    if (binding == nullptr && from == origins.end() && (node.is_inner() || node.is_key)) {
+        return;
     }
+    if (binding != nullptr) {
+        print_service(sink, *binding->entry);
+    } else {
+        sink.put(node.path + (from == origins.end() ? "\n    not mapped\n" : "\n"));
+    }
+    for (const std::string &path : from == origins.end() ? std::set<std::string>() : from->second) {
+        sink.put("    <- " + path + '\n');
+    }
+    print_notes(sink, engine, node);
+}
+
+// A path without its keys and prefixes.
+std::string schema_path(const std::string &path) {
+    std::string names;
+    PathParser parser(path);
+    for (PathStep step; !parser.at_end();) {
+        if (!parser.next(step)) {
+            throw Refused(Reason::invalid_value, path, parser.fault());
+        }
+        names.append("/").append(step.name.substr(step.name.find(':') + 1)); // npos + 1 is 0
+    }
+    return names;
 }
 
 void print_deviations(const Globals &globals) {
@@ -49,13 +91,15 @@ void print_table(const Globals &globals) {
     write_table(sink, run.engine());
 }
 
-void run(const Globals &globals, const std::string &path) {
+void run(const Globals &globals, const std::string &given) {
+    const std::string path = given.empty() ? given : schema_path(given);
     Run run(globals);
     const Store store = run.open(Access::read);
     const Transaction transaction = store.begin(Access::read);
     const Schema &schema = run.schema();
     Sink sink(stdout);
     bool any = false;
+    std::optional<Origins> origins;
     const auto is_wanted = [&path](const std::string &node) { return node == path || node.starts_with(path + "/"); };
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
@@ -63,7 +107,13 @@ void run(const Globals &globals, const std::string &path) {
             path.empty() ? node.path.starts_with("/network-instances") && node.config : is_wanted(node.path);
         if (wanted) {
             any = true;
-            print_node(sink, run.engine(), node, transaction);
+            const Side side = side_of(node);
+            if (side != Side::native && side != Side::operational) {
+                print_node(sink, run.engine(), node, transaction);
+                continue;
+            }
+            origins = origins ? std::move(origins) : native_origins(run.engine());
+            print_native(sink, run.engine(), node, *origins);
         }
     }
     for (const MappingEntry *entry : run.engine().mapping().absent()) {
@@ -74,7 +124,7 @@ void run(const Globals &globals, const std::string &path) {
         }
     }
     if (!any) {
-        throw Refused(Reason::unknown_element, path, "no model has this path");
+        throw Refused(Reason::unknown_element, given, "no model has this path");
     }
     sink.flush();
 }
@@ -87,8 +137,8 @@ void add_map(CLI::App &app, const Globals &globals, int *) {
     auto markdown = std::make_shared<bool>(false);
     CLI::App *command =
         app.add_subcommand("map", "Show the mapping: what serves a node, and the native leaves it becomes");
-    CLI::Option *below =
-        command->add_option("PATH", *path, "Only this node and what lies below; without keys and prefixes");
+    CLI::Option *below = command->add_option(
+        "PATH", *path, "Only this node, OpenConfig or native, and what lies below; keys and prefixes do not matter");
     command
         ->add_flag(
             "--deviations", *deviations,

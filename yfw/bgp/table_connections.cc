@@ -189,6 +189,21 @@ std::string_view family_of_connection(const Node &connection) {
     return native.openconfig_family;
 }
 
+std::vector<std::string> native_nodes_of_connection(const SchemaNode &node) {
+    constexpr std::string_view list = "/network-instances/network-instance/table-connections/table-connection";
+    const bool is_metric = node.name == "disable-metric-propagation";
+    if (!node.path.starts_with(list) || (node.path != list && !is_metric && node.name != "import-policy")) {
+        return {};
+    }
+    std::vector<std::string> nodes;
+    for (const Source &source : sources) {
+        nodes.push_back(Redistribution{&source, {}, {}}.path(node.path == list ? ""
+                                                             : is_metric       ? "default-metric"
+                                                                               : "route-policy-name"));
+    }
+    return nodes;
+}
+
 cerrno map_table_connection(CompanionCall &call) {
     if (call.request.is_read()) {
         return read(call);

@@ -3,6 +3,10 @@
 
 #include "mapping/mapping.h"
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace yfw {
 
 // An entry of the list. Of an edit, what the BGP mapping does not take is left alone with a note: another destination,
@@ -17,5 +21,8 @@ cerrno map_table_connection_leaf(CompanionCall &call);
 // The address family of BGP, an OpenConfig identity, that natively has an entry's redistribution; empty for an entry
 // that the BGP mapping does not take.
 std::string_view family_of_connection(const Node &connection);
+
+// The native nodes that a table connection, or a leaf of it, becomes in an address family; none for any other node.
+std::vector<std::string> native_nodes_of_connection(const SchemaNode &node);
 
 } // namespace yfw

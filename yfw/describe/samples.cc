@@ -112,12 +112,17 @@ const SchemaNode *node_from(const SchemaNode &start, std::string_view path) {
 } // namespace
 
 std::set<std::string> Sampler::fetched(const Engine &engine, const SchemaNode &leaf, const Transaction &transaction) {
-    try {
-        return fetched_in(engine, leaf, transaction, "");
-    } catch (const Refused &) {
-        // Without a name the network instance is the default one, which not every node is there for.
-        return fetched_in(engine, leaf, transaction, "[name=VRF]");
+    // Without a name the network instance is the default one, which not every node is there for.
+    for (const char *network_instance : {"", "[name=VRF]"}) {
+        try {
+            if (auto found = fetched_in(engine, leaf, transaction, network_instance); !found.empty()) {
+                return found;
+            }
+        } catch (const Refused &) {
+            continue;
+        }
     }
+    return {};
 }
 
 Sampler::Sampler(const Engine &engine)

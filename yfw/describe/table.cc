@@ -1,5 +1,6 @@
 #include "describe/table.h"
 
+#include "bgp/table_connections.h"
 #include "describe/samples.h"
 
 #include <algorithm>
@@ -174,6 +175,7 @@ class Table {
   public:
     Table(Sink &sink, const Engine &engine) : sink_(sink), engine_(engine), sampler_(engine) {}
     void write();
+    Origins origins();
 
   private:
     [[nodiscard]] std::vector<Section> sections(bool native) const;
@@ -194,7 +196,7 @@ class Table {
     Sink &sink_;
     const Engine &engine_;
     Sampler sampler_;
-    std::map<std::string, std::set<std::string>> becomes_; // OpenConfig leaves by native node
+    Origins becomes_; // OpenConfig leaves by native node
 };
 
 std::vector<Section> Table::sections(bool native) const {
@@ -439,7 +441,32 @@ void Table::write() {
     sink_.flush();
 }
 
+Origins Table::origins() {
+    for (Section &section : sections(false)) {
+        sample(section);
+        for (const Row &row : section.rows) {
+            for (const std::string &native : native_nodes_of_connection(*row.node)) {
+                becomes_[native].insert(row.node->path);
+            }
+        }
+    }
+    for (const Section &section : sections(true)) {
+        for (const Row &row : section.rows) {
+            if (const std::string &target = row.binding->entry->target; !target.empty()) {
+                becomes_[row.node->path].insert(target);
+            }
+        }
+    }
+    return std::move(becomes_);
+}
+
 } // namespace
+
+Origins native_origins(const Engine &engine) {
+    std::string none;
+    Sink sink(none);
+    return Table(sink, engine).origins();
+}
 
 void write_table(Sink &sink, const Engine &engine) {
     Table(sink, engine).write();
