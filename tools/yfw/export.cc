@@ -209,7 +209,7 @@ std::string own_password(const Node *leaf, const Passphrase *passphrase) {
     if (enciphered == nullptr) {
         throw std::bad_alloc();
     }
-    const std::string own = enciphered;
+    std::string own = enciphered;
     vnos_named_free(enciphered);
     return own;
 }
