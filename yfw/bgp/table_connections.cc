@@ -196,6 +196,7 @@ std::vector<std::string> native_nodes_of_connection(const SchemaNode &node) {
         return {};
     }
     std::vector<std::string> nodes;
+    nodes.reserve(sources.size());
     for (const Source &source : sources) {
         nodes.push_back(Redistribution{&source, {}, {}}.path(node.path == list ? ""
                                                              : is_metric       ? "default-metric"
