@@ -88,11 +88,11 @@ class Comparing {
             }
             return;
         }
-        if (is_set(expected) && (!is_set(found) || !same_value(expected, found))) {
+        const bool is_wrong = is_set(expected) && (!is_set(found) || !same_value(expected, found));
+        const bool is_extra = !is_set(expected) && is_set(found);
+        if (is_wrong || (is_extra && only_missing_)) {
             copy_to(arena_, root(comparison_.missing), expected, YFW_OP_NONE);
-        } else if (only_missing_ && !is_set(expected) && is_set(found)) {
-            copy_to(arena_, root(comparison_.missing), expected, YFW_OP_NONE);
-        } else if (!is_set(expected) && is_set(found)) {
+        } else if (is_extra) {
             copy_to(arena_, root(comparison_.surplus), found, YFW_OP_DELETE);
         }
     }
