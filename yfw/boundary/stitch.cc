@@ -1,8 +1,7 @@
 // The joining of list entries into a tree, as a plug-in calls it.
+#include "base/failure.h"
 #include "boundary/instance.h"
 #include "boundary/request.h"
-
-#include <new>
 
 namespace yfw {
 
@@ -24,7 +23,7 @@ cerrno stitch(yfw_map_ctx ctx, yfw_xpath_operation *operation) {
     if (list == nullptr || list->kind != NodeKind::list || !is_of(*list, operation->name_space)) {
         return YFW_ERR_UNKNOWN_PATH;
     }
-    try {
+    return failure::guarded([&]() -> cerrno {
         Node *entry = join_instance(request.arena(), request.schema(), static_cast<Node *>(operation->tree),
                                     operation->expression);
         if (entry == nullptr) {
@@ -41,9 +40,7 @@ cerrno stitch(yfw_map_ctx ctx, yfw_xpath_operation *operation) {
         request.set_current_list(entry);
         operation->found = entry;
         return 0;
-    } catch (const std::bad_alloc &) {
-        return YFW_ERR_NO_MEMORY;
-    }
+    });
 }
 
 } // namespace
