@@ -11,6 +11,7 @@
 #include "edit/check.h"
 #include "edit/edit.h"
 #include "model/instance_path.h"
+#include "model/trees.h"
 #include "read/cut.h"
 #include "read/parts.h"
 #include "read/records.h"
@@ -21,6 +22,7 @@
 #include <array>
 #include <future>
 #include <map>
+#include <span>
 #include <utility>
 
 namespace yfw {
@@ -258,7 +260,6 @@ Engine::DifferenceResult Engine::difference(const std::vector<std::string> &keys
 namespace {
 
 std::optional<std::string> own_password(const Node *leaf) {
-    constexpr int own_cipher = 7;
     char *clear = pw_decrypt(own_cipher, leaf->value);
     if (clear == nullptr) {
         throw Refused(Reason::constraint, instance_path(leaf),
@@ -267,23 +268,6 @@ std::optional<std::string> own_password(const Node *leaf) {
     }
     vnos_named_free(clear);
     return leaf->value;
-}
-
-void take_passwords(Arena &arena, Node *node, const Engine::LoadOptions &options) {
-    Node *next = nullptr;
-    for (Node *below = node->first(); below != nullptr; below = next) {
-        next = below->next(); // it may be taken out
-        if (below->schema().is_inner()) {
-            take_passwords(arena, below, options);
-        } else if (below->schema().secret && below->schema().config && below->value != nullptr) {
-            const auto kept = options.password ? options.password(below) : own_password(below);
-            if (kept) {
-                set_value(arena, below, *kept);
-            } else {
-                unlink(below);
-            }
-        }
-    }
 }
 
 } // namespace
@@ -296,11 +280,16 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction, co
     reading.why_not = why_not_loaded;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
     give_up(text, request.arena());
-    take_passwords(request.arena(), document.root, options);
-    for (const std::string_view path : native_roots) {
-        if (options.everything) {
-            ensure_child(request.arena(), document.root, *schema_.find(path))->flags |= YFW_NODE_PRESENT;
+    for_each_password(document.root, [&](Node *leaf) {
+        if (const auto kept = options.password ? options.password(leaf) : own_password(leaf)) {
+            set_value(request.arena(), leaf, *kept);
+        } else {
+            unlink(leaf);
         }
+    });
+    for (const std::string_view path :
+         options.everything ? std::span(native_roots) : std::span<const std::string_view>()) {
+        ensure_child(request.arena(), document.root, *schema_.find(path))->flags |= YFW_NODE_PRESENT;
     }
     for (Node *top = document.root->first(); top != nullptr; top = top->next()) {
         top->set_operation(YFW_OP_REPLACE);

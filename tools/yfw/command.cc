@@ -116,6 +116,12 @@ void for_each_file(const std::vector<std::string> &files, Report &report,
     }
 }
 
+void tell(const StoreKey &key) {
+    if (!key.note().empty()) {
+        Messages().line("note", key.note());
+    }
+}
+
 void add_output_options(CLI::App &command, Output &output) {
     add_choice<Syntax>(command, "-o,--output", output.syntax, {{"json", Syntax::json}, {"xml", Syntax::xml}},
                        "The syntax of what is printed: json or xml");

@@ -122,6 +122,9 @@ void add_choice(CLI::App &command, const std::string &name, Value &value, const 
     command.add_option_function<std::string>(name, take, description)->type_name(words);
 }
 
+// Notes that passwords cannot be read, if they cannot.
+void tell(const StoreKey &key);
+
 // The options -o json|xml and --compact.
 void add_output_options(CLI::App &command, Output &output);
 

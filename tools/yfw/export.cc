@@ -2,6 +2,7 @@
 #include "history.h"
 
 #include "bgp/roots.h"
+#include "model/trees.h"
 #include "store/passphrase.h"
 #include "vnos_platform.h"
 
@@ -25,12 +26,14 @@ constexpr std::string_view without_passwords = "passwords: none\n";
 constexpr std::string_view with_passphrase = "passwords: under a passphrase, salt ";
 constexpr std::string_view proof_word = ", proof ";
 constexpr std::string_view proof = "the passphrase is right";
-constexpr int own_cipher = 7;
 
-// Overwritten when it goes.
+// Overwritten when it goes; so it is not moved either, which may leave a short text behind.
 struct Secret {
     std::string text;
+    Secret() = default;
     ~Secret() { explicit_bzero(text.data(), text.size()); }
+    Secret(const Secret &) = delete;
+    Secret &operator=(const Secret &) = delete;
 };
 
 // What a person types is not shown meanwhile.
@@ -82,34 +85,20 @@ void read_passphrase(const std::string &file, bool is_new, Secret &passphrase) {
     }
 }
 
-bool holds_password(const Node *node) {
-    for (const Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (below->schema().is_inner() ? holds_password(below) : below->schema().secret) {
-            return true;
-        }
-    }
-    return false;
-}
-
 // Seals the passwords, or takes them out.
-void turn_passwords(Arena &arena, Node *node, const Passphrase *passphrase) {
-    Node *next = nullptr;
-    for (Node *below = node->first(); below != nullptr; below = next) {
-        next = below->next();
-        if (below->schema().is_inner()) {
-            turn_passwords(arena, below, passphrase);
-        } else if (below->schema().secret && passphrase == nullptr) {
-            unlink(below);
-        } else if (below->schema().secret) {
-            char *clear = pw_decrypt(own_cipher, below->value);
-            if (clear == nullptr) {
-                throw Refused(Reason::constraint, instance_path(below),
-                              "the store's key does not decipher the password");
-            }
-            set_value(arena, below, passphrase->seal(clear));
-            vnos_named_free(clear);
+void turn_passwords(Arena &arena, Node *root, const Passphrase *passphrase) {
+    for_each_password(root, [&](Node *leaf) {
+        if (passphrase == nullptr) {
+            unlink(leaf);
+            return;
         }
-    }
+        char *clear = pw_decrypt(own_cipher, leaf->value);
+        if (clear == nullptr) {
+            throw Refused(Reason::constraint, instance_path(leaf), "the store's key does not decipher the password");
+        }
+        set_value(arena, leaf, passphrase->seal(clear));
+        vnos_named_free(clear);
+    });
 }
 
 struct ExportArguments {
@@ -117,12 +106,14 @@ struct ExportArguments {
     std::string passphrase_file;
 };
 
-void fetch_configuration(const Transaction &transaction, const Schema &schema, Arena &arena, Node *found) {
+Node *fetch_configuration(const Transaction &transaction, const Schema &schema, Arena &arena) {
     Node *wanted = new_root(arena, schema);
+    Node *found = new_root(arena, schema);
     for (const std::string_view root : native_roots) {
         ensure_child(arena, wanted, *schema.find(root));
     }
     transaction.fetch(arena, wanted, found);
+    return found;
 }
 
 void run_export(const Globals &globals, const ExportArguments &arguments) {
@@ -131,10 +122,11 @@ void run_export(const Globals &globals, const ExportArguments &arguments) {
     Transaction transaction = store.begin(Access::read);
     const StoreKey key(transaction, KeyUse::read);
     Arena arena;
-    Node *found = new_root(arena, run.schema());
-    fetch_configuration(transaction, run.schema(), arena, found);
+    Node *found = fetch_configuration(transaction, run.schema(), arena);
+    bool has_passwords = false;
+    for_each_password(found, [&has_passwords](const Node *) { has_passwords = true; });
     std::string head(first_line);
-    if (arguments.no_passwords || !holds_password(found)) {
+    if (arguments.no_passwords || !has_passwords) {
         turn_passwords(arena, found, nullptr);
         head += without_passwords;
     } else {
@@ -186,7 +178,9 @@ std::unique_ptr<Passphrase> take_head(std::string &text, const ImportArguments &
             read_passphrase(arguments.passphrase_file, false, secret);
             passphrase = std::make_unique<Passphrase>(secret.text, line.substr(0, middle));
         }
-        if (passphrase != nullptr && passphrase->open(line.substr(middle + proof_word.size())) != proof) {
+        std::string opened;
+        if (passphrase != nullptr &&
+            (!passphrase->open(line.substr(middle + proof_word.size()), opened) || opened != proof)) {
             throw Refused(Reason::invalid_value, "",
                           "the passphrase is not the one that the passwords were exported with");
         }
@@ -200,12 +194,11 @@ std::unique_ptr<Passphrase> take_head(std::string &text, const ImportArguments &
 }
 
 std::string own_password(const Node *leaf, const Passphrase *passphrase) {
-    const auto clear = passphrase == nullptr ? std::nullopt : passphrase->open(leaf->value);
-    if (!clear) {
+    Secret clear;
+    if (passphrase == nullptr || !passphrase->open(leaf->value, clear.text)) {
         throw Refused(Reason::invalid_value, instance_path(leaf), "the password is not sealed under the passphrase");
     }
-    const Secret wiped{*clear};
-    char *enciphered = pw_encrypt(own_cipher, wiped.text.c_str());
+    char *enciphered = pw_encrypt(own_cipher, clear.text.c_str());
     if (enciphered == nullptr) {
         throw std::bad_alloc();
     }
@@ -223,9 +216,8 @@ void run_import(const Globals &globals, const ImportArguments &arguments) {
     Transaction transaction = store.begin(Access::write);
     const StoreKey key(transaction, KeyUse::edit);
     Arena arena;
-    Node *found = new_root(arena, run.schema());
-    fetch_configuration(transaction, run.schema(), arena, found);
-    if (found->first() != nullptr && !arguments.replace) {
+    const bool is_empty = fetch_configuration(transaction, run.schema(), arena)->first() == nullptr;
+    if (!is_empty && !arguments.replace) {
         throw Refused(Reason::data_exists, "",
                       "the store holds a configuration: --replace puts the file's in its place");
     }

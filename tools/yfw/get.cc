@@ -25,23 +25,13 @@ struct Arguments {
 
 // Whether a tree has what a path leads to; wanted: the tree of that path alone, whose keys may be left out.
 bool leads_on(const Node *found, const Node *wanted) {
-    const Node *next = wanted->schema().is_inner() ? wanted->first() : nullptr;
-    while (next != nullptr && next->schema().is_key) {
-        next = next->next();
-    }
-    if (next == nullptr) {
+    if (is_bare(wanted)) {
         return true;
     }
-    const SchemaNode &schema = next->schema();
-    for (const Node *node = first_of(found, schema); node != nullptr;
-         node = schema.repeats() ? next_entry(node) : nullptr) {
-        bool is_meant = schema.kind != NodeKind::leaf_list || next->value == nullptr ||
-                        std::string_view(next->value) == node->value;
-        for (std::size_t key = 0; key < schema.keys.size() && is_meant; ++key) {
-            const char *value = key_value(next, key);
-            is_meant = value == nullptr || std::string_view(value) == key_value(node, key);
-        }
-        if (is_meant && leads_on(node, next)) {
+    for (const Node *node = found->first(); node != nullptr; node = node->next()) {
+        Filters covering;
+        add_covering(node, wanted, covering);
+        if (!node->schema().is_key && !covering.empty() && leads_on(node, covering.front())) {
             return true;
         }
     }
@@ -87,7 +77,7 @@ Exit print_native(Run &run, const Arguments &arguments) {
         }
     }
     if (arguments.wanted.empty()) {
-        for (const char *root : {"/bgp", "/vrfs"}) {
+        for (const std::string_view root : native_roots) {
             add_instance_path(arena, run.schema(), wanted, root);
         }
     }
@@ -128,9 +118,7 @@ Exit run(const Globals &globals, const Arguments &arguments) {
     Transaction transaction = store.begin(Access::read);
     if (!arguments.paths) {
         const StoreKey key(transaction, KeyUse::read);
-        if (!key.note().empty()) {
-            Messages().line("note", key.note());
-        }
+        tell(key);
         return print_openconfig(run, arguments, transaction);
     }
     const auto request = run.engine().declare(arguments.wanted, arguments.state, transaction);

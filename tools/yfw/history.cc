@@ -53,12 +53,6 @@ CommitNote commit_note(const std::string &comment) {
     return {behind != nullptr ? behind : known != nullptr ? known->pw_name : std::to_string(user), "command", comment};
 }
 
-void tell(const StoreKey &key) {
-    if (!key.note().empty()) {
-        Messages().line("note", key.note());
-    }
-}
-
 namespace {
 
 // The local time, as ISO 8601 has it.

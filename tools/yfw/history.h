@@ -26,7 +26,4 @@ void add_comment_option(CLI::App &command, std::string &comment);
 // Of a commit by the user who runs the command.
 CommitNote commit_note(const std::string &comment);
 
-// Notes that passwords cannot be read, if they cannot.
-void tell(const StoreKey &key);
-
 } // namespace yfw::tool

@@ -3,7 +3,8 @@
 #include "command.h"
 
 #include "base/text.h"
-#include "documents/reader.h"
+#include "documents/writer.h"
+#include "model/path_text.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -31,19 +32,6 @@ void Messages::line(const char *word, const std::string &text) const {
 
 namespace {
 
-// Where a path's predicate that begins there ends: behind its ']'.
-std::size_t behind_predicate(std::string_view path, std::size_t at) {
-    char quote = '\0';
-    for (; at < path.size() && (quote != '\0' || path[at] != ']'); ++at) {
-        if (quote != '\0') {
-            quote = path[at] == quote ? '\0' : quote;
-        } else if (path[at] == '"' || path[at] == '\'') {
-            quote = path[at];
-        }
-    }
-    return std::min(at + 1, path.size());
-}
-
 // What is the same of all nodes of a kind: the path without its keys.
 struct Kind {
     std::string path;
@@ -53,15 +41,15 @@ struct Kind {
 Kind kind_of(std::string_view path) {
     Kind kind;
     std::size_t tail = 0; // where it begins
-    std::size_t step = 0; // likewise, the step at hand
-    for (std::size_t at = 0; at < path.size();) {
-        if (path[at] == '[') {
-            at = behind_predicate(path, at);
-            tail = at < path.size() && path[at] == '/' ? step : tail;
-        } else {
-            step = path[at] == '/' ? kind.path.size() : step;
-            kind.path += path[at++];
+    PathParser parser(path);
+    for (PathStep step; !parser.at_end();) {
+        if (!parser.next(step)) {
+            return {std::string(path), std::string(path)};
         }
+        if (!step.predicates.empty() && !parser.at_end()) {
+            tail = kind.path.size();
+        }
+        kind.path.append("/").append(step.name);
     }
     kind.tail = (tail == 0 ? "" : "...") + kind.path.substr(tail);
     return kind;
@@ -103,14 +91,7 @@ std::string code_text(cerrno code) {
 }
 
 void put_text(Sink &sink, std::string_view text) {
-    sink.put('"');
-    for (const char character : visible(text)) { // without control characters
-        if (character == '"' || character == '\\') {
-            sink.put('\\');
-        }
-        sink.put(character);
-    }
-    sink.put('"');
+    write_json_text(sink, visible(text));
 }
 
 // The members of an object whose values are texts and numbers.

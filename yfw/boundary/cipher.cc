@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr int cipher_type = 7;
 constexpr std::size_t overhead = crypto_secretbox_NONCEBYTES + crypto_secretbox_MACBYTES;
 
 } // namespace
@@ -18,7 +17,7 @@ extern "C" {
 // Nonce and box as hexadecimal text: the native leaf takes any text, and so does a person's terminal.
 char *pw_encrypt(int type, const char *clear) {
     const unsigned char *key = yfw::PasswordKey::in_force();
-    if (type != cipher_type || clear == nullptr || key == nullptr) {
+    if (type != yfw::own_cipher || clear == nullptr || key == nullptr) {
         return nullptr;
     }
     const std::size_t length = std::strlen(clear);
@@ -40,7 +39,7 @@ char *pw_encrypt(int type, const char *clear) {
 
 char *pw_decrypt(int type, const char *cipher) {
     const unsigned char *key = yfw::PasswordKey::in_force();
-    if (type != cipher_type || cipher == nullptr || key == nullptr) {
+    if (type != yfw::own_cipher || cipher == nullptr || key == nullptr) {
         return nullptr;
     }
     const std::size_t length = std::strlen(cipher);

@@ -46,6 +46,18 @@ void for_each_innermost(const Node *root, const Visit &visit) {
     });
 }
 
+// Calls visit(leaf) for the passwords of configuration in a tree; the one at hand may be taken out.
+template <typename Visit>
+void for_each_password(const Node *root, const Visit &visit) {
+    for_each_below(root, [&visit](Node *node) {
+        if (node->schema().is_inner()) {
+            for_each_password(node, visit);
+        } else if (node->schema().secret && node->schema().config && node->value != nullptr) {
+            visit(node);
+        }
+    });
+}
+
 // The list entry that a node lies in, or is; the root when there is none.
 const Node *entry_around(const Node *node);
 

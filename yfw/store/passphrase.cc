@@ -64,16 +64,15 @@ std::string Passphrase::seal(std::string_view clear) const {
     return hexadecimal(boxed.data(), boxed.size());
 }
 
-std::optional<std::string> Passphrase::open(std::string_view sealed) const {
+bool Passphrase::open(std::string_view sealed, std::string &clear) const {
     const auto boxed = bytes_of(sealed);
     if (boxed.size() < overhead) {
-        return std::nullopt;
+        return false;
     }
-    std::string clear(boxed.size() - overhead, '\0');
-    const int status = crypto_secretbox_open_easy(
-        reinterpret_cast<unsigned char *>(clear.data()), boxed.data() + crypto_secretbox_NONCEBYTES,
-        boxed.size() - crypto_secretbox_NONCEBYTES, boxed.data(), key_.data());
-    return status == 0 ? std::optional(std::move(clear)) : std::nullopt;
+    clear.assign(boxed.size() - overhead, '\0');
+    return crypto_secretbox_open_easy(reinterpret_cast<unsigned char *>(clear.data()),
+                                      boxed.data() + crypto_secretbox_NONCEBYTES,
+                                      boxed.size() - crypto_secretbox_NONCEBYTES, boxed.data(), key_.data()) == 0;
 }
 
 } // namespace yfw

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,8 +20,8 @@ class Passphrase {
 
     // Hexadecimal; another one each time.
     [[nodiscard]] std::string seal(std::string_view clear) const;
-    // Nothing for what was sealed otherwise. The caller wipes it.
-    [[nodiscard]] std::optional<std::string> open(std::string_view sealed) const;
+    // False for what was sealed otherwise. The caller wipes the clear text, of which there is no other copy.
+    [[nodiscard]] bool open(std::string_view sealed, std::string &clear) const;
 
   private:
     static constexpr std::size_t key_size = 32;

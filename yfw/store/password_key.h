@@ -6,6 +6,8 @@
 
 namespace yfw {
 
+inline constexpr int own_cipher = 7; // its type, for pw_encrypt and pw_decrypt
+
 // Puts the key of a file in force as long as it lives. One at a time.
 class PasswordKey {
   public:
