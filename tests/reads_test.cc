@@ -84,6 +84,11 @@ class Reads : public EngineTest {
         const bool refused = found.starts_with('/'); // an entry that is named cannot have that
         EXPECT_EQ(refused ? "{}\n" : found, read({}, state, filter)) << path << (state ? " with state" : "");
         EXPECT_TRUE(!refused || path.starts_with("/network-instances/network-instance[")) << found;
+        // A path that lies in another one takes nothing away from that.
+        const std::string outer = path.substr(0, path.find("/bgp"));
+        if (!refused && outer != path) {
+            EXPECT_EQ(read({outer, path}, state), read({outer}, state)) << path;
+        }
     }
 
     // The nodes with nothing below but keys, as paths.

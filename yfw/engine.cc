@@ -120,6 +120,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     stage("reading");
     ReadOptions reading;
     reading.skip_unknown = options.skip_unknown;
+    reading.in_message = options.in_message;
     reading.why_not = why_not_edited;
     reading.published = &published_;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
@@ -133,8 +134,9 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     return result;
 }
 
-std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &paths, bool state,
+std::unique_ptr<Request> Engine::declare(const std::vector<std::string> &given, bool state,
                                          const Transaction &transaction) const {
+    const std::vector<std::string> paths = outermost(schema_, given);
     std::vector<const Node *> asked;
     auto request = declare_form(paths, state, transaction, Below::covered, &asked);
     for (std::size_t i = 0; i < asked.size(); ++i) {
@@ -210,8 +212,9 @@ Engine::Content Engine::content(const std::vector<std::string> &paths, bool stat
     return !any_state ? Content::config : config ? Content::all : Content::state;
 }
 
-Engine::ReadResult Engine::read(const std::vector<std::string> &paths, bool state,
+Engine::ReadResult Engine::read(const std::vector<std::string> &given, bool state,
                                 const Transaction &transaction) const {
+    const std::vector<std::string> paths = outermost(schema_, given);
     const auto declared = declare(paths, state, transaction);
     const Content wanted = content(paths, state);
     ReadResult result;

@@ -58,6 +58,9 @@ void limit(Node *found, const Run &run, const Arguments &arguments) {
     if (!arguments.depth) {
         return;
     }
+    if (outermost(run.schema(), arguments.wanted).size() < arguments.wanted.size()) {
+        throw Refused(Reason::not_served, arguments.wanted.front(), "with --depth no path may lie in another one");
+    }
     Arena arena;
     Node *wanted = new_root(arena, run.schema());
     for (const std::string &path : arguments.wanted) {
@@ -71,7 +74,7 @@ Exit print_native(Run &run, const Arguments &arguments) {
     const Transaction transaction = store.begin(Access::read);
     Arena arena;
     Node *wanted = new_root(arena, run.schema());
-    for (const std::string &path : arguments.wanted) {
+    for (const std::string &path : outermost(run.schema(), arguments.wanted)) {
         if (side_of(add_instance_path(arena, run.schema(), wanted, path)->schema()) == Side::openconfig) {
             throw Refused(Reason::not_served, path, "this is an OpenConfig path: leave --native out");
         }

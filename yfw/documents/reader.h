@@ -27,6 +27,7 @@ enum class DefaultOperation : std::uint8_t { merge, replace, none };
 struct ReadOptions {
     bool skip_unknown = false; // list nodes outside the models instead of refusing the document
     bool edit = true;          // nodes may carry operations, and a deleted leaf needs no value
+    bool in_message = false;   // the caller has read NETCONF's elements around the data: these say nothing more
     // Why a top-level node may not be in the document, empty for one that may. Null: all may.
     std::string (*why_not)(const SchemaNode &top) = nullptr;
     // Nodes outside the models that these have are left out. Null: there are none.

@@ -12,7 +12,4 @@ namespace yfw {
 // of an <edit-config>. Throws Refused.
 std::optional<DefaultOperation> read_xml(Builder &builder, std::string_view text);
 
-// NETCONF's base namespace: of its own elements and of the operation attribute.
-inline constexpr const char *netconf_namespace = "urn:ietf:params:xml:ns:netconf:base:1.0";
-
 } // namespace yfw

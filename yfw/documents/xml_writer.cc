@@ -1,5 +1,5 @@
 #include "documents/write_common.h"
-#include "documents/xml_reader.h"
+#include "documents/xml_parser.h"
 #include "model/trees.h"
 
 namespace yfw {

@@ -17,8 +17,9 @@ namespace yfw {
 
 struct EditOptions {
     bool skip_unknown = false;
-    bool strict = false; // a node that is not mapped is a refusal, and so is a difference that verify finds
-    bool verify = false; // what is set is read back and compared
+    bool strict = false;     // a node that is not mapped is a refusal, and so is a difference that verify finds
+    bool verify = false;     // what is set is read back and compared
+    bool in_message = false; // as in ReadOptions
     DefaultOperation default_operation = DefaultOperation::merge;
 };
 

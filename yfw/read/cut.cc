@@ -1,9 +1,11 @@
 #include "read/cut.h"
 
+#include "model/instance_path.h"
 #include "model/trees.h"
 
 #include <algorithm>
 #include <cstring>
+#include <unordered_set>
 
 namespace yfw {
 
@@ -152,6 +154,28 @@ void limit_depth(Node *data, const Node *filter, std::size_t levels) {
     } else {
         limit_below(data, {filter}, levels);
     }
+}
+
+std::vector<std::string> outermost(const Schema &schema, const std::vector<std::string> &paths) {
+    Arena arena;
+    Node *root = new_root(arena, schema);
+    std::vector<Node *> named;
+    std::unordered_set<const Node *> told;
+    std::vector<std::string> outer;
+    for (const std::string &path : paths) {
+        named.push_back(add_instance_path(arena, schema, root, path));
+        named.back()->flags |= whole;
+    }
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const Node *above = named[i]->up();
+        while (above != nullptr && (above->flags & whole) == 0) {
+            above = above->up();
+        }
+        if (above == nullptr && told.insert(named[i]).second) {
+            outer.push_back(paths[i]);
+        }
+    }
+    return outer;
 }
 
 } // namespace yfw

@@ -1,6 +1,7 @@
 #include "store/check.h"
 
 #include "base/error.h"
+#include "store/promise.h"
 
 #include <string_view>
 
@@ -24,6 +25,8 @@ class Checker {
                 if (const std::string fault = history_.check(cursor.key(), cursor.bytes()); !fault.empty()) {
                     problem("", fault);
                 }
+            } else if (cursor.key() == promise_key) {
+                promise();
             } else if (std::string_view("fkn").find(cursor.key().substr(0, 1)) == std::string_view::npos) {
                 problem("", "a record of an unknown kind");
             }
@@ -43,6 +46,14 @@ class Checker {
   private:
     void problem(const std::string &path, const std::string &what) {
         result_.problems.push_back((path.empty() ? "/" : path) + ": " + what);
+    }
+
+    void promise() {
+        try {
+            (void)read_promise(transaction_);
+        } catch (const Unusable &) {
+            problem("", "what a commit is to be undone to cannot be read");
+        }
     }
 
     // The entry's list, or the root, and its path; null when the key is none of an entry.

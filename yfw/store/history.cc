@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "store/check.h"
+#include "store/promise.h"
 #include "store/store.h"
 
 #include <algorithm>
@@ -14,40 +15,6 @@ namespace {
 // microseconds and the bytes that all records so far were long together, this one included; whether there are images;
 // who, by what and the comment, each with its length; the images.
 constexpr std::string_view history_key = "h";
-constexpr std::size_t number_size = 8;
-
-void append_fixed(std::string &bytes, std::uint64_t number) {
-    for (std::size_t byte = number_size; byte-- > 0;) {
-        bytes += static_cast<char>(number >> (8 * byte) & 0xffU);
-    }
-}
-
-bool take_fixed(std::string_view &bytes, std::uint64_t &number) {
-    if (bytes.size() < number_size) {
-        return false;
-    }
-    number = 0;
-    for (std::size_t byte = 0; byte < number_size; ++byte) {
-        number = number << 8U | static_cast<unsigned char>(bytes[byte]);
-    }
-    bytes.remove_prefix(number_size);
-    return true;
-}
-
-void append_text(std::string &bytes, std::string_view text) {
-    append_length(bytes, text.size());
-    bytes += text;
-}
-
-bool take_text(std::string_view &bytes, std::string_view &text) {
-    std::size_t length = 0;
-    if (!take_length(bytes, length) || length > bytes.size()) {
-        return false;
-    }
-    text = bytes.substr(0, length);
-    bytes.remove_prefix(length);
-    return true;
-}
 
 std::string key_of(std::uint64_t number) {
     std::string key(history_key);
@@ -214,11 +181,13 @@ std::string encode_images(const Transaction &transaction, const std::vector<std:
 
 void drop_oldest(Transaction &transaction, std::uint64_t newest, std::uint64_t end) {
     const HistoryLimits &limits = transaction.history_limits();
+    const std::optional<Promise> promise = read_promise(transaction);
     for (Cursor cursor(transaction); cursor.seek(history_key);) {
         const HistoryReader oldest(transaction, cursor.key(), cursor.bytes());
         oldest.check();
         const std::uint64_t bytes = end - oldest.end + cursor.bytes().size();
-        if (oldest.number == newest || (newest - oldest.number < limits.commits && bytes <= limits.bytes)) {
+        if (oldest.number == newest || (promise && oldest.number > promise->base) ||
+            (newest - oldest.number < limits.commits && bytes <= limits.bytes)) {
             break;
         }
         cursor.erase();
@@ -265,10 +234,14 @@ void add_to_history(Transaction &transaction, const CommitNote &note) {
         append_text(texts, text);
     }
     const bool has_images = images.size() <= most;
+    if (!has_images && note.is_to_be_undone) {
+        throw Refused(Reason::too_big, "",
+                      "what was before would be more than is kept: the commit could not be undone");
+    }
     if (!has_images) {
         images.clear();
     }
-    end += 2 * number_size + 1 + texts.size() + images.size();
+    end += 2 * fixed_size + 1 + texts.size() + images.size();
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     std::string bytes;
     append_fixed(bytes, static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
@@ -278,6 +251,16 @@ void add_to_history(Transaction &transaction, const CommitNote &note) {
     bytes += images;
     transaction.put(key_of(number), bytes);
     drop_oldest(transaction, number, end);
+}
+
+std::uint64_t newest_commit(const Transaction &transaction) {
+    Cursor cursor(transaction);
+    if (!cursor.seek_last(history_key)) {
+        return 0;
+    }
+    const HistoryReader newest(transaction, cursor.key(), cursor.bytes());
+    newest.check();
+    return newest.number;
 }
 
 std::vector<HistoryEntry> read_history(const Transaction &transaction, std::size_t most) {
@@ -338,13 +321,10 @@ std::uint64_t first_kept(const Transaction &transaction) {
 void check_is_known(const Transaction &transaction, std::uint64_t number) {
     const std::string commit = "commit " + std::to_string(number);
     const std::uint64_t first = first_kept(transaction);
-    Cursor cursor(transaction);
-    cursor.seek_last(history_key);
-    const HistoryReader newest(transaction, cursor.key(), cursor.bytes());
-    newest.check();
-    if (number > newest.number) {
+    const std::uint64_t newest = newest_commit(transaction);
+    if (number > newest) {
         throw Refused(Reason::data_missing, "",
-                      "there is no " + commit + ": the last one is " + std::to_string(newest.number));
+                      "there is no " + commit + ": the last one is " + std::to_string(newest));
     }
     if (number != 0 && number + 1 < first) {
         throw Refused(Reason::data_missing, "",

@@ -29,6 +29,7 @@ struct CommitNote {
     std::string who; // a user's name
     std::string by;  // what the user worked with: "command"
     std::string comment;
+    bool is_to_be_undone = false; // one whose images are too many is refused then
 };
 
 // Keys in the order of their arrival, close together.
@@ -72,6 +73,9 @@ struct HistoryEntry {
 // Writes what a transaction is about to commit into its history, and drops what is no longer kept. A transaction that
 // changes no configuration leaves no trace there.
 void add_to_history(Transaction &transaction, const CommitNote &note);
+
+// The number of the newest commit; 0 for none.
+std::uint64_t newest_commit(const Transaction &transaction);
 
 // The newest commits, the newest first.
 std::vector<HistoryEntry> read_history(const Transaction &transaction, std::size_t most);

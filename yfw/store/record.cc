@@ -82,6 +82,39 @@ bool take_length(std::string_view &bytes, std::size_t &length) {
     return false;
 }
 
+void append_fixed(std::string &bytes, std::uint64_t number) {
+    for (std::size_t byte = fixed_size; byte-- > 0;) {
+        bytes += static_cast<char>(number >> (8 * byte) & 0xffU);
+    }
+}
+
+bool take_fixed(std::string_view &bytes, std::uint64_t &number) {
+    if (bytes.size() < fixed_size) {
+        return false;
+    }
+    number = 0;
+    for (std::size_t byte = 0; byte < fixed_size; ++byte) {
+        number = number << 8U | static_cast<unsigned char>(bytes[byte]);
+    }
+    bytes.remove_prefix(fixed_size);
+    return true;
+}
+
+void append_text(std::string &bytes, std::string_view text) {
+    append_length(bytes, text.size());
+    bytes += text;
+}
+
+bool take_text(std::string_view &bytes, std::string_view &text) {
+    std::size_t length = 0;
+    if (!take_length(bytes, length) || length > bytes.size()) {
+        return false;
+    }
+    text = bytes.substr(0, length);
+    bytes.remove_prefix(length);
+    return true;
+}
+
 namespace {
 
 bool before(const RecordItem &item, Number number) {

@@ -31,6 +31,15 @@ bool take_key_value(std::string_view &key, std::string_view &value);
 void append_length(std::string &bytes, std::size_t length);
 bool take_length(std::string_view &bytes, std::size_t &length);
 
+// A number of eight bytes, the highest first: numbers in their order.
+inline constexpr std::size_t fixed_size = 8;
+void append_fixed(std::string &bytes, std::uint64_t number);
+bool take_fixed(std::string_view &bytes, std::uint64_t &number);
+
+// A text with its length.
+void append_text(std::string &bytes, std::string_view text);
+bool take_text(std::string_view &bytes, std::string_view &text);
+
 // Whether a node lies in a container without a list between.
 bool lies_in(const SchemaNode &node, const SchemaNode &container);
 // The lists of an entry or container, those within its containers too, but not those within lists.

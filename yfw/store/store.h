@@ -90,7 +90,8 @@ class Transaction {
     // A read of the state that this one, which writes, began with.
     [[nodiscard]] Transaction before() const;
     // From now on a transaction that reads sees these records in place of the ones stored.
-    void see(Images past) { past_ = std::make_unique<const Images>(std::move(past)); }
+    void see(std::shared_ptr<const Images> past) { past_ = std::move(past); }
+    void see(Images past) { see(std::make_shared<const Images>(std::move(past))); }
     [[nodiscard]] const HistoryLimits &history_limits() const { return history_limits_; }
 
     // The record of a key, valid until the next change.
@@ -139,7 +140,7 @@ class Transaction {
     Numbers numbers_;
     HistoryLimits history_limits_;
     TouchedKeys touched_;
-    std::unique_ptr<const Images> past_;       // null: what is stored is seen
+    std::shared_ptr<const Images> past_;       // null: what is stored is seen
     FileHandle lock_;                          // outlives the transaction below
     std::unique_ptr<MDB_txn, TxnDeleter> txn_; // null for a store that is not there yet
     unsigned dbi_ = 0;

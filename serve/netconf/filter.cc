@@ -1,0 +1,316 @@
+#include "netconf/filter.h"
+
+#include "base/error.h"
+#include "documents/xml_parser.h"
+#include "model/path_text.h"
+#include "model/trees.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace yfw::serve {
+
+namespace {
+
+// More paths than these are read as one: what they have in common.
+constexpr std::size_t most_paths = 64;
+
+bool is_match(const Element &element) {
+    return element.children.empty() && !element.text.empty();
+}
+
+// A filter's element without a namespace is of any.
+bool is_named(const Element &filter, std::string_view name, std::string_view name_space) {
+    return filter.name == name && (filter.name_space.empty() || filter.name_space == name_space);
+}
+
+std::string_view name_of(const Node *node) {
+    return node->schema().name;
+}
+std::string_view name_space_of(const Node *node) {
+    return node->schema().module->name_space;
+}
+// An identity may have a prefix in the filter, which says no more than its namespace does.
+bool has_value(const Node *node, const Element &match) {
+    if (node->value == nullptr) {
+        return false;
+    }
+    const std::string_view value = node->value;
+    if (value == match.text) {
+        return true;
+    }
+    const BaseType type = node->schema().type;
+    const auto colon = match.text.find(':');
+    return (type == BaseType::identityref || type == BaseType::union_) && colon != std::string::npos &&
+           std::string_view(match.text).substr(colon + 1) == value;
+}
+bool is_key(const Node *node) {
+    return node->schema().is_key;
+}
+bool has_children(const Node *node) {
+    return node->schema().is_inner();
+}
+template <typename Visit>
+void for_each_child(Node *node, Visit visit) {
+    Node *next = nullptr;
+    for (Node *at = node->first(); at != nullptr; at = next) {
+        next = at->next();
+        visit(at);
+    }
+}
+void take_out_children(Node *, const std::vector<Node *> &goes) {
+    for (Node *node : goes) {
+        release_name_spaces(node);
+        unlink(node);
+    }
+}
+
+std::string_view name_of(const Element *element) {
+    return element->name;
+}
+std::string_view name_space_of(const Element *element) {
+    return element->name_space;
+}
+bool has_value(const Element *element, const Element &match) {
+    return element->children.empty() && element->text == match.text;
+}
+bool is_key(const Element *) {
+    return false;
+}
+bool has_children(const Element *element) {
+    return !element->children.empty();
+}
+template <typename Visit>
+void for_each_child(Element *element, Visit visit) {
+    for (Element &child : element->children) {
+        visit(&child);
+    }
+}
+void take_out_children(Element *parent, const std::vector<Element *> &goes) {
+    auto next = goes.begin(); // in their order
+    std::vector<Element> left;
+    for (Element &child : parent->children) {
+        if (next != goes.end() && *next == &child) {
+            ++next;
+        } else {
+            left.push_back(std::move(child));
+        }
+    }
+    parent->children = std::move(left);
+}
+
+// The children of a filter's elements that bear on what lies below one node of the data.
+struct Wanted {
+    bool everything = false;
+    std::vector<const Element *> elements; // to be selected, one or the other
+    std::vector<const Element *> matched;  // leaves that decided, and are shown with the rest
+};
+
+// What the filter's element asks for below a node with its name; nothing when the node's leaves are others.
+template <typename Data>
+void add_wanted(Data *node, const Element &filter, Wanted &wanted) {
+    bool selects = false;
+    for (const Element &child : filter.children) {
+        if (!is_match(child)) {
+            selects = true;
+            continue;
+        }
+        bool is_so = false;
+        for_each_child(node, [&](Data *leaf) {
+            is_so = is_so || (is_named(child, name_of(leaf), name_space_of(leaf)) && has_value(leaf, child));
+        });
+        if (!is_so) {
+            return;
+        }
+    }
+    if (!selects) {
+        wanted.everything = true;
+        return;
+    }
+    for (const Element &child : filter.children) {
+        (is_match(child) ? wanted.matched : wanted.elements).push_back(&child);
+    }
+}
+
+// Whether something of the node is left.
+template <typename Data>
+bool select_below(Data *node, const Wanted &wanted) {
+    if (wanted.everything) {
+        return true;
+    }
+    bool any = false;
+    std::vector<Data *> goes;
+    for_each_child(node, [&](Data *child) {
+        Wanted below;
+        bool is_named_here = false;
+        for (const Element *element : wanted.elements) {
+            if (is_named(*element, name_of(child), name_space_of(child)) && !(is_match(*element))) {
+                is_named_here = true;
+                if (element->children.empty()) {
+                    below.everything = true;
+                } else if (has_children(child)) {
+                    add_wanted(child, *element, below);
+                }
+            }
+        }
+        const bool decided = std::any_of(wanted.matched.begin(), wanted.matched.end(), [&](const Element *match) {
+            return is_named(*match, name_of(child), name_space_of(child)) && has_value(child, *match);
+        });
+        const bool asks = below.everything || !below.elements.empty() || !below.matched.empty();
+        if (decided || (is_named_here && asks && select_below(child, below))) {
+            any = true;
+        } else if (!is_key(child)) {
+            goes.push_back(child);
+        }
+    });
+    take_out_children(node, goes);
+    return any;
+}
+
+template <typename Data>
+void select_of_root(Data *root, const Element &filter) {
+    Wanted wanted;
+    for (const Element &child : filter.children) {
+        wanted.elements.push_back(&child);
+    }
+    (void)select_below(root, wanted);
+}
+
+class PathsOfFilter {
+  public:
+    PathsOfFilter(const Mapping &mapping, const Schema &schema, bool state)
+        : mapping_(mapping), schema_(schema), state_(state) {}
+
+    std::vector<std::string> of(const Element &filter) {
+        for (const Element &element : filter.children) {
+            for (const SchemaNode *node : schema_.root().children) {
+                if (is_named(element, node->name, node->module->name_space)) {
+                    add(element, *node, "");
+                }
+            }
+        }
+        if (paths_.size() <= most_paths) {
+            return std::move(paths_);
+        }
+        std::vector<std::string> tops;
+        for (const std::string &path : paths_) {
+            std::string top = path.substr(0, path.find_first_of("/[", 1));
+            if (std::find(tops.begin(), tops.end(), top) == tops.end()) {
+                tops.push_back(std::move(top));
+            }
+        }
+        return tops;
+    }
+
+  private:
+    void add(const Element &element, const SchemaNode &node, const std::string &above) {
+        if (!(state_ ? mapping_.reaches(node) : mapping_.reaches_config(node)) && !node.is_key) {
+            return;
+        }
+        std::string path = above + '/' + node.module->name + ':' + node.name;
+        bool selects = false;
+        bool decides = false; // by another leaf than a key
+        for (const Element &child : element.children) {
+            const SchemaNode *key = is_match(child) ? node.child(child.name) : nullptr;
+            if (key != nullptr && key->is_key) {
+                if (!schema_.accepts(*key, value_of(child, *key), nullptr)) {
+                    return; // no entry has it
+                }
+                append_predicate(path, key->name, value_of(child, *key));
+            }
+            selects = selects || !is_match(child);
+            decides = decides || (is_match(child) && (key == nullptr || !key->is_key));
+        }
+        if (!selects || decides || !node.is_inner()) {
+            paths_.push_back(node.is_key ? above : path);
+            return;
+        }
+        for (const Element &child : element.children) {
+            for (const SchemaNode *below : node.children) {
+                if (is_named(child, below->name, below->module->name_space)) {
+                    add(child, *below, path);
+                }
+            }
+        }
+    }
+
+    static std::string_view value_of(const Element &match, const SchemaNode &key) {
+        const auto colon = match.text.find(':');
+        return key.type == BaseType::identityref && colon != std::string::npos
+                   ? std::string_view(match.text).substr(colon + 1)
+                   : std::string_view(match.text);
+    }
+
+    const Mapping &mapping_;
+    const Schema &schema_;
+    bool state_;
+    std::vector<std::string> paths_;
+};
+
+bool is_name_character(char character) {
+    return std::isalnum(static_cast<unsigned char>(character)) != 0 || character == '-' || character == '_' ||
+           character == '.';
+}
+
+} // namespace
+
+std::vector<std::string> paths_of(const Element &filter, const Mapping &mapping, const Schema &schema, bool state) {
+    return PathsOfFilter(mapping, schema, state).of(filter);
+}
+
+void select(Node *root, const Element &filter) {
+    select_of_root(root, filter);
+}
+
+void select(Element &data, const Element &filter) {
+    select_of_root(&data, filter);
+}
+
+std::vector<std::string> paths_of_xpath(std::string_view expression, const Element &filter, const Schema &schema) {
+    const auto wrong = [&](const std::string &why) {
+        return Refused(Reason::invalid_value, "", "the filter's select " + why);
+    };
+    std::vector<std::string> paths(1);
+    std::string name;
+    char quote = '\0';
+    const std::string text = std::string(expression) + '\n'; // ends the last name
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char character = text[at];
+        if (quote != '\0') {
+            quote = character == quote ? '\0' : quote;
+            paths.back() += character;
+        } else if (is_name_character(character)) {
+            name += character;
+        } else if (character == ':') {
+            const auto known = std::find_if(filter.prefixes.rbegin(), filter.prefixes.rend(),
+                                            [&](const auto &prefix) { return prefix.first == name; });
+            const Module *module =
+                known == filter.prefixes.rend() ? nullptr : schema.module_of_namespace(known->second);
+            if (known == filter.prefixes.rend()) {
+                throw wrong("has a prefix that is not declared: " + name);
+            }
+            if (module == nullptr) {
+                throw wrong("has a namespace that no model has: " + known->second);
+            }
+            paths.back() += module->name + ':';
+            name.clear();
+        } else {
+            paths.back() += std::exchange(name, {});
+            quote = character == '\'' || character == '"' ? character : '\0';
+            if (character == '|') {
+                paths.emplace_back();
+            } else {
+                paths.back() += character;
+            }
+        }
+    }
+    for (std::string &path : paths) {
+        path = trimmed(path);
+        if (!path.starts_with('/') || path.starts_with("//")) {
+            throw wrong("is to be absolute paths such as /p:interfaces/p:interface[p:name='x']");
+        }
+    }
+    return paths;
+}
+
+} // namespace yfw::serve
