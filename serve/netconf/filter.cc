@@ -1,4 +1,4 @@
-#include "netconf/filter.h"
+#include "serve/netconf/filter.h"
 
 #include "base/error.h"
 #include "documents/xml_parser.h"

@@ -1,7 +1,7 @@
 // Filters of NETCONF's reads: of subtrees, RFC 6241 section 6, and of XPath in the form of instance paths.
 #pragma once
 
-#include "netconf/message.h"
+#include "serve/netconf/message.h"
 
 #include "mapping/mapping.h"
 #include "model/tree.h"

@@ -1,4 +1,4 @@
-#include "netconf/message.h"
+#include "serve/netconf/message.h"
 
 #include "documents/xml_parser.h"
 

@@ -1,4 +1,4 @@
-#include "netconf/reply.h"
+#include "serve/netconf/reply.h"
 
 #include "base/text.h"
 #include "documents/xml_parser.h"

@@ -1,8 +1,8 @@
 // NETCONF's answers, RFC 6241.
 #pragma once
 
-#include "netconf/message.h"
-#include "service/service.h"
+#include "serve/netconf/message.h"
+#include "serve/service/service.h"
 
 #include "base/error.h"
 

@@ -1,4 +1,4 @@
-#include "service/service.h"
+#include "serve/service/service.h"
 
 #include "bgp/roots.h"
 #include "store/check.h"
