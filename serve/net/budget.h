@@ -2,14 +2,16 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <functional>
+#include <list>
 #include <utility>
 
 namespace yfw::serve {
 
 // Counts bytes. What each connection holds in one direction is free up to 64 KiB, so that many small requests go on
-// when a few large ones have used it up. Thread safe, but for on_short. Outlives what holds some of it.
+// when a few large ones have used it up. give is for any thread. Outlives what holds some of it.
 class Budget {
   public:
     static constexpr std::size_t free_of_each = std::size_t{64} << 10U;
@@ -25,23 +27,31 @@ class Budget {
     [[nodiscard]] std::size_t used() const { return used_.load(std::memory_order_relaxed); }
     [[nodiscard]] std::size_t limit() const { return limit_; }
 
-    // Set once, before anything is taken: it frees some, if it can, and is called by take until it cannot (false). So
-    // all that take is called on a Listener's loop.
-    void on_short(std::function<bool()> free_some) { free_some_ = std::move(free_some); }
+    // What can free some, by closing the connection that has stood still for longest: how long it has, zero if there is
+    // none, and the closing. take asks for it until there is enough. So all that take is called on the loop's thread.
+    struct Relief {
+        std::function<std::chrono::nanoseconds()> longest;
+        std::function<void()> close;
+    };
+    using Reliefs = std::list<Relief>;
+    Reliefs::iterator add(Relief relief) { return reliefs_.insert(reliefs_.end(), std::move(relief)); }
+    void remove(Reliefs::iterator relief) { reliefs_.erase(relief); }
 
   private:
-    bool add(std::size_t bytes, std::size_t limit);
+    bool fits(std::size_t bytes, std::size_t limit);
+    bool relieve();
 
     const std::size_t limit_;
     std::atomic<std::size_t> used_{0};
-    std::function<bool()> free_some_;
+    Reliefs reliefs_;
 };
 
 // What one holder holds, given back when it goes. May go on any thread.
 class Holding {
   public:
+    // Without a budget it counts nothing.
     explicit Holding(Budget *budget = nullptr) : budget_(budget) {}
-    ~Holding() { reset(0); }
+    ~Holding() { give_back(); }
     Holding(Holding &&other) noexcept : budget_(other.budget_), bytes_(std::exchange(other.bytes_, 0)) {}
     Holding &operator=(Holding &&other) noexcept;
 
@@ -53,7 +63,7 @@ class Holding {
     static std::size_t counted(std::size_t bytes) {
         return bytes > Budget::free_of_each ? bytes - Budget::free_of_each : 0;
     }
-    void reset(std::size_t bytes);
+    void give_back();
 
     Budget *budget_;
     std::size_t bytes_ = 0;

@@ -72,20 +72,22 @@ class Connection {
     Connection(Listener &listener, Descriptor socket);
 
     void begin(const SpeakerFactory &factory);
+    void finish(); // the listener takes no more
     void handle(std::uint32_t events);
     void receive();
-    bool receive_once(std::size_t *left);
     void discard();
-    void offer(std::string_view bytes);
+    std::size_t offer(std::string_view bytes);
     void offer_kept();
     void offer_later();
     void write();
     void written(std::size_t bytes);
-    void update();
+    void advance(); // to what its state asks for
     void check_progress();
     void abandon(const std::string &why); // at once; empty where nobody needs to be told
-    [[nodiscard]] bool reading() const;
-    [[nodiscard]] Loop::Clock::duration stalled(Loop::Clock::time_point now) const;
+    void forget();
+    [[nodiscard]] bool offering() const;
+    bool look_for_progress();
+    [[nodiscard]] Loop::Clock::duration stalled();
 
     Listener &listener_;
     Loop &loop_;
@@ -94,19 +96,21 @@ class Connection {
     std::unique_ptr<Speaker> speaker_;
     State state_ = State::open;
     bool held_ = false;
-    bool ended_ = false;    // the peer sends nothing more
-    bool offering_ = false; // the speaker is being called
+    bool ended_ = false; // the peer sends nothing more
+    bool busy_ = false;  // the speaker or the sender is at work with it: not to be closed for want of memory
+    bool finishing_ = false;
     std::uint32_t events_ = 0;
     std::string kept_; // what the speaker did not take yet, from kept_from_ on
     std::size_t kept_from_ = 0;
     std::deque<std::string> output_;
     std::size_t output_from_ = 0; // in the first of them
     std::size_t output_bytes_ = 0;
+    std::size_t output_held_ = 0; // their memory
     Holding output_holding_;
-    int unread_ = 0; // bytes that the kernel had for the peer when progress was looked at
-    Loop::Clock::time_point progress_;
+    int unread_ = 0;                               // bytes that the kernel had for the peer when progress was looked at
+    Loop::Clock::time_point read_at_, written_at_; // the last progress
     Loop::Timer progress_timer_ = 0, close_timer_ = 0;
-    std::shared_ptr<Connection *> self_; // what posted functions hold weakly
+    std::shared_ptr<Connection *> self_; // posted functions hold it weakly
 };
 
 // A UNIX socket. A stale one is replaced; it is removed at the end.
@@ -132,7 +136,7 @@ struct ListenerOptions {
 class Listener {
   public:
     // Throws std::runtime_error with what is wrong, in words.
-    Listener(Loop &loop, Budget &budget, std::variant<UnixSocket, LoopbackPort> address, SpeakerFactory factory,
+    Listener(Loop &loop, Budget &budget, const std::variant<UnixSocket, LoopbackPort> &address, SpeakerFactory factory,
              ListenerOptions options = {});
     // Closes all connections at once.
     ~Listener();
@@ -152,20 +156,26 @@ class Listener {
     void pause();
     void reap();
     void reap_later();
+    Connection *most_stalled(Loop::Clock::duration *longest) const;
+    void close_most_stalled();
+    void stop_listening();
 
     Loop &loop_;
     Budget &budget_;
     SpeakerFactory factory_;
     ListenerOptions options_;
-    std::string path_; // of the socket, to be removed
+    Descriptor socket_;
+    std::string path_; // of the socket, to be removed when it is still the one that was made
     dev_t device_ = 0;
     ino_t inode_ = 0;
     std::uint16_t port_ = 0;
-    Descriptor socket_;
     std::list<std::unique_ptr<Connection>> connections_;
     std::function<void()> done_;
-    bool finishing_ = false, reaping_ = false;
-    std::shared_ptr<Listener *> self_;
+    bool finishing_ = false, reaping_ = false, full_ = false;
+    Loop::Timer pause_ = 0;
+    Budget::Reliefs::iterator relief_;
+    std::vector<char> buffer_;         // of the connection that is read
+    std::shared_ptr<Listener *> self_; // posted functions hold it weakly
 };
 
 } // namespace yfw::serve

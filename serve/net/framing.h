@@ -51,7 +51,8 @@ class Deframer {
     std::size_t take_data(std::string_view bytes);
     void take_header(char character);
     void take_digit(char character);
-    void keep(std::string_view bytes, std::size_t marker = 0);
+    void keep(std::string_view bytes);
+    [[noreturn]] void too_big() const;
 
     Budget &budget_;
     std::size_t most_;
@@ -63,7 +64,8 @@ class Deframer {
     Secret text_;
 };
 
-// Appends the message, framed. Of an empty one, which chunks cannot say, nothing is appended with these.
+// Appends the message, framed; out's memory is wiped when it has to grow. Chunks cannot say an empty message. One that
+// has the end marker in it cannot be sent with that: XML in which '>' is escaped has not.
 void frame(std::string &out, std::string_view message, Framing framing);
 
 } // namespace yfw::serve
