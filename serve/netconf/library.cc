@@ -137,7 +137,8 @@ void Library::add_models(const Schema &schema, const Mapping &mapping) {
     };
     deviations.revision = quoted("\n  revision ", " ");
     deviations.name_space = quoted("\n  namespace \"", "\"");
-    for (const lys_module *module : ServedModules(schema).get()) {
+    const ServedModules served(schema);
+    for (const lys_module *module : served.get()) {
         LibraryModule made;
         made.name = module->name;
         made.revision = module->revision == nullptr ? "" : module->revision;
@@ -189,10 +190,10 @@ void Library::add_own(const std::filesystem::path &directory) {
 }
 
 void Library::add_capabilities() {
-    for (const char *own : {"base:1.0", "base:1.1", "capability:writable-running:1.0", "capability:candidate:1.0",
-                            "capability:confirmed-commit:1.1", "capability:rollback-on-error:1.0",
-                            "capability:validate:1.1", "capability:xpath:1.0",
-                            "capability:with-defaults:1.0?basic-mode=explicit"}) {
+    for (const char *own :
+         {"base:1.0", "base:1.1", "capability:writable-running:1.0", "capability:candidate:1.0",
+          "capability:confirmed-commit:1.1", "capability:rollback-on-error:1.0", "capability:validate:1.1",
+          "capability:xpath:1.0", "capability:with-defaults:1.0?basic-mode=explicit"}) {
         capabilities_.push_back(std::string("urn:ietf:params:netconf:") + own);
     }
     capabilities_.push_back("urn:ietf:params:netconf:capability:yang-library:1.0?revision=2016-06-21&module-set-id=" +

@@ -18,15 +18,15 @@ struct LibraryModule {
     std::string revision; // may be empty
     std::string name_space;
     std::string text;
-    std::string features; // with commas between
-    std::vector<std::string> deviations;     // modules that deviate it
+    std::string features;                // with commas between
+    std::vector<std::string> deviations; // modules that deviate it
     std::vector<LibraryModule> submodules;
 };
 
 class Library {
   public:
-    // The OpenConfig modules of the models, what they import, the deviations that tell what is not served, and NETCONF's
-    // own modules as far as a directory has them. Throws Unusable.
+    // The OpenConfig modules of the models, what they import, the deviations that tell what is not served, and
+    // NETCONF's own modules as far as a directory has them. Throws Unusable.
     Library(const Schema &schema, const Mapping &mapping, const std::filesystem::path &ietf);
 
     [[nodiscard]] const std::vector<LibraryModule> &modules() const { return modules_; }

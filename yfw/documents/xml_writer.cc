@@ -16,7 +16,7 @@ class XmlWriter {
     // Within a <config> when there would be no single root element, or no place to declare the operations' prefix.
     void document(const Node *root) {
         const Node *first = root->first();
-        if (!options_.operations && first != nullptr && first->next() == nullptr) {
+        if (options_.is_part || (!options_.operations && first != nullptr && first->next() == nullptr)) {
             members(root);
             return;
         }
