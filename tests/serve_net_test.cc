@@ -5,6 +5,7 @@
 #include "tests/scratch.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -14,6 +15,32 @@
 #include <atomic>
 #include <future>
 #include <set>
+
+namespace {
+
+// What is freed while this is set must not have the password in it.
+thread_local bool watching = false;
+thread_local int left_behind = 0;
+const std::string password = std::string("hunter") + std::to_string(222222);
+
+void release(void *memory) noexcept {
+    const std::string_view block(static_cast<const char *>(memory), memory == nullptr ? 0 : malloc_usable_size(memory));
+    left_behind += watching && block.find(password) != std::string_view::npos ? 1 : 0;
+    std::free(memory);
+}
+
+} // namespace
+
+void *operator new(std::size_t size) {
+    void *memory = std::calloc(1, size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void operator delete(void *memory) noexcept {
+    release(memory);
+}
+void operator delete(void *memory, std::size_t) noexcept {
+    release(memory);
+}
 
 namespace yfw::serve {
 namespace {
@@ -116,6 +143,29 @@ TEST(Framings, LargeOnesTakeLinearTimeAndBoundedMemory) {
         EXPECT_LE(budget.used(), budget.limit());
     }
     EXPECT_EQ(budget.used(), 0U);
+}
+
+TEST(Framings, PasswordsStayInNoMemoryThatIsGivenBack) {
+    Budget budget(1U << 24U);
+    watching = true;
+    for (const Framing framing : {Framing::end_marker, Framing::chunked}) {
+        std::string framed;
+        frame(framed, password, framing);
+        frame(framed, std::string(5000, 'x'), framing);
+        Deframer deframer(budget, 1U << 24U);
+        deframer.use(framing);
+        for (const char character : framed) {
+            deframer.take({&character, 1});
+            if (deframer.complete()) {
+                Secret message = deframer.release(), moved = std::move(message);
+                message = std::move(moved);
+            }
+        }
+        deframer.take(std::string_view(framed).substr(0, 20)); // one that is not complete
+        wipe(framed);
+    }
+    watching = false;
+    EXPECT_EQ(left_behind, 0);
 }
 
 // Messages are commands: "say X", "big BYTES"; "work X" is said by the worker's thread, with the connection held.
