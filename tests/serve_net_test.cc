@@ -168,7 +168,8 @@ TEST(Framings, PasswordsStayInNoMemoryThatIsGivenBack) {
     EXPECT_EQ(left_behind, 0);
 }
 
-// Messages are commands: "say X", "big BYTES"; "work X" is said by the worker's thread, with the connection held.
+// Messages are commands: "say X", "big BYTES", "bye BYTES"; "work X" is said by the worker's thread, with the
+// connection held.
 class Echo : public Speaker {
   public:
     Echo(Connection &connection, Budget &budget, Worker &worker, std::atomic<int> &alive)
@@ -192,7 +193,10 @@ class Echo : public Speaker {
 
   private:
     void obey(const std::string &message) {
-        if (message.starts_with("say ")) {
+        if (message.starts_with("bye ")) {
+            say(std::string(std::stoul(message.substr(4)), 'x'));
+            connection_.close();
+        } else if (message.starts_with("say ")) {
             say(message.substr(4));
         } else if (message.starts_with("big ")) {
             say(std::string(std::stoul(message.substr(4)), 'x'));
@@ -391,6 +395,10 @@ TEST(Connections, AreAnsweredInFullBeforeTheyEnd) {
     large.ask("big 9000000").ask("say e").shut();
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(large.answers().size(), 9'000'001U + 3U);
+    Client leaving(served.path());
+    leaving.ask("bye 2000000").ask("say never");
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(leaving.answers(), std::string(2'000'000, 'x') + "|.");
     Client faulty(served.path());
     faulty.send(std::string((std::size_t{1} << 24U) + 1, 'x'));
     EXPECT_EQ(faulty.answers(), ".");
