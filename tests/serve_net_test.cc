@@ -5,6 +5,7 @@
 #include "tests/scratch.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -14,6 +15,32 @@
 #include <atomic>
 #include <future>
 #include <set>
+
+namespace {
+
+// What is freed while this is set must not have the password in it.
+thread_local bool watching = false;
+thread_local int left_behind = 0;
+const std::string password = std::string("hunter") + std::to_string(222222);
+
+void release(void *memory) noexcept {
+    const std::string_view block(static_cast<const char *>(memory), memory == nullptr ? 0 : malloc_usable_size(memory));
+    left_behind += watching && block.find(password) != std::string_view::npos ? 1 : 0;
+    std::free(memory);
+}
+
+} // namespace
+
+void *operator new(std::size_t size) {
+    void *memory = std::calloc(1, size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void operator delete(void *memory) noexcept {
+    release(memory);
+}
+void operator delete(void *memory, std::size_t) noexcept {
+    release(memory);
+}
 
 namespace yfw::serve {
 namespace {
@@ -118,7 +145,31 @@ TEST(Framings, LargeOnesTakeLinearTimeAndBoundedMemory) {
     EXPECT_EQ(budget.used(), 0U);
 }
 
-// Messages are commands: "say X", "big BYTES"; "work X" is said by the worker's thread, with the connection held.
+TEST(Framings, PasswordsStayInNoMemoryThatIsGivenBack) {
+    Budget budget(1U << 24U);
+    watching = true;
+    for (const Framing framing : {Framing::end_marker, Framing::chunked}) {
+        std::string framed;
+        frame(framed, password, framing);
+        frame(framed, std::string(5000, 'x'), framing);
+        Deframer deframer(budget, 1U << 24U);
+        deframer.use(framing);
+        for (const char character : framed) {
+            deframer.take({&character, 1});
+            if (deframer.complete()) {
+                Secret message = deframer.release(), moved = std::move(message);
+                message = std::move(moved);
+            }
+        }
+        deframer.take(std::string_view(framed).substr(0, 20)); // one that is not complete
+        wipe(framed);
+    }
+    watching = false;
+    EXPECT_EQ(left_behind, 0);
+}
+
+// Messages are commands: "say X", "big BYTES", "bye BYTES"; "work X" is said by the worker's thread, with the
+// connection held.
 class Echo : public Speaker {
   public:
     Echo(Connection &connection, Budget &budget, Worker &worker, std::atomic<int> &alive)
@@ -142,7 +193,10 @@ class Echo : public Speaker {
 
   private:
     void obey(const std::string &message) {
-        if (message.starts_with("say ")) {
+        if (message.starts_with("bye ")) {
+            say(std::string(std::stoul(message.substr(4)), 'x'));
+            connection_.close();
+        } else if (message.starts_with("say ")) {
             say(message.substr(4));
         } else if (message.starts_with("big ")) {
             say(std::string(std::stoul(message.substr(4)), 'x'));
@@ -341,6 +395,10 @@ TEST(Connections, AreAnsweredInFullBeforeTheyEnd) {
     large.ask("big 9000000").ask("say e").shut();
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(large.answers().size(), 9'000'001U + 3U);
+    Client leaving(served.path());
+    leaving.ask("bye 2000000").ask("say never");
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(leaving.answers(), std::string(2'000'000, 'x') + "|.");
     Client faulty(served.path());
     faulty.send(std::string((std::size_t{1} << 24U) + 1, 'x'));
     EXPECT_EQ(faulty.answers(), ".");

@@ -127,6 +127,7 @@ struct LoopbackPort {
 
 struct ListenerOptions {
     std::size_t most = 1000; // connections; a further one is closed at once
+    // One whose peer takes nothing for so long, while bytes wait for it, is closed.
     Loop::Clock::duration write_timeout = std::chrono::seconds(30);
     // What an operator is to know: why a connection was ended. Never what was sent on it.
     std::function<void(const std::string &)> tell = [](const std::string &) {};
