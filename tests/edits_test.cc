@@ -38,7 +38,8 @@ struct Outcome {
     std::optional<Refused> refused;
     Item after;
     Reports reports;
-    std::vector<std::string> told; // what the edit said, as it said it
+    std::vector<std::string> told;     // what the edit said, as it said it
+    std::vector<Deviation> deviations; // what its verification found
 };
 
 class RandomEdits : public EngineTest {
@@ -57,9 +58,12 @@ class RandomEdits : public EngineTest {
         Outcome outcome;
         EditOptions options;
         options.default_operation = edit.default_operation;
+        options.verify = true;
         std::string text = print(schema(), edit.document, edit.syntax, edit.default_name);
         try {
-            outcome.told = reports_of(engine().edit(text, edit.syntax, options, transaction));
+            const EditResult result = engine().edit(text, edit.syntax, options, transaction);
+            outcome.told = reports_of(result);
+            outcome.deviations = result.deviations;
             outcome.after = read(transaction);
         } catch (const Refused &refused) {
             outcome.refused = refused;
@@ -100,7 +104,11 @@ class RandomEdits : public EngineTest {
             drop_bare_as(found, whole);
         }
         drop_made_for_unset(found, whole, edit.document);
-        return differences(whole, found, reports);
+        std::string wrong = differences(whole, found, reports);
+        if (wrong.empty() && outcome.told.empty() && !outcome.deviations.empty()) {
+            wrong = "verification finds what is not so: " + outcome.deviations.front().text() + '\n';
+        }
+        return wrong;
     }
     // What is there and what is not, and what a document may hold, the model knows as well.
     static bool is_the_models(cerrno code) {

@@ -342,8 +342,12 @@ Node *touched_parts(Arena &arena, const Mapping &mapping, const Node *parts) {
 
 void add_touched(const Mapping &mapping, const Node *sets, std::vector<const Node *> &touched) {
     for_each_below(sets, [&](const Node *node) {
-        if (is_served_whole(mapping, node->schema()) || !node->schema().is_inner()) {
+        if (is_served_whole(mapping, node->schema())) {
             touched.push_back(node);
+        } else if (!node->schema().is_inner()) {
+            if (!mapping.repeats_key(node->schema())) { // it is what the entry's key is
+                touched.push_back(node);
+            }
         } else {
             add_touched(mapping, node, touched);
         }
