@@ -73,19 +73,23 @@ RpcError error_of(const Fault &fault) {
     return error;
 }
 
-// The path with the names of modules as prefixes, where it is one of the models, and these modules.
+// The path with the names of modules as prefixes, and these modules. What the models lack is taken to be of the module
+// that it lies in.
 std::string qualified(const Schema &schema, std::string_view path, std::set<const Module *> &modules) {
     std::string text;
+    std::string prefix;
     const SchemaNode *node = &schema.root();
     PathParser parser(path);
     for (PathStep step; !parser.at_end();) {
-        node = parser.next(step) ? node->child(step.name) : nullptr;
-        if (node == nullptr) {
+        if (!parser.next(step)) {
             modules.clear();
             return std::string(path);
         }
-        const std::string prefix = node->module->name + ':';
-        modules.insert(node->module);
+        node = node == nullptr ? nullptr : node->child(step.name);
+        if (node != nullptr) {
+            prefix = node->module->name + ':';
+            modules.insert(node->module);
+        }
         text += '/' + prefix;
         text += step.name;
         for (const PathPredicate &predicate : step.predicates) {

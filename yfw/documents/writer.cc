@@ -8,7 +8,9 @@ void write_document(Sink &sink, const Schema &schema, const Node *root, const Wr
     } else {
         write_xml(sink, schema, root, options);
     }
-    sink.put('\n');
+    if (!options.is_part) {
+        sink.put('\n');
+    }
     sink.flush();
 }
 
