@@ -190,6 +190,9 @@ void NetconfSession::work(NetconfServer &server, const SharedLink &link, std::st
     }
     server.log(who + (answer.operation.empty() ? "message" : answer.operation) + ": " + answer.result + ", " +
                milliseconds.data());
+    const bool is_known = !answer.is_error || answer.result.find("operation-not-supported") != 0;
+    server.metrics.count("NETCONF", is_known && !answer.operation.empty() ? answer.operation : "other",
+                         answer.result.substr(0, answer.result.find(':')), took);
     server.done();
 }
 

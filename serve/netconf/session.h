@@ -5,6 +5,7 @@
 #include "serve/net/framing.h"
 #include "serve/net/worker.h"
 #include "serve/netconf/operations.h"
+#include "serve/service/metrics.h"
 #include "serve/service/roles.h"
 
 #include <functional>
@@ -20,6 +21,7 @@ struct NetconfServer {
     Worker &worker;
     Loop &loop;
     Budget &budget;
+    Metrics &metrics;
     std::size_t most_bytes;                       // of a message
     std::function<void(const std::string &)> log; // any thread
     std::function<void()> done = [] {};           // behind each request, on the worker

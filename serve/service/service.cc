@@ -173,7 +173,13 @@ EditResult Service::edit(SessionId by, std::string &text, const EditOrder &order
     options.strict = !options_.lenient;
     options.verify = true;
     options.default_operation = order.default_operation;
+    if (order.options != nullptr) {
+        options = *order.options;
+    }
     EditResult result = engine_.edit(text, order.syntax, options, transaction);
+    if (order.look) {
+        order.look(result, transaction);
+    }
     if (order.test_only) {
         return result;
     }
@@ -183,6 +189,31 @@ EditResult Service::edit(SessionId by, std::string &text, const EditOrder &order
         transaction.commit(note(session, order.comment));
     }
     return result;
+}
+
+void Service::load(SessionId by, std::string &text, Syntax syntax, const Engine::LoadOptions &options,
+                   const std::string &comment) {
+    const Session &session = writer(by);
+    check_free(by, Datastore::running);
+    check_not_awaited(by);
+    Transaction transaction = store_.begin(Access::write);
+    const StoreKey key(transaction, KeyUse::read);
+    engine_.load(text, syntax, transaction, options);
+    transaction.commit(note(session, comment));
+}
+
+void Service::roll_back(SessionId by, std::uint64_t number, const std::string &comment, bool dry_run,
+                        const std::function<void(const Transaction &transaction)> &look) {
+    const Session &session = writer(by);
+    check_free(by, Datastore::running);
+    check_not_awaited(by);
+    Transaction transaction = store_.begin(Access::write);
+    const StoreKey key(transaction, KeyUse::read);
+    restore(transaction, schema(), number);
+    look(transaction);
+    if (!dry_run) {
+        transaction.commit(note(session, comment));
+    }
 }
 
 Engine::ReadResult Service::read(SessionId by, Datastore datastore, const std::vector<std::string> &paths, bool state) {
@@ -271,6 +302,11 @@ void Service::discard(SessionId by) {
     writer(by);
     check_free(by, Datastore::candidate);
     forget_candidate();
+}
+
+std::optional<HistoryEntry> Service::last_commit() const {
+    std::vector<HistoryEntry> newest = read_history(store_.begin(Access::read), 1);
+    return newest.empty() ? std::nullopt : std::optional(std::move(newest.front()));
 }
 
 std::optional<Clock::time_point> Service::due() const {

@@ -57,6 +57,9 @@ struct EditOrder {
     DefaultOperation default_operation = DefaultOperation::merge;
     bool test_only = false;
     std::string comment;
+    const EditOptions *options = nullptr; // in place of the service's own
+    // Called before the edit is kept; what it throws refuses it.
+    std::function<void(const EditResult &result, const Transaction &transaction)> look;
 };
 
 struct CommitOrder {
@@ -94,6 +97,12 @@ class Service {
     // Translates an edit and carries it out; the text is wiped and empty once it is read. Of an edit of the candidate
     // the result is a dry run's.
     EditResult edit(SessionId by, std::string &text, const EditOrder &order);
+    // Puts a document's native or operational data in the place of what is stored.
+    void load(SessionId by, std::string &text, Syntax syntax, const Engine::LoadOptions &options,
+              const std::string &comment);
+    // Makes the configuration what it was after a commit, by a new one; look is called before that.
+    void roll_back(SessionId by, std::uint64_t number, const std::string &comment, bool dry_run,
+                   const std::function<void(const Transaction &transaction)> &look);
     Engine::ReadResult read(SessionId by, Datastore datastore, const std::vector<std::string> &paths, bool state);
 
     void lock(SessionId by, Datastore datastore);
@@ -104,6 +113,8 @@ class Service {
     void cancel_commit(SessionId by, const std::string &persist_id);
     void discard(SessionId by);
 
+    // The newest commit that the store keeps.
+    [[nodiscard]] std::optional<HistoryEntry> last_commit() const;
     // When a commit is to be undone; none when there is none.
     [[nodiscard]] std::optional<std::chrono::system_clock::time_point> due() const;
     // Undoes it when it is time. True when it did.

@@ -92,6 +92,7 @@ void add_map(CLI::App &app, const Globals &globals, int *exit_code);
 void add_diff(CLI::App &app, const Globals &globals, int *exit_code);
 void add_log(CLI::App &app, const Globals &globals, int *exit_code);
 void add_rollback(CLI::App &app, const Globals &globals, int *exit_code);
+void add_status(CLI::App &app, const Globals &globals, int *exit_code);
 
 struct Output {
     Syntax syntax = Syntax::json;

@@ -1,6 +1,8 @@
 // yfw edit: translates OpenConfig edits, shows and commits the native ones.
 #include "edit.h"
 
+#include "handover.h"
+
 #include "base/temporary_directory.h"
 
 #include <optional>
@@ -88,10 +90,36 @@ void edit_one(Run &run, const EditArguments &arguments, const std::string &file,
     }
 }
 
+void hand_over_one(const Globals &globals, const EditArguments &arguments, const std::string &file) {
+    SecretText text(file);
+    serve::HandedOver request = request_of(serve::HandedOver::What::edit, arguments.comment);
+    request.options = arguments.options;
+    request.syntax = arguments.output.syntax;
+    request.compact = arguments.output.compact;
+    if (arguments.diff) {
+        set_output(request, arguments.difference);
+    }
+    request.text.swap(text.get());
+    const serve::HandedBack answer = hand_over(globals, request);
+    globals.report->edited(answer.told);
+    try {
+        print(answer);
+    } catch (const Unusable &) {
+        globals.report->end(Report::Outcome::kept);
+        globals.report->committed(file);
+        throw;
+    }
+}
+
 } // namespace
 
 void run_edits(const Globals &globals, const EditArguments &arguments) {
     globals.report->open();
+    if (!arguments.dry_run && is_owned(globals)) {
+        for_each_file(arguments.files, *globals.report,
+                      [&](const std::string &file) { hand_over_one(globals, arguments, file); });
+        return;
+    }
     Run run(globals);
     run.show_progress();
     if (arguments.dry_run) {

@@ -1,8 +1,9 @@
 // yfw log, yfw rollback: what was committed, and how to get back.
 #include "history.h"
 
+#include "handover.h"
+
 #include "base/text.h"
-#include "changes/write.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -23,18 +24,14 @@ void add_difference_options(CLI::App &command, DifferenceOutput &output) {
         "--native", [&output] { output.view = Engine::View::native; }, "Of the native configuration");
 }
 
+bool shows_colour() {
+    return isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
+}
+
 void print_difference(const Schema &schema, const Engine::DifferenceResult &difference,
                       const DifferenceOutput &output) {
     Sink sink(stdout);
-    if (output.form == DifferenceOutput::Form::json) {
-        write_changes_json(sink, schema, difference.changes);
-    } else if (!difference.changes.empty()) {
-        write_changes(sink, difference.changes, isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr);
-    } else {
-        const bool natively = !changes(difference.before->source(), difference.after->source()).empty();
-        sink.put(natively ? "nothing changes in OpenConfig: --native shows what does\n" : "nothing changes\n");
-        sink.flush();
-    }
+    write_difference(sink, schema, difference, output, shows_colour());
 }
 
 void add_comment_option(CLI::App &command, std::string &comment) {
@@ -148,6 +145,13 @@ struct RollbackArguments {
 };
 
 void roll_back(const Globals &globals, const RollbackArguments &arguments) {
+    if (!arguments.dry_run && is_owned(globals)) {
+        serve::HandedOver request = request_of(serve::HandedOver::What::rollback, arguments.comment);
+        request.number = arguments.number;
+        set_output(request, arguments.output);
+        print(hand_over(globals, request));
+        return;
+    }
     Run run(globals);
     run.show_progress();
     // A store that is not there need not be made to say that it has no history.

@@ -3,19 +3,17 @@
 
 #include "command.h"
 
+#include "describe/difference.h"
+
 #include <string>
 
 namespace yfw::tool {
 
-// How a difference is printed.
-struct DifferenceOutput {
-    enum class Form { text, json };
-    Form form = Form::text;
-    Engine::View view = Engine::View::openconfig;
-};
-
 // The options -o text|json and --native.
 void add_difference_options(CLI::App &command, DifferenceOutput &output);
+
+// Whether standard output is a terminal that is to have colours.
+bool shows_colour();
 
 // Prints it, coloured on a terminal, or that nothing changes.
 void print_difference(const Schema &schema, const Engine::DifferenceResult &difference, const DifferenceOutput &output);

@@ -1,5 +1,5 @@
 // yfw load: native configuration and operational data as the router would hold them.
-#include "history.h"
+#include "handover.h"
 
 namespace yfw::tool {
 
@@ -17,6 +17,16 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
     globals.report->add_report_option(*command);
     command->callback([&globals, files, drops, comment] {
         globals.report->open();
+        if (is_owned(globals)) {
+            for_each_file(*files, *globals.report, [&](const std::string &file) {
+                SecretText text(file);
+                serve::HandedOver request = request_of(serve::HandedOver::What::load, *comment);
+                request.drop_passwords = *drops;
+                request.text.swap(text.get());
+                hand_over(globals, request);
+            });
+            return;
+        }
         Run run(globals);
         run.show_progress();
         const Store store = run.open(Access::write);

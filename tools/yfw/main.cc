@@ -143,6 +143,7 @@ int run(int argc, char **argv, Globals &globals) {
     yfw::tool::add_diff(app, globals, &exit_code);
     yfw::tool::add_log(app, globals, &exit_code);
     yfw::tool::add_rollback(app, globals, &exit_code);
+    yfw::tool::add_status(app, globals, &exit_code);
     yfw::tool::add_load(app, globals, &exit_code);
     yfw::tool::add_get(app, globals, &exit_code);
     yfw::tool::add_sysdb(app, globals, &exit_code);

@@ -262,17 +262,17 @@ void Report::list_notes(const std::vector<Note> &notes) const {
     }
 }
 
-void Report::edited(const EditResult &result) {
+void Report::edited(const Told &told) {
     if (json_ != nullptr) {
-        files_.back().told = result.told();
+        files_.back().told = told;
     }
     if (silent_) {
         return;
     }
-    list("not served", result.unknown);
-    list("not mapped", result.not_mapped);
-    list_notes(result.notes);
-    for (const Deviation &deviation : result.deviations) {
+    list("not served", told.unknown);
+    list("not mapped", told.not_mapped);
+    list_notes(told.notes);
+    for (const Deviation &deviation : told.deviations) {
         Messages().line("differs", deviation.text());
     }
 }

@@ -47,7 +47,7 @@ class Report {
     void open();
     // What is told from here on is the file's.
     void begin(const std::string &file);
-    void edited(const EditResult &result);
+    void edited(const Told &told);
     enum class Outcome { kept, tried };
     void end(Outcome outcome);
 

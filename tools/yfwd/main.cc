@@ -1,6 +1,8 @@
 // yfwd: the daemon that owns a store and serves it to management clients.
+#include "metrics.h"
 #include "tools/places.h"
 
+#include "serve/command/session.h"
 #include "serve/net/notify.h"
 #include "serve/net/socket_path.h"
 #include "serve/netconf/session.h"
@@ -33,6 +35,7 @@ struct Options {
     std::vector<std::filesystem::path> models; // before the built-in ones
     std::filesystem::path ietf_models = "/usr/share/yuma/modules/ietf";
     std::string netconf = netconf_socket;
+    std::uint16_t metrics_port = 0;
     std::vector<std::string> readers;
     std::vector<std::string> writers;
     std::string user = "yfw";
@@ -59,6 +62,7 @@ void add_options(CLI::App &app, Options &options) {
     app.set_config("--config", "", "A file with these options, as 'db = \"DIR\"'")->type_name("FILE");
     app.add_option("--db", options.db, "The store's directory")->envname("YFW_DB")->type_name("DIR");
     app.add_option("--netconf", options.netconf, "The UNIX socket for NETCONF")->type_name("SOCKET");
+    app.add_option("--metrics", options.metrics_port, "A port of 127.0.0.1 for Prometheus")->type_name("PORT");
     app.add_option("--readers", options.readers, "Who may read: users, @groups, names of certificates")
         ->type_name("NAME")
         ->delimiter(',');
@@ -139,6 +143,36 @@ class Reminder {
     Loop::Timer timer_ = 0;                                      // the loop's
 };
 
+std::string time_text(std::chrono::system_clock::time_point time) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+    std::tm local{};
+    std::array<char, 40> text{};
+    ::localtime_r(&seconds, &local);
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &local)};
+}
+
+std::string status_text(const Service &service, std::chrono::system_clock::time_point start) {
+    std::string text = std::string("yfwd ") + YFW_VERSION + ", up since " + time_text(start) + '\n';
+    for (const auto &[id, session] : service.sessions()) {
+        text += "session " + std::to_string(id) + ": " + session.user + ", " + session.by + ", since " +
+                time_text(session.since) + '\n';
+    }
+    for (const auto &[datastore, name] :
+         {std::pair{Datastore::running, "running"}, std::pair{Datastore::candidate, "candidate"}}) {
+        if (const SessionId holder = service.lock_holder(datastore); holder != 0) {
+            text += std::string(name) + ": locked by session " + std::to_string(holder) + '\n';
+        }
+    }
+    if (const auto commit = service.last_commit()) {
+        text += "last commit: " + std::to_string(commit->number) + ", " + time_text(commit->time) + ", " +
+                visible(commit->note.who) + ", " + visible(commit->note.by) + '\n';
+    }
+    if (const auto due = service.due()) {
+        text += "a commit waits to be confirmed, until " + time_text(*due) + '\n';
+    }
+    return text;
+}
+
 void serve_clients(const Options &options) {
     Loop loop; // first: signals are blocked for the threads that follow
     bool stops = false;
@@ -158,28 +192,63 @@ void serve_clients(const Options &options) {
     Operations operations(service, library);
     const Roles roles(options.readers, options.writers);
     Budget budget(options.memory_mib << 20U);
+    Metrics metrics;
     Worker worker;
     Reminder reminder(service, worker, loop);
-    NetconfServer server{.operations = operations,
-                         .roles = roles,
-                         .worker = worker,
-                         .loop = loop,
-                         .budget = budget,
-                         .most_bytes = options.message_mib << 20U,
-                         .log = log_line,
-                         .done = [&reminder] { reminder.look(); }};
+    const auto done_with_one = [&] {
+        reminder.look();
+        metrics.set_sessions(service.sessions().size());
+        metrics.set_last_commit(newest_commit(store.begin(Access::read)));
+    };
+    NetconfServer netconf{.operations = operations,
+                          .roles = roles,
+                          .worker = worker,
+                          .loop = loop,
+                          .budget = budget,
+                          .metrics = metrics,
+                          .most_bytes = options.message_mib << 20U,
+                          .log = log_line,
+                          .done = done_with_one};
+    const auto start = std::chrono::system_clock::now();
+    CommandServer command{.service = service,
+                          .roles = roles,
+                          .worker = worker,
+                          .loop = loop,
+                          .budget = budget,
+                          .metrics = metrics,
+                          .most_bytes = options.message_mib << 20U,
+                          .log = log_line,
+                          .status = [&service, start] { return status_text(service, start); },
+                          .done = done_with_one};
     ListenerOptions listening;
     listening.most = options.sessions;
     listening.tell = log_line;
-    Listener listener(
-        loop, budget, UnixSocket{.path = options.netconf, .mode = roles.any() ? 0666U : 0600U},
-        [&server](Connection &connection) { return std::make_unique<NetconfSession>(server, connection); }, listening);
+    const mode_t mode = roles.any() ? 0666U : 0600U;
+    std::vector<std::unique_ptr<Listener>> listeners;
+    const auto listen = [&](const std::variant<UnixSocket, LoopbackPort> &address, SpeakerFactory factory) {
+        listeners.push_back(std::make_unique<Listener>(loop, budget, address, std::move(factory), listening));
+    };
+    listen(UnixSocket{.path = options.netconf, .mode = mode},
+           [&](Connection &connection) { return std::make_unique<NetconfSession>(netconf, connection); });
+    listen(UnixSocket{.path = store.directory() / command_socket, .mode = mode},
+           [&](Connection &connection) { return std::make_unique<CommandSession>(command, connection); });
+    if (options.metrics_port != 0) {
+        listen(LoopbackPort{options.metrics_port},
+               [&](Connection &connection) { return std::make_unique<MetricsSpeaker>(metrics, connection); });
+    }
     stop = [&] {
         log_line("stopping");
         notify_stopping();
-        listener.finish([&loop] { loop.stop(); });
+        auto left = std::make_shared<std::size_t>(listeners.size());
+        for (const auto &listener : listeners) {
+            listener->finish([&loop, left] {
+                if (--*left == 0) {
+                    loop.stop();
+                }
+            });
+        }
     };
-    worker.post(server.done);
+    worker.post(done_with_one);
     log_line("ready: NETCONF on " + options.netconf + ", the store in " + options.db.string());
     const Watchdog watchdog(loop);
     notify_ready();

@@ -65,6 +65,11 @@ class Refused : public std::runtime_error {
         lines_ = std::move(lines);
     }
 
+    // One that comes from another process.
+    Refused(std::vector<Fault> faults, std::vector<std::string> lines) : Refused(std::move(faults)) {
+        lines_ = std::move(lines);
+    }
+
     [[nodiscard]] const std::vector<Fault> &faults() const { return faults_; }
     [[nodiscard]] cerrno code() const { return faults_.front().code; }
     [[nodiscard]] const std::string &path() const { return faults_.front().path; }
