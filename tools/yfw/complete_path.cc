@@ -217,7 +217,6 @@ void PathAtCursor::add_native_values(const SchemaNode &key, std::string_view beg
     if (key.path == INSTANCES "/name") {
         found.insert("DEFAULT"); // which is always there
     }
-    std::erase_if(natively, [](const auto &one) { return one.second.empty(); });
     const bool is_any = instance == nullptr || instance->empty();
     const Of of = is_any ? Of::any : is_default_network_instance(instance->c_str()) ? Of::standard : Of::vrf;
     std::optional<const Transaction *> transaction;

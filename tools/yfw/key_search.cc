@@ -22,23 +22,28 @@ void KeySearch::run(const SchemaNode &list, const SchemaNode &wanted) {
     search(0, std::string(root_key), "");
 }
 
+const std::string *KeySearch::known(const SchemaNode *key) const {
+    const std::string *value = value_of(given_, key);
+    return value == nullptr || value->empty() ? nullptr : value;
+}
+
 // As much of an entry's key as is known beforehand, so that the others need not be looked at.
 std::string KeySearch::known_begin(const SchemaNode &list) const {
-    std::string known;
+    std::string start;
     for (const SchemaNode *key : list.keys) {
-        const std::string *value = value_of(given_, key);
+        const std::string *value = known(key);
         if (value == nullptr) {
-            return key == wanted_ ? known.append(begin_) : known;
+            return key == wanted_ ? start.append(begin_) : start;
         }
-        append_key_value(known, *value);
+        append_key_value(start, *value);
     }
-    return known;
+    return start;
 }
 
 bool KeySearch::read_keys(const SchemaNode &list, std::string_view keys, std::string &value) const {
     std::string_view text;
     for (const SchemaNode *key : list.keys) {
-        const std::string *given = value_of(given_, key);
+        const std::string *given = known(key);
         if (!take_key_value(keys, text) || (given != nullptr && *given != text) ||
             (key == wanted_ && !text.starts_with(begin_))) {
             return false;

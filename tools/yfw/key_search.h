@@ -13,7 +13,7 @@
 
 namespace yfw::tool {
 
-// Keys that are known, with their values.
+// Keys that are known, with their values; an empty one is any.
 using Given = std::vector<std::pair<const SchemaNode *, std::string>>;
 
 // Null when it is not known.
@@ -34,6 +34,7 @@ class KeySearch {
     bool search(std::size_t level, const std::string &above, const std::string &value);
     // Its key values, from a record's key; false when it is none of those sought.
     bool read_keys(const SchemaNode &list, std::string_view keys, std::string &value) const;
+    [[nodiscard]] const std::string *known(const SchemaNode *key) const; // null for any
     [[nodiscard]] std::string known_begin(const SchemaNode &list) const;
 
     const Transaction &transaction_;
