@@ -213,10 +213,11 @@ constexpr HelpRow environment[] = {
     {"XDG_STATE_HOME, HOME",
      "Without either, the store is in yfw below $XDG_STATE_HOME, which is $HOME/.local/state where it is not set.", ""},
     {"NO_COLOR", "When it is set nothing is coloured, on a terminal neither.", ""},
-    {"SUDO_USER", "Whom the history names as the one who made a commit, before the user's own name.",
-     " edit load import rollback "},
-    {"TMPDIR", "Where a dry run without a store has an empty one, as long as it takes; /tmp by default.",
-     " edit diff "},
+    {"SUDO_USER", "Whom the history names for a commit that root makes.", " edit load import rollback "},
+    {"TZ", "The time zone of the times.", " log "},
+    {"TMPDIR",
+     "Where a dry run without a store has an empty one, and submodules of --models are for a moment; /tmp by default.",
+     ""},
 };
 
 constexpr HelpRow exit_codes[] = {
