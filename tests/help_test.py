@@ -4,6 +4,7 @@
     help_test.py COMMAND DIRECTORY-OF-THE-MANUAL-PAGES
 """
 
+import concurrent.futures
 import gzip
 import os
 import pathlib
@@ -34,6 +35,22 @@ def sections_of(text):
     return dict(zip(parts[1::2], parts[2::2]))
 
 
+def check(name, text, documents, scratch, command):
+    sections = sections_of(text)
+    wrong.extend(f"yfw {name} --help has no {title}" for title in SECTIONS if title not in sections)
+    wrong.extend(f"yfw {name} --help: too long: {line}" for line in text.splitlines() if len(line) > WIDTH)
+    examples = re.findall(r"(?m)^    (\S.*)$", sections.get("Examples", ""))
+    if not any(re.search(f"\\byfw (-\\S+ \\S+ )?{name}", example) for example in examples):
+        wrong.append(f"yfw {name} --help has no example of it")
+    # They follow one another on a store that has the first document.
+    work = scratch / (name or "yfw")
+    work.mkdir()
+    for document, body in documents.items():
+        (work / document).write_text(body)
+    for example in ["yfw edit core.json", *examples]:
+        run(example, work, command)
+
+
 def main():
     command = pathlib.Path(sys.argv[1]).resolve()
     with tempfile.TemporaryDirectory(prefix="yfw-help-") as scratch:
@@ -44,20 +61,8 @@ def main():
         for text in helps.values():
             for name, body in re.findall(r"(?m)^  (\w+\.\w+):\n((?:    .*\n)+)", text):
                 documents[name] = re.sub("(?m)^    ", "", body)
-        for name, text in helps.items():
-            sections = sections_of(text)
-            wrong.extend(f"yfw {name} --help has no {title}" for title in SECTIONS if title not in sections)
-            wrong.extend(f"yfw {name} --help: too long: {line}" for line in text.splitlines() if len(line) > WIDTH)
-            examples = re.findall(r"(?m)^    (\S.*)$", sections.get("Examples", ""))
-            if not any(re.search(f"\\byfw (-\\S+ \\S+ )?{name}", example) for example in examples):
-                wrong.append(f"yfw {name} --help has no example of it")
-            # They follow one another on a store that has the first document.
-            work = scratch / (name or "yfw")
-            work.mkdir()
-            for document, body in documents.items():
-                (work / document).write_text(body)
-            for example in ["yfw edit core.json", *examples]:
-                run(example, work, command)
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            list(pool.map(lambda name: check(name, helps[name], documents, scratch, command), helps))
 
     pages = {page.name: gzip.decompress(page.read_bytes()) for page in pathlib.Path(sys.argv[2]).iterdir()}
     if set(pages) != {"yfw.1.gz", *(f"yfw-{name}.1.gz" for name in names)}:
