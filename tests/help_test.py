@@ -24,7 +24,7 @@ def run(line, directory, command):
                    "LC_ALL": "C.UTF-8"}
     environment |= {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
     result = subprocess.run(["bash", "-c", "set -o pipefail; " + line], cwd=directory, env=environment,
-                            stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, check=False)
+                            stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=300, check=False)
     if result.returncode or result.stderr:
         wrong.append(f"{line}: exit code {result.returncode}\n{result.stderr}")
     return result.stdout
