@@ -15,7 +15,9 @@ import subprocess
 import sys
 import tempfile
 
+ROOT = pathlib.Path(__file__).resolve().parent.parent
 SKIPPED = 77
+MARKUP = "</script><script>console.error(1)</script><!--<b>&amp;</b>"
 NEIGHBOR = "/network-instances/network-instance/protocols/protocol/bgp/neighbors/neighbor"
 NATIVE = "/bgp/instance/instance-as/four-byte-as/default-vrf/bgp-entity/neighbors/neighbor"
 
@@ -99,9 +101,23 @@ def check(what, is_so, *shown):
         sys.exit(" ".join(map(str, ("not so:", what, *shown))))
 
 
+def write_page(command, scratch):
+    """The page of the mapping with a note that would be markup."""
+    mapping = pathlib.Path(scratch) / "mapping"
+    shutil.copytree(ROOT / "mapping", mapping)
+    description = json.loads((mapping / "bgp.json").read_text())
+    description["yfw-mapping:mapping"]["note"][0]["text"] = MARKUP
+    (mapping / "bgp.json").write_text(json.dumps(description))
+    file = pathlib.Path(scratch) / "map.html"
+    subprocess.run([command, "--db", f"{scratch}/db", "--mapping", mapping / "bgp.json", "map", "--html", file],
+                   check=True)
+    return file.as_uri()
+
+
 def use(browser, page, shots):
     browser.size(1400, 900)
     browser.open(page)
+    check("what the mapping says is text", MARKUP in browser.run("document.getElementById('rows').textContent"))
     everything = browser.rows()
     check("both mapped and unmapped nodes are there", len(everything) > 1500, len(everything))
 
@@ -160,11 +176,10 @@ def main():
         print("chromium is not installed: scripts/setup browser")
         sys.exit(SKIPPED)
     with tempfile.TemporaryDirectory(prefix="yfw-page-", ignore_cleanup_errors=True) as scratch:
-        file = pathlib.Path(scratch) / "map.html"
-        subprocess.run([command, "--db", f"{scratch}/db", "map", "--html", str(file)], check=True)
+        page = write_page(command, scratch)
         browser = Browser(chromium, scratch + "/profile")
         try:
-            use(browser, file.as_uri(), shots)
+            use(browser, page, shots)
         finally:
             browser.process.kill()
             browser.process.wait()
