@@ -55,11 +55,12 @@ def main():
           [(name, f"{times[min(times)] / 1000:.1f} ({min(times):,})", f"{times[max(times)] / 1000:.1f} ({max(times):,})",
             f"{growth[name]:.2f}") for name, times in sorted(engine.items())])
 
-    start = float((DIRECTORY / "start").read_text())
+    start, completion = (float((DIRECTORY / name).read_text()) for name in ("start", "completion"))
     aims = [(f"growth of {name}", growth[name], 1.2)
             for name in ("edit neighbors", "commit neighbors", "read neighbors", "read neighbor state",
                          "read all state")]
-    aims += [("one leaf among many, to few", growth["edit one leaf"], 1.2), ("start, ms", start, 30)]
+    aims += [("one leaf among many, to few", growth["edit one leaf"], 1.2), ("start, ms", start, 30),
+             ("completion of a neighbour, ms", completion, 50)]
     if (DIRECTORY / "peers").exists():
         rows = peers()
         mapping = medians("mapping.json")["map document"][0] / 1e9

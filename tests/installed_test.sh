@@ -48,3 +48,7 @@ yfw=("$scratch/usr/bin/yfw" --db "$scratch/db")
 "${yfw[@]}" get --native | diff "$scratch/native" -
 read_back=$("${yfw[@]}" get /network-instances/network-instance/protocols/protocol/bgp/global/config/as)
 [[ $read_back == *'"as": 65000'* ]]
+# What a person and the shells look for stands where they look.
+for file in man/man1/yfw.1.gz man/man1/yfw-edit.1.gz bash-completion/completions/yfw zsh/vendor-completions/_yfw; do
+    [[ -s $scratch/usr/share/$file ]] || { echo "$file is not installed" >&2; exit 1; }
+done

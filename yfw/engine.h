@@ -37,6 +37,7 @@ class Engine {
 
     [[nodiscard]] const Schema &schema() const { return schema_; }
     [[nodiscard]] const Mapping &mapping() const { return mapping_; }
+    [[nodiscard]] const PublishedNames &published() const { return published_; }
 
     // Translates an edit, checks the native result and applies it to the transaction, which the caller commits or gives
     // up. The text is wiped and empty once it is read. The system database that the plug-in reads is the transaction's.

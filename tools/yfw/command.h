@@ -24,7 +24,8 @@ enum Exit { done = 0, refused = 1, usage = 2, unusable = 3, nothing = 4 };
 
 struct Globals {
     std::filesystem::path db;
-    std::vector<std::filesystem::path> models;
+    std::filesystem::path own_models;          // the built-in ones
+    std::vector<std::filesystem::path> models; // once the command line is read, those last
     std::filesystem::path mapping;
     std::filesystem::path plugin;
     bool trace = false;
@@ -108,8 +109,10 @@ template <typename Value>
 void add_choice(CLI::App &command, const std::string &name, Value &value, const Choices<Value> &choices,
                 const std::string &description) {
     std::string words;
+    std::string usual;
     for (const auto &[word, meant] : choices) {
         words.append(words.empty() ? "" : "|").append(word);
+        usual = meant == value ? word : usual;
     }
     const auto take = [name, &value, choices, words](const std::string &given) {
         for (const auto &[word, meant] : choices) {
@@ -120,7 +123,7 @@ void add_choice(CLI::App &command, const std::string &name, Value &value, const 
         }
         throw CLI::ValidationError(name.substr(name.find("--")), '\'' + given + "' is none of " + words);
     };
-    command.add_option_function<std::string>(name, take, description)->type_name(words);
+    command.add_option_function<std::string>(name, take, description)->type_name(words)->default_str(usual);
 }
 
 // Notes that passwords cannot be read, if they cannot.

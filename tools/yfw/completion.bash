@@ -1,88 +1,84 @@
-# Completion of yfw for bash. Installed where bash-completion looks for it; can be sourced as well.
+# Completion of yfw for bash. Installed where bash-completion looks for it; can be sourced as well. The command itself
+# says what may stand at the cursor.
 
-# The subcommand among the words before the one being completed; the values of options are none.
-_yfw_subcommand()
-{
-    local i word
-    for ((i = 1; i < COMP_CWORD; i++)); do
+# The words up to the cursor, into the caller's `words`. bash takes them apart at COMP_WORDBREAKS, "=" and ":" among them:
+# what no blank stands between is one word.
+_yfw_words() {
+    local line=${COMP_LINE:0:COMP_POINT} rest word i
+    for ((i = 0; i <= COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
-        case $word in
-            --db | --models | --mapping | --plugin | --log-level | --default-operation | -o | --output | -m | --comment | -n)
-                [[ ${COMP_WORDS[i + 1]} == "=" ]] && ((i++))
-                ((i++))
-                ;;
-            edit | diff | log | rollback | get | load | sysdb | check | map)
-                printf '%s' "$word"
-                return
-                ;;
-        esac
+        rest=${line#"${line%%[![:space:]]*}"}
+        ((i < COMP_CWORD)) || word=$rest
+        if [[ $rest == "$line" && i -gt 0 ]]; then
+            words[-1]+=$word
+        else
+            words+=("$word")
+        fi
+        line=${rest#"$word"}
     done
 }
 
-_yfw()
-{
-    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command options
-    # "--db=DIR" comes as three words.
-    if [[ $cur == "=" ]]; then
-        cur=
-    elif [[ $prev == "=" ]]; then
-        prev=${COMP_WORDS[COMP_CWORD - 2]}
+# A word as the shell would hand it on, into the caller's `plain`.
+_yfw_unquote() {
+    local rest=$1
+    plain=
+    case $rest in
+        \'*) plain=${rest#\'} plain=${plain%\'} ;;
+        \"*) plain=${rest#\"} plain=${plain%\"} ;;
+        *)
+            while [[ $rest == *\\* ]]; do
+                plain+=${rest%%\\*}
+                rest=${rest#*\\}
+                plain+=${rest:0:1}
+                rest=${rest:1}
+            done
+            plain+=$rest
+            ;;
+    esac
+    # shellcheck disable=SC2088 # a tilde as it was typed
+    [[ $plain == "~/"* ]] && plain=$HOME/${plain#"~/"}
+}
+
+_yfw() {
+    local words=() plain i line text
+    COMPREPLY=()
+    _yfw_words
+    local typed=${words[-1]} before='' open=''
+    for i in "${!words[@]}"; do
+        _yfw_unquote "${words[i]}"
+        words[i]=$plain
+    done
+    # What bash completes begins behind the last of its word breaks, unless the word is quoted.
+    if [[ $typed != [\'\"]* ]]; then
+        _yfw_unquote "${typed%"${typed##*["$COMP_WORDBREAKS"]}"}"
+        before=$plain
     fi
-
-    case $prev in
-        --db | --models)
-            compopt -o filenames
-            mapfile -t COMPREPLY < <(compgen -d -- "$cur")
-            return
-            ;;
-        --mapping | --plugin)
-            compopt -o filenames
-            mapfile -t COMPREPLY < <(compgen -f -- "$cur")
-            return
-            ;;
-        --log-level)
-            mapfile -t COMPREPLY < <(compgen -W "error trace" -- "$cur")
-            return
-            ;;
-        --default-operation)
-            mapfile -t COMPREPLY < <(compgen -W "merge replace none" -- "$cur")
-            return
-            ;;
-        --report)
-            mapfile -t COMPREPLY < <(compgen -W "json json:" -- "$cur")
-            return
-            ;;
-        -o | --output)
-            case $(_yfw_subcommand) in
-                diff | log | rollback) mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur") ;;
-                *) mapfile -t COMPREPLY < <(compgen -W "json xml" -- "$cur") ;;
-            esac
-            return
-            ;;
-    esac
-
-    command=$(_yfw_subcommand)
-    options="--help --db --models --mapping --plugin --trace --log-level"
-    case $command in
-        edit) options+=" --dry-run --default-operation --skip-unknown --strict --verify --all --report --output --compact --diff --comment" ;;
-        diff) options+=" --default-operation --skip-unknown --strict --verify --all --report --output --native" ;;
-        log) options+=" --output" ;;
-        rollback) options+=" --dry-run --output --native --comment" ;;
-        load) options+=" --report --drop-passwords --comment" ;;
-        export) options+=" --no-passwords --passphrase-file" ;;
-        import) options+=" --no-passwords --passphrase-file --replace --comment" ;;
-        get) options+=" --native --paths --state --depth --show-passwords --output --compact" ;;
-        map) options+=" --deviations --markdown" ;;
-        "") options+=" --version" ;;
-    esac
-
-    if [[ $cur == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
-    elif [[ -z $command ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "edit diff log rollback get load sysdb check map" -- "$cur")
-    elif [[ $command == edit || $command == diff || $command == load ]]; then
-        compopt -o filenames
-        mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+    while IFS= read -r line; do
+        case $line in
+            @*)
+                text=${words[-1]}
+                [[ $text == --*=* ]] && text=${text#*=}
+                compopt -o filenames
+                local kind=-f
+                [[ $line == @directories ]] && kind=-d
+                mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen "$kind" -- "$text")
+                ;;
+            *)
+                text=${line%%$'\t'*}
+                [[ $text == +* ]] && open=yes && compopt -o nospace
+                text=${text#[+=]}
+                text=${text#"$before"}
+                # Brackets may stand as they are: a pattern that no file matches is a word.
+                if [[ $typed != [\'\"]* && $text == *[!][:alnum:]_./:=@,+*%[-]* ]]; then
+                    printf -v text %q "$text"
+                fi
+                COMPREPLY+=("$text")
+                ;;
+        esac
+    done < <("${words[0]}" complete -- "${words[@]:1}" 2>/dev/null)
+    # bash closes the quotes around an only candidate; of two it takes what they share.
+    if [[ $typed == [\'\"]* && -n $open && ${#COMPREPLY[@]} -eq 1 ]]; then
+        COMPREPLY+=("${COMPREPLY[0]} ")
     fi
 }
 

@@ -5,7 +5,9 @@
 
 #include "base/temporary_directory.h"
 
+#include <cstring>
 #include <optional>
+#include <typeinfo>
 
 namespace yfw::tool {
 
@@ -39,12 +41,45 @@ Engine::DifferenceResult difference_of(const Run &run, const EditArguments &argu
     return run.engine().difference(transaction.touched(), before, transaction, arguments.difference.view);
 }
 
+// A document that can be read only once, kept as long as its faults may have to be found in it. It may have passwords.
+struct KeptText {
+    std::string text;
+    explicit KeptText(std::string kept) : text(std::move(kept)) {}
+    ~KeptText() { explicit_bzero(text.data(), text.size()); }
+    KeptText(const KeptText &) = delete;
+    KeptText &operator=(const KeptText &) = delete;
+};
+
+// What is found behind the reading of a document is told with its place in it, too.
+Refused placed(const Refused &refused, const Run &run, const EditOptions &options, std::string &text) {
+    ReadOptions reading;
+    reading.skip_unknown = options.skip_unknown;
+    reading.published = &run.engine().published();
+    return Refused(with_places(refused.faults(), run.schema(), text, reading));
+}
+
 EditResult translate(Run &run, const EditArguments &arguments, const std::string &file, Transaction &transaction) {
     SecretText text(file);
+    std::error_code error;
+    const bool is_there_again = file != "-" && std::filesystem::is_regular_file(file, error);
+    KeptText kept(is_there_again ? std::string() : text.get());
     const Syntax syntax = guess_syntax(text.get());
-    EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
-    run.globals().report->edited(result);
-    return result;
+    try {
+        EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
+        run.globals().report->edited(result);
+        return result;
+    } catch (const Refused &refused) {
+        const Fault &first = refused.faults().front();
+        if (typeid(refused) != typeid(Refused) || !refused.lines().empty() || first.place.line != 0 ||
+            first.path.empty()) {
+            throw;
+        }
+        if (!is_there_again) {
+            throw placed(refused, run, arguments.options, kept.text);
+        }
+        SecretText again(file);
+        throw placed(refused, run, arguments.options, again.get());
+    }
 }
 
 // The files see each other's changes, and the store sees none.

@@ -1,5 +1,6 @@
 // yfw export and import: a store's configuration as one text file, and back into another store.
-#include "history.h"
+#include "export_history.h"
+#include "handover.h"
 
 #include "bgp/roots.h"
 #include "model/trees.h"
@@ -13,14 +14,15 @@
 #include <array>
 #include <cstring>
 #include <iostream>
+#include <map>
 #include <optional>
 
 namespace yfw::tool {
 
 namespace {
 
-// The file: two lines, and the native configuration as JSON behind them. In it passwords are sealed under the
-// passphrase, or left out.
+// The file: two lines, the native configuration as JSON behind them, and the history if it was asked for. In both
+// passwords are sealed under the passphrase, or left out.
 constexpr std::string_view first_line = "yfw export 1\n";
 constexpr std::string_view without_passwords = "passwords: none\n";
 constexpr std::string_view with_passphrase = "passwords: under a passphrase, salt ";
@@ -85,23 +87,33 @@ void read_passphrase(const std::string &file, bool is_new, Secret &passphrase) {
     }
 }
 
-// Seals the passwords, or takes them out.
-void turn_passwords(Arena &arena, Node *root, const Passphrase *passphrase) {
-    for_each_password(root, [&](Node *leaf) {
-        if (passphrase == nullptr) {
-            unlink(leaf);
-            return;
-        }
-        char *clear = pw_decrypt(own_cipher, leaf->value);
-        if (clear == nullptr) {
-            throw Refused(Reason::constraint, instance_path(leaf), "the store's key does not decipher the password");
-        }
-        set_value(arena, leaf, passphrase->seal(clear));
-        vnos_named_free(clear);
-    });
+// What was the same stays the same, so that no difference of the history comes of it.
+class Turned {
+  public:
+    // turn is given what was not met before.
+    template <typename Turn>
+    const std::string &get(const std::string &text, Turn turn) {
+        const auto known = texts_.find(text);
+        return known != texts_.end() ? known->second : texts_.emplace(text, turn()).first->second;
+    }
+
+  private:
+    std::map<std::string, std::string> texts_;
+};
+
+std::string sealed(const std::string &enciphered, const Passphrase &passphrase) {
+    char *clear = pw_decrypt(own_cipher, enciphered.c_str());
+    if (clear == nullptr) {
+        throw Refused(Reason::constraint, "", "the store's key does not decipher a password");
+    }
+    std::string text = passphrase.seal(clear);
+    explicit_bzero(clear, std::strlen(clear));
+    vnos_named_free(clear);
+    return text;
 }
 
 struct ExportArguments {
+    bool history = false;
     bool no_passwords = false;
     std::string passphrase_file;
 };
@@ -125,9 +137,12 @@ void run_export(const Globals &globals, const ExportArguments &arguments) {
     Node *found = fetch_configuration(transaction, run.schema(), arena);
     bool has_passwords = false;
     for_each_password(found, [&has_passwords](const Node *) { has_passwords = true; });
+    if (arguments.history) {
+        copy_history(transaction, [&](const CopiedCommit &commit) { has_passwords |= has_password(commit); });
+    }
     std::string head(first_line);
+    std::unique_ptr<Passphrase> passphrase;
     if (arguments.no_passwords || !has_passwords) {
-        turn_passwords(arena, found, nullptr);
         head += without_passwords;
     } else {
         if (!key.note().empty()) {
@@ -136,17 +151,32 @@ void run_export(const Globals &globals, const ExportArguments &arguments) {
         Secret text;
         read_passphrase(arguments.passphrase_file, true, text);
         const std::string salt = Passphrase::new_salt();
-        const Passphrase passphrase(text.text, salt);
-        turn_passwords(arena, found, &passphrase);
-        head.append(with_passphrase).append(salt).append(proof_word).append(passphrase.seal(proof)).append("\n");
+        passphrase = std::make_unique<Passphrase>(text.text, salt);
+        head.append(with_passphrase).append(salt).append(proof_word).append(passphrase->seal(proof)).append("\n");
     }
+    Turned turned;
+    const TurnPassword seal = [&](const std::string &text) -> std::optional<std::string> {
+        return passphrase == nullptr ? std::nullopt
+                                     : std::optional(turned.get(text, [&] { return sealed(text, *passphrase); }));
+    };
+    for_each_password(found, [&](Node *leaf) {
+        if (const auto text = seal(leaf->value)) {
+            set_value(arena, leaf, *text);
+        } else {
+            unlink(leaf);
+        }
+    });
     Sink sink(stdout);
     sink.put(head);
     write_document(sink, run.schema(), found, {.pretty = true});
+    if (arguments.history) {
+        write_history(sink, transaction, seal);
+    }
 }
 
 struct ImportArguments {
     bool replace = false;
+    bool no_history = false;
     bool no_passwords = false;
     std::string passphrase_file;
     std::string file;
@@ -193,10 +223,10 @@ std::unique_ptr<Passphrase> take_head(std::string &text, const ImportArguments &
     return passphrase;
 }
 
-std::string own_password(const Node *leaf, const Passphrase *passphrase) {
+std::string own_password(const std::string &text, const std::string &path, const Passphrase *passphrase) {
     Secret clear;
-    if (passphrase == nullptr || !passphrase->open(leaf->value, clear.text)) {
-        throw Refused(Reason::invalid_value, instance_path(leaf), "the password is not sealed under the passphrase");
+    if (passphrase == nullptr || !passphrase->open(text, clear.text)) {
+        throw Refused(Reason::invalid_value, path, "the password is not sealed under the passphrase");
     }
     char *enciphered = pw_encrypt(own_cipher, clear.text.c_str());
     if (enciphered == nullptr) {
@@ -207,26 +237,59 @@ std::string own_password(const Node *leaf, const Passphrase *passphrase) {
     return own;
 }
 
-void run_import(const Globals &globals, const ImportArguments &arguments) {
-    globals.report->begin(arguments.file);
-    Run run(globals);
-    SecretText text(arguments.file);
-    const auto passphrase = take_head(text.get(), arguments);
-    const Store store = run.open(Access::write);
-    Transaction transaction = store.begin(Access::write);
-    const StoreKey key(transaction, KeyUse::edit);
+// Takes the history off the end of the file's text.
+std::string split_history(std::string &text) {
+    const auto at = text.find(std::string("\n").append(history_word));
+    std::string history = at == std::string::npos ? std::string() : text.substr(at + 1);
+    text.resize(text.size() - history.size());
+    return history;
+}
+
+void check_store(const Transaction &transaction, const Schema &schema, const ImportArguments &arguments,
+                 bool with_history) {
     Arena arena;
-    const bool is_empty = fetch_configuration(transaction, run.schema(), arena)->first() == nullptr;
+    const bool is_empty = fetch_configuration(transaction, schema, arena)->first() == nullptr;
     if (!is_empty && !arguments.replace) {
         throw Refused(Reason::data_exists, "",
                       "the store holds a configuration: --replace puts the file's in its place");
     }
+    if (with_history && !read_history(transaction, 1).empty()) {
+        throw Refused(Reason::data_exists, "",
+                      "the store has a history of its own: --no-history takes the configuration alone");
+    }
+    if (with_history && !arguments.comment.empty()) {
+        throw Unreadable("the file has a history, to which no commit of the import is added: a comment goes with "
+                         "--no-history");
+    }
+}
+
+void run_import(const Globals &globals, const ImportArguments &arguments) {
+    globals.report->begin(arguments.file);
+    refuse_owned(globals, "import");
+    Run run(globals);
+    SecretText text(arguments.file);
+    const auto passphrase = take_head(text.get(), arguments);
+    const std::string history = split_history(text.get());
+    const auto line = static_cast<std::size_t>(std::count(text.get().begin(), text.get().end(), '\n')) + 1;
+    const bool with_history = !history.empty() && !arguments.no_history;
+    const Store store = run.open(Access::write);
+    Transaction transaction = store.begin(Access::write);
+    const StoreKey key(transaction, KeyUse::edit);
+    check_store(transaction, run.schema(), arguments, with_history);
+    Turned turned;
+    const auto own = [&](const std::string &sealed, const std::string &path) -> std::optional<std::string> {
+        if (arguments.no_passwords) {
+            return std::nullopt;
+        }
+        return turned.get(sealed, [&] { return own_password(sealed, path, passphrase.get()); });
+    };
     Engine::LoadOptions options;
     options.everything = true;
-    options.password = [&](const Node *leaf) {
-        return arguments.no_passwords ? std::nullopt : std::optional(own_password(leaf, passphrase.get()));
-    };
+    options.password = [&own](const Node *leaf) { return own(leaf->value, instance_path(leaf)); };
     run.engine().load(text.get(), Syntax::json, transaction, options);
+    if (with_history) {
+        take_history(history, line, transaction, run.schema(), [&own](const auto &sealed) { return own(sealed, ""); });
+    }
     transaction.commit(commit_note(arguments.comment));
 }
 
@@ -235,6 +298,7 @@ void run_import(const Globals &globals, const ImportArguments &arguments) {
 void add_export(CLI::App &app, const Globals &globals, int *) {
     auto arguments = std::make_shared<ExportArguments>();
     CLI::App *command = app.add_subcommand("export", "Write the configuration as one text file, for another store");
+    command->add_flag("--history", arguments->history, "The commits that are kept, too");
     auto *without = command->add_flag("--no-passwords", arguments->no_passwords, "Leave passwords out");
     command
         ->add_option("--passphrase-file", arguments->passphrase_file,
@@ -248,6 +312,8 @@ void add_import(CLI::App &app, const Globals &globals, int *) {
     auto arguments = std::make_shared<ImportArguments>();
     CLI::App *command = app.add_subcommand("import", "Take what yfw export wrote into a store, as one transaction");
     command->add_flag("--replace", arguments->replace, "In the place of the configuration that the store holds");
+    command->add_flag("--no-history", arguments->no_history,
+                      "Leave the file's history out: the import is a commit then");
     auto *without = command->add_flag("--no-passwords", arguments->no_passwords, "Leave passwords out");
     command
         ->add_option("--passphrase-file", arguments->passphrase_file,

@@ -137,7 +137,6 @@ Exit run(const Globals &globals, const Arguments &arguments) {
 void add_get(CLI::App &app, const Globals &globals, int *exit_code) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App *command = app.add_subcommand("get", "Show what is stored, as OpenConfig or native");
-    command->footer("Exit code 4: nothing is stored at a path that was asked for.");
     auto *native = command->add_flag("--native", arguments->native, "The native configuration, at native paths");
     command->add_flag("--paths", arguments->paths, "The native paths that a read of OpenConfig paths fetches")
         ->excludes(native);

@@ -1,5 +1,7 @@
 // yfw: OpenConfig BGP edits to native configuration, and back.
 #include "command.h"
+#include "complete.h"
+#include "page.h"
 
 #include "base/closest.h"
 #include "base/text.h"
@@ -48,22 +50,29 @@ void add_globals(CLI::App &app, Globals &globals) {
     globals.mapping = first_existing({self / "mapping/bgp.json", share / "mapping/bgp.json"});
     globals.plugin =
         first_existing({self / "libocni_bgp_map.so", self / ".." / YFW_INSTALL_LIBDIR / "yfw/libocni_bgp_map.so"});
-    app.add_option("--db", globals.db, "The store's directory")->envname("YFW_DB")->type_name("DIR");
+    globals.own_models = first_existing({self / "models", share / "models"});
+    // Defaults are told as they are everywhere: the help is a manual page, too.
+    app.add_option("--db", globals.db, "The store's directory")
+        ->envname("YFW_DB")
+        ->type_name("DIR")
+        ->default_str("~/.local/state/yfw");
     app.add_option("--models", globals.models,
                    "A directory of YANG modules to use before the built-in ones of the same names")
         ->type_name("DIR")
         ->check(CLI::ExistingDirectory.description(""))
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app.add_option("--mapping", globals.mapping, "The mapping description")->type_name("FILE");
-    app.add_option("--plugin", globals.plugin, "The mapping plug-in")->type_name("FILE");
+    app.add_option("--mapping", globals.mapping, "The mapping description")
+        ->type_name("FILE")
+        ->default_str("the one installed");
+    app.add_option("--plugin", globals.plugin, "The mapping plug-in")
+        ->type_name("FILE")
+        ->default_str("the one installed");
     app.add_flag("--trace", globals.trace, "Print the trace buffer when done");
     yfw::tool::add_choice<yfw::Log::Level>(app, "--log-level", globals.log_level,
                                            {{"error", yfw::Log::Level::error}, {"trace", yfw::Log::Level::trace}},
                                            "Write the debug log, up to error or trace");
-    app.parse_complete_callback([&globals, self, share] {
-        globals.models.push_back(first_existing({self / "models", share / "models"}));
-    });
+    app.parse_complete_callback([&globals] { globals.models.push_back(globals.own_models); });
 }
 
 // A descriptor that is closed would become the store's, and output would be written into that. What takes its place
@@ -100,7 +109,7 @@ std::string meant(const CLI::App &app, const std::string &word) {
             known.insert(known.end(), more.begin(), more.end());
         }
     } else {
-        for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+        for (const CLI::App *command : yfw::tool::visible_commands(app)) {
             known.push_back(command->get_name());
         }
     }
@@ -132,25 +141,49 @@ int usage_error(const CLI::ParseError &error, const CLI::App &app) {
     return yfw::tool::done;
 }
 
+void add_commands(CLI::App &app, const Globals &globals, int *exit_code) {
+    yfw::tool::add_edit(app, globals, exit_code);
+    yfw::tool::add_diff(app, globals, exit_code);
+    yfw::tool::add_log(app, globals, exit_code);
+    yfw::tool::add_rollback(app, globals, exit_code);
+    yfw::tool::add_status(app, globals, exit_code);
+    yfw::tool::add_load(app, globals, exit_code);
+    yfw::tool::add_get(app, globals, exit_code);
+    yfw::tool::add_sysdb(app, globals, exit_code);
+    yfw::tool::add_check(app, globals, exit_code);
+    yfw::tool::add_export(app, globals, exit_code);
+    yfw::tool::add_import(app, globals, exit_code);
+    yfw::tool::add_map(app, globals, exit_code);
+}
+
+// For the shells' completion and for the build: "complete -- WORD...", "manual-pages DIRECTORY". They are no
+// subcommands: what they take is not for CLI11 to read.
+bool run_hidden(const CLI::App &app, const Globals &globals, const std::vector<std::string> &words) {
+    if (words.size() > 1 && words[0] == "complete" && words[1] == "--") {
+        yfw::tool::complete(app, globals, {words.begin() + 2, words.end()});
+        return true;
+    }
+    if (words.size() == 2 && words[0] == "manual-pages") {
+        yfw::tool::write_manual_pages(app, words[1]);
+        return true;
+    }
+    return false;
+}
+
 int run(int argc, char **argv, Globals &globals) {
-    CLI::App app("Translates OpenConfig BGP configuration to the router's native configuration and back.", "yfw");
-    app.set_version_flag("--version", std::string("yfw ") + YFW_VERSION);
+    CLI::App app("Translate OpenConfig BGP configuration to the router's native configuration and back", "yfw");
+    app.set_version_flag("--version", std::string("yfw ") + YFW_VERSION, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.formatter_fn(
+        [](const CLI::App *of, const std::string &, CLI::AppFormatMode) { return yfw::tool::help_text(*of); });
     app.require_subcommand(1);
     app.fallthrough();
     int exit_code = yfw::tool::done;
     add_globals(app, globals);
-    yfw::tool::add_edit(app, globals, &exit_code);
-    yfw::tool::add_diff(app, globals, &exit_code);
-    yfw::tool::add_log(app, globals, &exit_code);
-    yfw::tool::add_rollback(app, globals, &exit_code);
-    yfw::tool::add_status(app, globals, &exit_code);
-    yfw::tool::add_load(app, globals, &exit_code);
-    yfw::tool::add_get(app, globals, &exit_code);
-    yfw::tool::add_sysdb(app, globals, &exit_code);
-    yfw::tool::add_check(app, globals, &exit_code);
-    yfw::tool::add_export(app, globals, &exit_code);
-    yfw::tool::add_import(app, globals, &exit_code);
-    yfw::tool::add_map(app, globals, &exit_code);
+    add_commands(app, globals, &exit_code);
+    if (run_hidden(app, globals, {argv + std::min(argc, 1), argv + argc})) {
+        return yfw::tool::done;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {

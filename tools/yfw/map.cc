@@ -4,11 +4,15 @@
 #include "bgp/roots.h"
 #include "bgp/table_connections.h"
 #include "describe/deviations.h"
+#include "describe/page.h"
 #include "describe/samples.h"
 #include "describe/table.h"
 #include "model/path_text.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
 #include <optional>
 
 namespace yfw::tool {
@@ -91,6 +95,25 @@ void print_table(const Globals &globals) {
     write_table(sink, run.engine());
 }
 
+void print_page(const Globals &globals, const std::string &file) {
+    Run run(globals);
+    std::string page;
+    Sink whole(page);
+    write_page(whole, run.engine());
+    if (file == "-") {
+        Sink sink(stdout);
+        sink.put(page);
+        sink.flush();
+        return;
+    }
+    const auto cannot = [&file] { throw Unusable(file + " cannot be written: " + std::strerror(errno)); };
+    std::unique_ptr<std::FILE, int (*)(std::FILE *)> stream(std::fopen(file.c_str(), "we"), std::fclose);
+    if (stream == nullptr || std::fwrite(page.data(), 1, page.size(), stream.get()) != page.size() ||
+        std::fclose(stream.release()) != 0) {
+        cannot();
+    }
+}
+
 void run(const Globals &globals, const std::string &given) {
     const std::string path = given.empty() ? given : schema_path(given);
     Run run(globals);
@@ -135,6 +158,7 @@ void add_map(CLI::App &app, const Globals &globals, int *) {
     auto path = std::make_shared<std::string>();
     auto deviations = std::make_shared<bool>(false);
     auto markdown = std::make_shared<bool>(false);
+    auto page = std::make_shared<std::string>();
     CLI::App *command =
         app.add_subcommand("map", "Show the mapping: what serves a node, and the native leaves it becomes");
     CLI::Option *below = command->add_option(
@@ -150,11 +174,20 @@ void add_map(CLI::App &app, const Globals &globals, int *) {
                    "translating sample values")
         ->excludes(below)
         ->excludes("--deviations");
-    command->callback([&globals, path, deviations, markdown] {
+    command
+        ->add_option("--html", *page,
+                     "Write the whole mapping as one page for a browser, to be searched; '-' is standard output")
+        ->type_name("FILE")
+        ->excludes(below)
+        ->excludes("--deviations")
+        ->excludes("--markdown");
+    command->callback([&globals, path, deviations, markdown, page] {
         if (*deviations) {
             print_deviations(globals);
         } else if (*markdown) {
             print_table(globals);
+        } else if (!page->empty()) {
+            print_page(globals, *page);
         } else {
             run(globals, *path);
         }

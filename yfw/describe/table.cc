@@ -1,7 +1,6 @@
 #include "describe/table.h"
 
-#include "bgp/table_connections.h"
-#include "describe/samples.h"
+#include "describe/survey.h"
 
 #include <algorithm>
 #include <map>
@@ -32,26 +31,6 @@ writes:
 A node that stands in no table is not mapped: an edit of it is reported, and a read does not show it.
 )";
 
-struct Row {
-    const SchemaNode *node = nullptr;
-    const Binding *binding = nullptr;
-    std::map<Place, std::vector<Sample>> edits;
-    std::set<std::string> read; // of a state leaf
-};
-
-struct Section {
-    const SchemaNode *list = nullptr;
-    std::vector<Row> rows;
-};
-
-const SchemaNode &section_of(const SchemaNode &node) {
-    const SchemaNode *list = &node;
-    while (list->depth > 1 && list->kind != NodeKind::list) {
-        list = list->parent;
-    }
-    return *list;
-}
-
 std::string code(const std::string &text) {
     return '`' + text + '`';
 }
@@ -64,97 +43,31 @@ std::string join(const std::vector<std::string> &texts, const char *between) {
     return joined;
 }
 
-// The path below which the cells' paths are written: the one that shortens them most.
-class CommonPath {
-  public:
-    void add(const std::string &path) {
-        for (std::size_t end = path.rfind('/'); end != 0 && end != std::string::npos; end = path.rfind('/', end - 1)) {
-            std::size_t &saved = saved_[path.substr(0, end)];
-            saved += end;
-            if (saved > saved_[text_] || (saved == saved_[text_] && end > text_.size())) {
-                text_ = path.substr(0, end);
-            }
-        }
-    }
-    [[nodiscard]] const std::string &text() const { return text_; }
-    [[nodiscard]] std::string shorten(const std::string &path) const {
-        return !text_.empty() && path.starts_with(text_ + '/') ? path.substr(text_.size() + 1) : path;
-    }
-
-  private:
-    std::string text_;
-    std::map<std::string, std::size_t> saved_; // characters, by path
-};
-
-// Whether the native node takes the value as it is, whatever that is.
-bool is_copied(const std::string &path, const std::vector<Sample> &samples) {
-    return std::all_of(samples.begin(), samples.end(), [&](const Sample &sample) {
-        return std::all_of(sample.effects.begin(), sample.effects.end(), [&](const Effect &effect) {
-            return effect.path != path || !effect.value || *effect.value == sample.value ||
-                   sample.context.contains(*effect.value);
-        });
-    });
-}
-
-// What a sample becomes, told apart from others by more than the value that it carries over.
-std::string shape_of(const Sample &sample) {
-    std::string shape = sample.refused ? "refused" : "";
-    for (const Effect &effect : sample.effects) {
-        const bool copied = effect.value && *effect.value == sample.value;
-        shape += effect.path + (effect.removed ? "-" : copied ? "" : '=' + effect.value.value_or("")) + ' ';
-    }
-    return shape;
-}
-
-std::string outcome_text(const Sample &sample, const std::vector<Sample> &samples, const CommonPath &below) {
-    if (sample.refused || sample.effects.empty()) {
-        return sample.refused ? "refused" : "nothing";
+std::string outcome_text(const Outcome &outcome, const CommonPath &below) {
+    if (outcome.refused || outcome.effects.empty()) {
+        return outcome.refused ? "refused" : "nothing";
     }
     std::vector<std::string> effects;
-    effects.reserve(sample.effects.size());
-    for (const Effect &effect : sample.effects) {
+    effects.reserve(outcome.effects.size());
+    for (const Effect &effect : outcome.effects) {
         const std::string path = below.shorten(effect.path);
-        if (effect.removed) {
-            effects.push_back(code("no " + path));
-        } else {
-            effects.push_back(
-                code(effect.value && !is_copied(effect.path, samples) ? path + " = " + *effect.value : path));
-        }
+        effects.push_back(code(effect.removed ? "no " + path : effect.value ? path + " = " + *effect.value : path));
     }
     return join(effects, ", ");
 }
 
-// What the samples become: of a type that spells its values out, all of them, those of one outcome together; else
-// examples.
 std::string cell_text(const SchemaNode &node, const std::vector<Sample> &samples, const CommonPath &below) {
-    const bool spelled_out = !node.is_inner() && !Schema::named_values(node).empty();
-    std::vector<std::pair<std::string, std::vector<std::string>>> outcomes; // with the values
-    std::set<std::string> shapes;
-    for (const Sample &sample : samples) {
-        if (!spelled_out && !shapes.insert(shape_of(sample)).second) {
-            continue;
-        }
-        const std::string outcome = outcome_text(sample, samples, below);
-        auto place =
-            std::find_if(outcomes.begin(), outcomes.end(), [&](const auto &known) { return known.first == outcome; });
-        if (place == outcomes.end()) {
-            place = outcomes.insert(place, {outcome, {}});
-        }
-        place->second.push_back(code(sample.value));
-    }
-    if (outcomes.empty()) {
-        return "";
-    }
-    const bool is_example = node.kind == NodeKind::list && outcomes.front().first.find(" = ") != std::string::npos;
-    if (outcomes.size() == 1 && !is_example) {
-        return outcomes.front().first;
-    }
-    constexpr std::size_t most_examples = 4;
-    outcomes.resize(spelled_out ? outcomes.size() : std::min(outcomes.size(), most_examples));
     std::vector<std::string> lines;
-    lines.reserve(outcomes.size());
-    for (const auto &[outcome, values] : outcomes) {
-        lines.push_back((spelled_out ? join(values, ", ") : "such as " + values.front()) + ": " + outcome);
+    for (const Outcome &outcome : outcomes(node, samples)) {
+        std::vector<std::string> values;
+        for (const std::string &value : outcome.values) {
+            values.push_back(code(value));
+        }
+        std::string label;
+        if (!values.empty()) {
+            label = (outcome.is_example ? "such as " + values.front() : join(values, ", ")) + ": ";
+        }
+        lines.push_back(label + outcome_text(outcome, below));
     }
     return join(lines, "<br>");
 }
@@ -173,15 +86,10 @@ void add_row(std::vector<std::vector<std::string>> &rows, const std::vector<std:
 
 class Table {
   public:
-    Table(Sink &sink, const Engine &engine) : sink_(sink), engine_(engine), sampler_(engine) {}
+    Table(Sink &sink, const Engine &engine) : sink_(sink), engine_(engine), survey_(engine) {}
     void write();
-    Origins origins();
 
   private:
-    [[nodiscard]] std::vector<Section> sections(bool native) const;
-    void note_origin(const std::string &native, const SchemaNode &node);
-    [[nodiscard]] std::set<std::string> origins_of(const SchemaNode &native) const;
-    void sample(Section &section);
     void put_section(const Section &section);
     void put_config(const Section &section);
     void put_state(const Section &section);
@@ -190,89 +98,16 @@ class Table {
     void put_row(const std::vector<std::string> &cells);
     void put_head(const std::vector<std::string> &cells);
     [[nodiscard]] std::string node_text(const SchemaNode &node) const;
-    [[nodiscard]] static std::string type_text(const Row &row);
     [[nodiscard]] static std::string function_text(const Binding &binding);
 
     Sink &sink_;
     const Engine &engine_;
-    Sampler sampler_;
-    Origins becomes_; // OpenConfig leaves by native node
+    Survey survey_;
 };
-
-std::vector<Section> Table::sections(bool native) const {
-    std::vector<Section> found;
-    const Schema &schema = engine_.schema();
-    for (std::uint32_t id = 1; id < schema.size(); ++id) {
-        const SchemaNode &node = schema.node(id);
-        const Binding *binding = engine_.mapping().find(node);
-        const SchemaNode &list = section_of(node);
-        if (binding == nullptr || list.kind != NodeKind::list ||
-            native == node.module->name.starts_with("openconfig-") ||
-            native == node.path.starts_with("/network-instances")) {
-            continue;
-        }
-        auto place =
-            std::find_if(found.begin(), found.end(), [&](const Section &section) { return section.list == &list; });
-        if (place == found.end()) {
-            place = found.insert(found.end(), Section{.list = &list, .rows = {}});
-        }
-        place->rows.push_back({.node = &node, .binding = binding, .edits = {}, .read = {}});
-    }
-    std::sort(found.begin(), found.end(), [](const Section &a, const Section &b) { return a.list->id < b.list->id; });
-    return found;
-}
-
-// A key stands for its native entry as well.
-void Table::note_origin(const std::string &native, const SchemaNode &node) {
-    const SchemaNode *schema = engine_.schema().find(native);
-    if (node.kind == NodeKind::container || schema == nullptr) {
-        return;
-    }
-    becomes_[native].insert(node.path);
-    if (schema->is_key && node.repeats()) {
-        becomes_[schema->parent->path].insert(node.path);
-    }
-}
-
-void Table::sample(Section &section) {
-    for (Row &row : section.rows) {
-        const SchemaNode &node = *row.node;
-        const bool is_leaf = !node.is_inner() && row.binding->entry->served != Service::key;
-        if (is_leaf && !node.config) {
-            row.read = sampler_.fetched(node);
-            for (const std::string &path : row.read) {
-                note_origin(path, node);
-            }
-        } else if (is_leaf || node.is_inner()) {
-            for (const Place place : {Place::default_vrf, Place::vrf}) {
-                row.edits[place] = sampler_.edits(node, place);
-                for (const Sample &edited : row.edits[place]) {
-                    for (const Effect &effect : edited.effects) {
-                        note_origin(effect.path, node);
-                    }
-                }
-            }
-        }
-    }
-}
 
 std::string Table::node_text(const SchemaNode &node) const {
     const SchemaNode &list = section_of(node);
     return &node == &list ? "an entry" : code(node.path.substr(list.path.size() + 1));
-}
-
-std::string Table::type_text(const Row &row) {
-    const SchemaNode &node = *row.node;
-    switch (node.kind) {
-    case NodeKind::list:
-        return "list";
-    case NodeKind::leaf_list:
-        return "leaf-list of " + Schema::type_name(node);
-    case NodeKind::leaf:
-        return row.binding->entry->served == Service::key ? "key" : Schema::type_name(node);
-    default:
-        return "container";
-    }
 }
 
 std::string Table::function_text(const Binding &binding) {
@@ -303,10 +138,7 @@ void Table::put_config(const Section &section) {
     for (const Row &row : section.rows) {
         any = any || row.node->config;
         for (const auto &[place, samples] : row.edits) {
-            for (const Sample &edited : samples) {
-                std::for_each(edited.effects.begin(), edited.effects.end(),
-                              [&, at = place](const Effect &effect) { below[at].add(effect.path); });
-            }
+            below[place].add(samples);
         }
     }
     if (!any) {
@@ -324,7 +156,7 @@ void Table::put_config(const Section &section) {
         if (!row.node->config) {
             continue;
         }
-        std::vector<std::string> cells{node_text(*row.node), type_text(row)};
+        std::vector<std::string> cells{node_text(*row.node), type_text(*row.node, row.binding)};
         for (const auto &[place, samples] : row.edits) {
             cells.push_back(cell_text(*row.node, samples, below[place]));
         }
@@ -357,7 +189,8 @@ void Table::put_state(const Section &section) {
             for (const std::string &path : row.read) {
                 paths.push_back(code(below.shorten(path)));
             }
-            put_row({node_text(*row.node), type_text(row), join(paths, ", "), function_text(*row.binding)});
+            put_row({node_text(*row.node), type_text(*row.node, row.binding), join(paths, ", "),
+                     function_text(*row.binding)});
         }
     }
 }
@@ -392,17 +225,6 @@ void Table::put_section(const Section &section) {
     put_notes(section);
 }
 
-std::set<std::string> Table::origins_of(const SchemaNode &native) const {
-    std::set<std::string> found;
-    const std::string below = native.kind == NodeKind::container ? native.path + '/' : native.path;
-    for (auto known = becomes_.lower_bound(native.path); known != becomes_.end(); ++known) {
-        if (known->first == native.path || (known->first.starts_with(below) && below.ends_with('/'))) {
-            found.insert(known->second.begin(), known->second.end());
-        }
-    }
-    return found;
-}
-
 void Table::put_native(const Section &section) {
     sink_.put("\n### " + code(section.list->path) + '\n');
     put_head({"Native", "OpenConfig", "Function"});
@@ -413,7 +235,7 @@ void Table::put_native(const Section &section) {
         if (!entry.target.empty()) {
             targets.insert(entry.target);
         } else {
-            targets = origins_of(*row.node);
+            targets = survey_.origins_of(*row.node);
         }
         std::vector<std::string> shown;
         shown.reserve(targets.size());
@@ -428,44 +250,29 @@ void Table::put_native(const Section &section) {
 
 void Table::write() {
     sink_.put(introduction);
-    std::vector<Section> open_config = sections(false);
+    std::vector<Section> open_config = survey_.sections(Survey::Side::openconfig);
     for (Section &section : open_config) {
-        sample(section);
+        survey_.sample(section, Survey::Reads::state);
         put_section(section);
     }
     sink_.put("\n## What native nodes read as\n\nThe OpenConfig paths are below `/network-instances/network-instance`. "
               "Where a function renders a node, they are\nthose whose edits write it.\n");
-    for (const Section &section : sections(true)) {
+    for (const Section &section : survey_.sections(Survey::Side::native)) {
         put_native(section);
     }
     sink_.flush();
 }
 
-Origins Table::origins() {
-    for (Section &section : sections(false)) {
-        sample(section);
-        for (const Row &row : section.rows) {
-            for (const std::string &native : native_nodes_of_connection(*row.node)) {
-                becomes_[native].insert(row.node->path);
-            }
-        }
-    }
-    for (const Section &section : sections(true)) {
-        for (const Row &row : section.rows) {
-            if (const std::string &target = row.binding->entry->target; !target.empty()) {
-                becomes_[row.node->path].insert(target);
-            }
-        }
-    }
-    return std::move(becomes_);
-}
-
 } // namespace
 
 Origins native_origins(const Engine &engine) {
-    std::string none;
-    Sink sink(none);
-    return Table(sink, engine).origins();
+    Survey survey(engine);
+    std::vector<Section> openconfig = survey.sections(Survey::Side::openconfig);
+    for (Section &section : openconfig) {
+        survey.sample(section, Survey::Reads::state);
+    }
+    survey.add_described(openconfig, survey.sections(Survey::Side::native));
+    return survey.origins();
 }
 
 void write_table(Sink &sink, const Engine &engine) {

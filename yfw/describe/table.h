@@ -1,12 +1,8 @@
 // The whole mapping as a document for a reader.
 #pragma once
 
+#include "describe/survey.h"
 #include "documents/sink.h"
-#include "engine.h"
-
-#include <map>
-#include <set>
-#include <string>
 
 namespace yfw {
 
@@ -15,7 +11,6 @@ namespace yfw {
 void write_table(Sink &sink, const Engine &engine);
 
 // The OpenConfig nodes that each native node is written from, or read for; found in the same way.
-using Origins = std::map<std::string, std::set<std::string>>;
 Origins native_origins(const Engine &engine);
 
 } // namespace yfw

@@ -235,6 +235,7 @@ void Builder::enter(const SchemaNode &schema) {
         node = add_child(arena_, current(), schema);
     }
     node->flags |= YFW_NODE_PRESENT;
+    note_place(node);
     levels_.push_back({node, nullptr, notes_.size(), valueless_.size(), unknown_.size(), faults_.size(), place_});
 }
 
@@ -329,6 +330,7 @@ Node *Builder::place(const SchemaNode &schema, std::string_view value) {
         set_value(arena_, node, value);
     }
     node->flags |= YFW_NODE_PRESENT;
+    note_place(node);
     return node;
 }
 
@@ -337,6 +339,7 @@ Node *Builder::place_valueless(const SchemaNode &schema) {
     Node *node = schema.kind == NodeKind::leaf_list ? open_entry(arena_, current(), schema)
                                                     : ensure_child(arena_, current(), schema);
     node->flags |= YFW_NODE_PRESENT;
+    note_place(node);
     valueless_.push_back({node, place_});
     return node;
 }

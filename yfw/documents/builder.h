@@ -145,6 +145,11 @@ class Builder {
     // The level whose list entry the leaf, or its copy in the entry's config, is a key of; none: 0.
     [[nodiscard]] std::size_t level_of_key(const SchemaNode &leaf) const;
     Node *place(const SchemaNode &schema, std::string_view value);
+    void note_place(const Node *node) {
+        if (options_.places != nullptr) {
+            options_.places->emplace_back(node, place_);
+        }
+    }
     Node *place_valueless(const SchemaNode &schema);
     [[nodiscard]] const SchemaNode *only_published(const SchemaNode &parent, std::string_view name) const;
     [[nodiscard]] std::string why_unknown(const QualifiedName &name) const;

@@ -131,6 +131,24 @@ std::vector<QualifiedName> PublishedNames::children(const SchemaNode &parent) co
     return names;
 }
 
+std::vector<std::string> PublishedNames::leaves_below(const SchemaNode &node) const {
+    std::vector<std::string> paths;
+    const Place place = place_of(node);
+    std::vector<std::pair<Place, std::string>> open{{entries_[place].end, node.path}}; // with where each ends
+    for (Place at = place + 1; place != 0 && at < entries_[place].end; ++at) {
+        while (at >= open.back().first) {
+            open.pop_back();
+        }
+        std::string path = open.back().second + '/' + std::string(split(entries_[at].text, {}).local);
+        if (entries_[at].end == at + 1) {
+            paths.push_back(std::move(path));
+        } else {
+            open.emplace_back(entries_[at].end, std::move(path));
+        }
+    }
+    return paths;
+}
+
 std::string_view PublishedNames::module_of_namespace(std::string_view uri) const {
     const Place modules = part("modules");
     for (Place at = modules + 1; modules != 0 && at < entries_[modules].end; at = entries_[at].end) {

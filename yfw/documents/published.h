@@ -34,6 +34,8 @@ class PublishedNames {
     [[nodiscard]] bool has_identity(const std::vector<std::string> &bases, std::string_view value) const;
     // The names of the nodes in that one, with their modules.
     [[nodiscard]] std::vector<QualifiedName> children(const SchemaNode &parent) const;
+    // The schema paths of all that lies below the node and holds nothing itself: leaves, as far as the index tells.
+    [[nodiscard]] std::vector<std::string> leaves_below(const SchemaNode &node) const;
     // The name of the module with that namespace, or empty.
     [[nodiscard]] std::string_view module_of_namespace(std::string_view uri) const;
 

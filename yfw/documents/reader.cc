@@ -4,6 +4,7 @@
 #include "documents/json_check.h"
 #include "documents/json_reader.h"
 #include "documents/xml_reader.h"
+#include "model/instance_path.h"
 
 #include <algorithm>
 #include <tuple>
@@ -71,6 +72,33 @@ Document read_document(Arena &arena, const Schema &schema, std::string &text, Sy
         // what was found is told
     }
     throw Refused(all_faults(builder, text, syntax, std::move(last)));
+}
+
+std::vector<Fault> with_places(std::vector<Fault> faults, const Schema &schema, std::string &text,
+                               ReadOptions options) {
+    Arena arena;
+    std::vector<std::pair<const Node *, const char *>> places;
+    options.places = &places;
+    const Syntax syntax = guess_syntax(text);
+    try {
+        read_document(arena, schema, text, syntax, options);
+    } catch (const Refused &) {
+        return faults; // it is another one by now
+    }
+    std::vector<std::size_t> found(faults.size()); // how much of the path
+    for (const auto &[node, place] : places) {
+        const std::string path = instance_path(node);
+        for (std::size_t i = 0; i < faults.size(); ++i) {
+            const std::string &wanted = faults[i].path;
+            const bool is_around =
+                wanted.starts_with(path) && (wanted.size() == path.size() || wanted[path.size()] == '/');
+            if (is_around && path.size() > found[i]) {
+                found[i] = path.size();
+                faults[i].place = place_in(text, syntax, place);
+            }
+        }
+    }
+    return faults;
 }
 
 Syntax guess_syntax(std::string_view text) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/arena.h"
+#include "base/error.h"
 #include "model/schema.h"
 #include "model/tree.h"
 
@@ -10,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace yfw {
@@ -33,6 +35,8 @@ struct ReadOptions {
     // Nodes outside the models that these have are left out. Null: there are none.
     const PublishedNames *published = nullptr;
     std::size_t max_size = std::size_t{1} << 30U;
+    // Takes where in the text each node stands. Null: that is not wanted.
+    std::vector<std::pair<const Node *, const char *>> *places = nullptr;
 };
 
 struct Document {
@@ -50,6 +54,10 @@ inline constexpr std::size_t most_faults = 20;
 // be reallocated with room behind its end, is not needed afterwards.
 Document read_document(Arena &arena, const Schema &schema, std::string &text, Syntax syntax,
                        const ReadOptions &options);
+
+// Gives faults that were found after a document was read the places of their nodes in it, by their paths, or those of
+// what they lie in. For that it is read once more: nothing is kept of places where there are no faults.
+std::vector<Fault> with_places(std::vector<Fault> faults, const Schema &schema, std::string &text, ReadOptions options);
 
 // XML when the first character that is not blank is '<'.
 Syntax guess_syntax(std::string_view text);

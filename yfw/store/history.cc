@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "store/check.h"
+#include "store/history_record.h"
 #include "store/promise.h"
 #include "store/store.h"
 
@@ -10,102 +11,6 @@
 namespace yfw {
 
 namespace {
-
-// A record of the history has this key and the commit's number. It holds, each a number of eight bytes, the time in
-// microseconds and the bytes that all records so far were long together, this one included; whether there are images;
-// who, by what and the comment, each with its length; the images.
-constexpr std::string_view history_key = "h";
-
-std::string key_of(std::uint64_t number) {
-    std::string key(history_key);
-    append_fixed(key, number);
-    return key;
-}
-
-// An image is what its key shares with the one before, the rest of it, the change, and what was there.
-void append_image(std::string &bytes, std::string_view previous, std::string_view key, RecordChange change,
-                  std::string_view image) {
-    const std::size_t end = std::min(previous.size(), key.size());
-    std::size_t same = 0;
-    while (same < end && previous[same] == key[same]) {
-        ++same;
-    }
-    append_length(bytes, same);
-    append_text(bytes, key.substr(same));
-    bytes += static_cast<char>(change);
-    if (change != RecordChange::added) {
-        append_text(bytes, image);
-    }
-}
-
-// Goes through a record of the history.
-class HistoryReader {
-  public:
-    HistoryReader(const Transaction &transaction, std::string_view key, std::string_view bytes)
-        : transaction_(transaction), left_(bytes) {
-        std::uint64_t time = 0;
-        std::uint64_t has_images = 0;
-        key.remove_prefix(history_key.size());
-        is_whole_ = take_fixed(key, number) && key.empty() && take_fixed(left_, time) && take_fixed(left_, end) &&
-                    take_small(has_images) && take_text(left_, who) && take_text(left_, by) &&
-                    take_text(left_, comment) && has_images <= 1;
-        this->time = std::chrono::system_clock::time_point(
-            std::chrono::duration_cast<std::chrono::system_clock::duration>(std::chrono::microseconds(time)));
-        this->has_images = has_images == 1;
-    }
-
-    // The next image; false at the end.
-    bool next() {
-        std::size_t same = 0;
-        std::string_view rest;
-        std::uint64_t kind = 0;
-        if (!is_whole_ || left_.empty()) {
-            return false;
-        }
-        is_whole_ = take_length(left_, same) && same <= key.size() && take_text(left_, rest) && take_small(kind) &&
-                    kind <= static_cast<unsigned>(RecordChange::removed);
-        if (is_whole_) {
-            change = static_cast<RecordChange>(kind);
-            key.replace(same, std::string::npos, rest);
-            bytes = {};
-            is_whole_ = key.starts_with(root_key) && (change == RecordChange::added || take_text(left_, bytes));
-        }
-        return is_whole_;
-    }
-
-    [[nodiscard]] bool is_whole() const { return is_whole_; }
-    // Throws Unusable.
-    void check() const {
-        if (!is_whole_) {
-            throw_damaged(transaction_.directory());
-        }
-    }
-
-    std::uint64_t number = 0;
-    std::uint64_t end = 0;
-    std::chrono::system_clock::time_point time;
-    bool has_images = false;
-    std::string_view who;
-    std::string_view by;
-    std::string_view comment;
-    std::string key;
-    RecordChange change = RecordChange::added;
-    std::string_view bytes;
-
-  private:
-    bool take_small(std::uint64_t &number_of_one_byte) {
-        if (left_.empty()) {
-            return false;
-        }
-        number_of_one_byte = static_cast<unsigned char>(left_.front());
-        left_.remove_prefix(1);
-        return true;
-    }
-
-    const Transaction &transaction_;
-    std::string_view left_;
-    bool is_whole_ = false;
-};
 
 const SchemaNode *list_of(const Transaction &transaction, std::string_view key) {
     const SchemaNode *list = nullptr;
@@ -229,10 +134,6 @@ void add_to_history(Transaction &transaction, const CommitNote &note) {
         number = newest.number + 1;
         end = newest.end;
     }
-    std::string texts;
-    for (const std::string &text : {note.who, note.by, note.comment}) {
-        append_text(texts, text);
-    }
     const bool has_images = images.size() <= most;
     if (!has_images && note.is_to_be_undone) {
         throw Refused(Reason::too_big, "",
@@ -241,15 +142,9 @@ void add_to_history(Transaction &transaction, const CommitNote &note) {
     if (!has_images) {
         images.clear();
     }
-    end += 2 * fixed_size + 1 + texts.size() + images.size();
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    std::string bytes;
-    append_fixed(bytes, static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
-    append_fixed(bytes, end);
-    bytes += static_cast<char>(has_images);
-    bytes += texts;
-    bytes += images;
-    transaction.put(key_of(number), bytes);
+    const std::string bytes = encode_commit(end, std::chrono::system_clock::now(), note, has_images, images);
+    end += bytes.size();
+    transaction.put(history_key_of(number), bytes);
     drop_oldest(transaction, number, end);
 }
 

@@ -274,7 +274,9 @@ void Transaction::load_numbers(const Schema &schema) {
 
 void Transaction::commit(const CommitNote &note) {
     if (txn_ != nullptr) {
-        add_to_history(*this, note);
+        if (adds_to_history_) {
+            add_to_history(*this, note);
+        }
         const int code = mdb_txn_commit(txn_.release());
         lock_ = FileHandle();
         check(code, *directory_, Access::write);

@@ -97,6 +97,8 @@ class Transaction {
     // The record of a key, valid until the next change.
     [[nodiscard]] std::optional<std::string_view> record(std::string_view key) const;
     void put(std::string_view key, std::string_view bytes);
+    // The commit adds nothing to the history: that of another store was put there.
+    void keep_history_as_it_is() { adds_to_history_ = false; }
     // From now on records need not be put, not even for the rest of the transaction: for the last edit of a dry run.
     void keep_nothing() { keeps_ = false; }
     void keep_again() { keeps_ = true; }
@@ -145,6 +147,7 @@ class Transaction {
     std::unique_ptr<MDB_txn, TxnDeleter> txn_; // null for a store that is not there yet
     unsigned dbi_ = 0;
     bool keeps_ = true;
+    bool adds_to_history_ = true;
 };
 
 // Walks over the records of a transaction in the order of their keys.
