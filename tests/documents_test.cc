@@ -286,26 +286,6 @@ TEST(Documents, SecretsAreNeverShownAndAreWiped) {
     EXPECT_STREQ(child(config, "auth-password")->value, "");
 }
 
-TEST(Documents, MemoryOfOthersIsUsedFirst) {
-    Arena arena;
-    std::string text(1U << 20U, 'x');
-    const char *begin = text.data(), *end = begin + text.size();
-    arena.adopt(std::move(text));
-    std::set<std::uint64_t *> outside;
-    std::vector<std::uint64_t *> words;
-    for (std::uint64_t i = 0; i < 200000; ++i) {
-        auto *word = words.emplace_back(static_cast<std::uint64_t *>(arena.allocate(sizeof(std::uint64_t))));
-        *word = i;
-        if (reinterpret_cast<char *>(word) < begin || reinterpret_cast<char *>(word) >= end) {
-            outside.insert(word);
-        }
-    }
-    EXPECT_LT(outside.size(), 200000 - (1U << 17U) + 16); // a word of the text may be lost to alignment
-    for (std::uint64_t i = 0; i < words.size(); ++i) {
-        ASSERT_EQ(*words[i], i);
-    }
-}
-
 // What a large request took is there for the next one, and does not stay for ever.
 TEST(Documents, MemoryOfEndedRequestsIsUsedAgain) {
     ChunkPool pool;

@@ -104,10 +104,10 @@ Engine::Engine(const EngineFiles &files, Log *log, std::future<MappingDescriptio
 
 namespace {
 
-// A document's text, in which there may be a password, is not needed once it is read; its memory is.
-void give_up(std::string &text, Arena &arena) {
+// A document's text, in which there may be a password, is not needed once it is read.
+void give_up(std::string &text) {
     explicit_bzero(text.data(), text.size());
-    arena.adopt(std::exchange(text, {}));
+    std::string().swap(text);
 }
 
 } // namespace
@@ -124,7 +124,7 @@ EditResult Engine::edit(std::string &text, Syntax syntax, const EditOptions &opt
     reading.why_not = why_not_edited;
     reading.published = &published_;
     Document document = read_document(request.arena(), schema_, text, syntax, reading);
-    give_up(text, request.arena());
+    give_up(text);
     request.set_source(document.root);
     result.unknown = std::move(document.unknown);
     result.left_out = std::move(document.left_out);
@@ -282,7 +282,7 @@ void Engine::load(std::string &text, Syntax syntax, Transaction &transaction, co
     reading.edit = false;
     reading.why_not = why_not_loaded;
     const Document document = read_document(request.arena(), schema_, text, syntax, reading);
-    give_up(text, request.arena());
+    give_up(text);
     for_each_password(document.root, [&](Node *leaf) {
         if (const auto kept = options.password ? options.password(leaf) : own_password(leaf)) {
             set_value(request.arena(), leaf, *kept);

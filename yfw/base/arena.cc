@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <new>
 #include <utility>
 
@@ -64,26 +63,10 @@ void Arena::open(std::size_t size) {
     chunks_.back().opened += opened;
 }
 
-void Arena::adopt(std::string &&memory) {
-    if (memory.capacity() > first_chunk) {
-        adopted_.push_back(std::move(memory));
-        adopted_.back().resize(adopted_.back().capacity());
-    }
-}
-
 void Arena::grow(std::size_t size) {
     if (size <= static_cast<std::size_t>(chunk_end_ - next_)) {
         open(size - static_cast<std::size_t>(end_ - next_));
         return;
-    }
-    for (; adopted_used_ < adopted_.size(); ++adopted_used_) {
-        std::string &memory = adopted_[adopted_used_];
-        if (memory.size() > size + alignof(std::max_align_t)) {
-            next_ = memory.data() + (-reinterpret_cast<std::uintptr_t>(memory.data()) & (alignof(void *) - 1));
-            end_ = chunk_end_ = memory.data() + memory.size();
-            ++adopted_used_;
-            return;
-        }
     }
     const std::size_t usual = chunks_.empty() ? first_chunk : std::min(chunks_.back().size * 16, ChunkPool::chunk_size);
     const bool opens = usual == ChunkPool::chunk_size; // step by step

@@ -8,7 +8,6 @@
 #include <memory>
 #include <mutex>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -79,9 +78,6 @@ class Arena {
         return memory;
     }
 
-    // Memory that somebody else is done with, for use before any new.
-    void adopt(std::string &&memory);
-
     // A clear-text password that is to be wiped.
     void note_secret(char *text, std::size_t size) { secrets_.emplace_back(text, size); }
     char *copy_secret(std::string_view text) {
@@ -102,8 +98,6 @@ class Arena {
     char *next_ = nullptr;
     char *end_ = nullptr;       // of what can be handed out
     char *chunk_end_ = nullptr; // of the last chunk
-    std::vector<std::string> adopted_;
-    std::size_t adopted_used_ = 0; // of the strings
     std::vector<std::span<char>> secrets_;
 };
 

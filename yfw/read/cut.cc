@@ -102,8 +102,12 @@ void repeat_keys(Request &request, const Mapping &mapping, Node *node, bool stat
             }
         }
     }
-    for (Node *below = node->first(); below != nullptr; below = below->next()) {
-        if (below->schema().kind == NodeKind::list || below->schema().holds_list) {
+    for (const SchemaNode *schema : node->schema().children) { // other children's memory is not touched
+        if (schema->kind == NodeKind::list) {
+            for (Node *entry : entries_of(node, *schema)) {
+                repeat_keys(request, mapping, entry, state);
+            }
+        } else if (Node *below = schema->holds_list ? child(node, *schema) : nullptr; below != nullptr) {
             repeat_keys(request, mapping, below, state);
         }
     }
