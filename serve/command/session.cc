@@ -140,6 +140,7 @@ HandedBack answer_to(CommandServer &server, const Credentials &who, std::string_
         answer.faults = refused.faults();
         answer.lines = refused.lines();
         if (const auto *strictly = dynamic_cast<const StrictlyRefused *>(&refused)) {
+            answer.is_strict = true;
             answer.told = strictly->told();
         }
     } catch (const std::bad_alloc &) {

@@ -109,6 +109,7 @@ struct FaultFields {
 template <typename Archive, typename Record, typename Faults>
 void fields_of_answer(Archive &archive, Record &answer, Faults &faults) {
     archive(answer.outcome);
+    archive(answer.is_strict);
     archive(answer.printed);
     archive(answer.failure);
     archive.list(answer.told.not_mapped, as_text);

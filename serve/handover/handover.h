@@ -41,6 +41,7 @@ struct HandedOver {
 struct HandedBack {
     enum class Outcome : std::uint8_t { done, refused, failed };
     Outcome outcome = Outcome::done;
+    bool is_strict = false; // a StrictlyRefused
     std::string printed;
     Told told;
     std::vector<Fault> faults; // of a refusal

@@ -7,7 +7,6 @@
 
 #include <cstring>
 #include <optional>
-#include <typeinfo>
 
 namespace yfw::tool {
 
@@ -58,28 +57,37 @@ Refused placed(const Refused &refused, const Run &run, const EditOptions &option
     return Refused(with_places(refused.faults(), run.schema(), text, reading));
 }
 
-EditResult translate(Run &run, const EditArguments &arguments, const std::string &file, Transaction &transaction) {
+// Calls work(text) with a document's text, and adds places to what it refuses. run gives what the models are in.
+template <typename GetRun, typename Work>
+auto with_text(const std::string &file, const EditOptions &options, GetRun run, Work work) {
     SecretText text(file);
     std::error_code error;
     const bool is_there_again = file != "-" && std::filesystem::is_regular_file(file, error);
     KeptText kept(is_there_again ? std::string() : text.get());
-    const Syntax syntax = guess_syntax(text.get());
     try {
-        EditResult result = run.engine().edit(text.get(), syntax, arguments.options, transaction);
-        run.globals().report->edited(result);
-        return result;
+        return work(text.get());
     } catch (const Refused &refused) {
         const Fault &first = refused.faults().front();
-        if (typeid(refused) != typeid(Refused) || !refused.lines().empty() || first.place.line != 0 ||
-            first.path.empty()) {
+        if (dynamic_cast<const StrictlyRefused *>(&refused) != nullptr || !refused.lines().empty() ||
+            first.place.line != 0 || first.path.empty()) {
             throw;
         }
         if (!is_there_again) {
-            throw placed(refused, run, arguments.options, kept.text);
+            throw placed(refused, run(), options, kept.text);
         }
         SecretText again(file);
-        throw placed(refused, run, arguments.options, again.get());
+        throw placed(refused, run(), options, again.get());
     }
+}
+
+EditResult translate(Run &run, const EditArguments &arguments, const std::string &file, Transaction &transaction) {
+    return with_text(
+        file, arguments.options, [&run]() -> const Run & { return run; },
+        [&](std::string &text) {
+            EditResult result = run.engine().edit(text, guess_syntax(text), arguments.options, transaction);
+            run.globals().report->edited(result);
+            return result;
+        });
 }
 
 // The files see each other's changes, and the store sees none.
@@ -126,7 +134,6 @@ void edit_one(Run &run, const EditArguments &arguments, const std::string &file,
 }
 
 void hand_over_one(const Globals &globals, const EditArguments &arguments, const std::string &file) {
-    SecretText text(file);
     serve::HandedOver request = request_of(serve::HandedOver::What::edit, arguments.comment);
     request.options = arguments.options;
     request.syntax = arguments.output.syntax;
@@ -134,8 +141,13 @@ void hand_over_one(const Globals &globals, const EditArguments &arguments, const
     if (arguments.diff) {
         set_output(request, arguments.difference);
     }
-    request.text.swap(text.get());
-    const serve::HandedBack answer = hand_over(globals, request);
+    std::optional<Run> run;
+    const serve::HandedBack answer = with_text(
+        file, arguments.options, [&]() -> const Run & { return run ? *run : run.emplace(globals); },
+        [&](std::string &text) {
+            request.text.swap(text);
+            return hand_over(globals, request);
+        });
     globals.report->edited(answer.told);
     try {
         print(answer);

@@ -30,7 +30,10 @@ serve::HandedBack hand_over(const Globals &globals, serve::HandedOver &request) 
     explicit_bzero(request.text.data(), request.text.size());
     switch (answer.outcome) {
     case serve::HandedBack::Outcome::refused:
-        throw StrictlyRefused(Refused(std::move(answer.faults), std::move(answer.lines)), std::move(answer.told));
+        if (answer.is_strict) {
+            throw StrictlyRefused(Refused(std::move(answer.faults), std::move(answer.lines)), std::move(answer.told));
+        }
+        throw Refused(std::move(answer.faults), std::move(answer.lines));
     case serve::HandedBack::Outcome::failed:
         throw Unusable(answer.failure);
     case serve::HandedBack::Outcome::done:
