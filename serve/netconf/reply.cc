@@ -53,6 +53,7 @@ std::string last_name(std::string_view path) {
 RpcError error_of(const Fault &fault) {
     RpcError error;
     error.tag = tag_of(fault.code);
+    error.type = error.tag == "malformed-message" ? "rpc" : error.type;
     error.app_tag = code_name(fault.code);
     error.path = fault.path;
     error.message = fault.reason;
@@ -178,20 +179,9 @@ void append_element(std::string &to, std::string_view name, std::string_view tex
     to.append("</").append(name).append(">");
 }
 
-void begin_reply(std::string &to, const Element &rpc) {
+void begin_reply(std::string &to, std::string_view attributes) {
     to.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rpc-reply xmlns=\"").append(netconf_namespace).append("\"");
-    for (const auto &[name, value] : rpc.attributes) {
-        to.append(" ").append(name).append("=\"");
-        for (const char character : value) { // as it was, not made a blank by who reads it
-            if (character == '\n' || character == '\r' || character == '\t') {
-                to.append("&#").append(std::to_string(static_cast<int>(character))).append(";");
-            } else {
-                append_escaped(to, {&character, 1});
-            }
-        }
-        to += '"';
-    }
-    to += '>';
+    to.append(attributes).append(">");
 }
 
 void end_reply(std::string &to) {
