@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <set>
+#include <unordered_map>
 
 namespace yfw::serve {
 
@@ -106,15 +107,22 @@ std::string qualified(const Schema &schema, std::string_view path, std::set<cons
 
 std::vector<RpcError> errors_of(const Refused &refused) {
     std::vector<RpcError> errors;
-    // A line each for the nodes that a strict edit is refused for: "path" or "path: what differs".
-    for (const std::string &line : refused.lines()) {
-        Fault fault = refused.faults().front();
-        const auto end = line.find(": ");
-        fault.path = line.substr(0, end);
-        if (end != std::string::npos) {
-            fault.reason = "the edit would not do this: " + line.substr(end + 2);
+    if (const auto *strictly = dynamic_cast<const StrictlyRefused *>(&refused)) {
+        const Told &told = strictly->told();
+        std::unordered_map<std::string_view, std::string_view> whys;
+        for (const Note &note : told.notes) {
+            whys.emplace(note.path, note.text);
         }
-        errors.push_back(error_of(fault));
+        for (const std::string &path : told.not_mapped) {
+            const auto why = whys.find(path);
+            const std::string more = why == whys.end() ? "" : ": " + std::string(why->second);
+            errors.push_back(error_of(Fault(Reason::not_mapped, path, "the node is not mapped" + more)));
+        }
+        for (const Deviation &deviation : told.deviations) {
+            const std::string what = deviation.text().substr(deviation.path.size());
+            errors.push_back(error_of(
+                Fault(Reason::constraint, deviation.path, "what is read back is not what the edit says" + what)));
+        }
     }
     if (errors.empty()) {
         for (const Fault &fault : refused.faults()) {
