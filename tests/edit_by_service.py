@@ -25,7 +25,8 @@ ARGUMENTS = sys.argv[3:]
 
 
 # Faults that a document in XML cannot have.
-JSON_ALONE = re.compile("expected here, not an? |a single value is expected|is a boolean, and|blanks around|has no value")
+JSON_ALONE = re.compile("expected here, not an? |a single value is expected|is a boolean, and|blanks around|"
+                        "has no value")
 
 
 class CannotBeSent(Exception):
@@ -39,6 +40,21 @@ def name_spaces():
         if header := re.search(r'^module\s+"?([^\s"]+).*?^\s*namespace\s+"([^"]+)"', file.read_text(), re.S | re.M):
             found[header[1]] = header[2]
     return found
+
+
+class Members(list):
+    """An object's."""
+
+
+class Items(list):
+    """An array's."""
+
+
+def arrays(value):
+    """json tells arrays by list alone: told apart from an object's members."""
+    if isinstance(value, Members):
+        return Members((name, arrays(member)) for name, member in value)
+    return Items(map(arrays, value)) if isinstance(value, list) else value
 
 
 class Translation:
@@ -59,7 +75,7 @@ class Translation:
                 continue
             notes = known.get("@" + name, [])
             each = value if isinstance(value, Items) and value != [None] else [value]
-            marks = notes if isinstance(notes, Items) and isinstance(notes[:1], list) else [notes]
+            marks = notes if isinstance(notes, Items) else [notes]
             for i, one in enumerate(each):
                 text += self.node(name, one, marks[i] if i < len(marks) else [], module)
         return text
@@ -85,21 +101,6 @@ class Translation:
             attributes += f' xmlns:{prefix}="{self.modules[prefix]}"' if prefix in self.modules else ""
             content = escape(content)
         return f"<{local}{attributes}>{content}</{local}>"
-
-
-class Members(list):
-    """An object's."""
-
-
-class Items(list):
-    """An array's."""
-
-
-def arrays(value):
-    """json tells arrays by list alone: told apart from an object's members."""
-    if isinstance(value, Members):
-        return Members((name, arrays(member)) for name, member in value)
-    return Items(map(arrays, value)) if isinstance(value, list) else value
 
 
 def message(data, options):
@@ -178,7 +179,8 @@ def stored(store):
 def parsed():
     """The options of an edit that a daemon can be sent, or nothing."""
     parser = argparse.ArgumentParser(add_help=False)
-    for name in ("--db", "--models", "--mapping", "--plugin", "--log-level", "--default-operation", "--output", "-o", "-m"):
+    for name in ("--db", "--models", "--mapping", "--plugin", "--log-level", "--default-operation", "--output", "-o",
+                 "-m"):
         parser.add_argument(name)
     for name in ("--strict", "--verify", "--all", "--compact", "--diff", "--trace"):
         parser.add_argument(name, action="store_true")

@@ -23,9 +23,9 @@ MONITORING = "urn:ietf:params:xml:ns:yang:ietf-netconf-monitoring"
 LIBRARY = "urn:ietf:params:xml:ns:yang:ietf-yang-library"
 
 
-def document(bgp, attributes=""):
+def document(bgp):
     """A configuration with this below BGP; the prefix nc is NETCONF's."""
-    return (f'<config xmlns="{netconf_peer.BASE}" xmlns:nc="{netconf_peer.BASE}"><network-instances xmlns="{NI}" {attributes}>'
+    return (f'<config xmlns="{netconf_peer.BASE}" xmlns:nc="{netconf_peer.BASE}"><network-instances xmlns="{NI}">'
             f'<network-instance><name>DEFAULT</name><protocols><protocol><identifier xmlns:t="{TYPES}">t:BGP</identifier>'
             f"<name>core</name><bgp>{bgp}</bgp></protocol></protocols></network-instance></network-instances></config>")
 
@@ -44,7 +44,8 @@ def description(text, operation="merge"):
 GLOBAL = "<global><config><as>65000</as></config></global>"
 TWO = GLOBAL + "<neighbors>" + "".join(
     f"<neighbor><neighbor-address>192.0.2.{i}</neighbor-address><config><neighbor-address>192.0.2.{i}</neighbor-address>"
-    f"<peer-as>6500{i}</peer-as><description>the {i}</description><auth-password>pass {i}</auth-password></config></neighbor>"
+    f"<peer-as>6500{i}</peer-as><description>the {i}</description><auth-password>pass {i}</auth-password></config>"
+    "</neighbor>"
     for i in (1, 2)) + "</neighbors>"
 
 
@@ -79,7 +80,8 @@ class Clients(unittest.TestCase):
 
     def connect(self):
         client = manager.connect(host="127.0.0.1", port=self.port, username=netconf_peer.user(), timeout=30,
-                                 key_filename=str(self.key), hostkey_verify=False, allow_agent=False, look_for_keys=False)
+                                 key_filename=str(self.key), hostkey_verify=False, allow_agent=False,
+                                 look_for_keys=False)
         self.addCleanup(lambda: client.connected and client.close_session())
         return client
 
@@ -103,33 +105,37 @@ class Clients(unittest.TestCase):
         with self.assertRaises(RPCError) as raised:
             function(*values, **arguments)
         errors = getattr(raised.exception, "errors", None) or [raised.exception]
-        return " | ".join(f"{e.type} {e.tag} {e.app_tag or '-'} {re.sub('openconfig[^:/]*:|.*/', '', e.path or '-')} {e.message}" for e in errors)
+        return " | ".join(" ".join((e.type, e.tag, e.app_tag or "-", re.sub("openconfig[^:/]*:|.*/", "", e.path or "-"),
+                                    e.message)) for e in errors)
 
     def test_edits(self):
         start = {"1": "the 1", "2": "the 2"}
         rows = [  # default operation, edit, and what the descriptions are, or the error
             ("merge", neighbor(1, "<description>new</description>"), start | {"1": "new"}),
             ("merge", neighbor(3, description("new", "create")), start | {"3": "new"}),
-            ("merge", neighbor(1, description("new", "create")), "application data-exists data-exists description it is there"),
+            ("merge", neighbor(1, description("new", "create")),
+             "application data-exists data-exists description it is there"),
             ("merge", neighbor(1, description("new", "replace")), start | {"1": "new"}),
             ("merge", neighbor(1, description("", "delete")), start | {"1": ""}),
             ("merge", neighbor(1, "", "delete"), {"2": "the 2"}),
-            ("merge", neighbor(3, "", "delete"), "application data-missing data-missing neighbor[neighbor-address='192.0.2.3'] there is nothing"),
+            ("merge", neighbor(3, "", "delete"),
+             "application data-missing data-missing neighbor[neighbor-address='192.0.2.3'] there is nothing"),
             ("merge", neighbor(3, "", "remove"), start),
             ("merge", neighbor(1, "<peer-as>1</peer-as>", "replace"), start | {"1": ""}),
-            ("merge", neighbor(1, description("x", "change")), "application bad-attribute unknown-attribute description "),
+            ("merge", neighbor(1, description("x", "change")),
+             "application bad-attribute unknown-attribute description "),
             ("none", neighbor(1, "<description>new</description>"), start),
             ("none", neighbor(1, description("new")), start | {"1": "new"}),
             ("replace", GLOBAL + neighbor(1, "<description>new</description>"), {"1": "new"}),
             ("replace", GLOBAL, {}),
             ("merge", neighbor(1, "<peer-as>x</peer-as>"),
              "application invalid-value invalid-value peer-as 'x' is not of this leaf's type: a number from 0 to 4294967295"),
-            ("merge", neighbor(1, "<mood>good</mood><hue/>"), "application unknown-element unknown-element mood the models have "
-             "no such node (0x79662200 unknown-element) | application unknown-element unknown-element hue "),
+            ("merge", neighbor(1, "<mood>good</mood><hue/>"),
+             "application unknown-element unknown-element mood the models have no such node (0x79662200 unknown-element) | application unknown-element unknown-element hue "),
             # All that is not mapped is told.
             ("merge", "<peer-groups>" + "".join(
-                f"<peer-group><peer-group-name>{name}</peer-group-name><config><description>x</description></config></peer-group>"
-                for name in "ab") + "</peer-groups>", "application operation-not-supported operation-not-supported description "
+                f"<peer-group><peer-group-name>{name}</peer-group-name><config><description>x</description></config>"
+                "</peer-group>" for name in "ab") + "</peer-groups>", "application operation-not-supported operation-not-supported description "
              "the node is not mapped (0x79663400 operation-not-supported) | application operation-not-supported "),
         ]
         for default_operation, edit, expected in rows:
@@ -164,7 +170,8 @@ class Clients(unittest.TestCase):
         self.assertEqual((self.descriptions(), self.descriptions("candidate")), (new, old))
         self.client.copy_config(target="candidate", source="running")
         self.assertEqual(self.descriptions("candidate"), new)
-        self.assertIn("operation-not-supported", self.refused(self.client.copy_config, target="running", source="candidate"))
+        self.assertIn("operation-not-supported",
+                      self.refused(self.client.copy_config, target="running", source="candidate"))
         self.assertIn("operation-not-supported", self.refused(self.client.delete_config, target="candidate"))
         self.client.validate(source=element(document(TWO)))
         self.assertIn("invalid-value", self.refused(self.client.validate, source=element(
@@ -204,8 +211,8 @@ class Clients(unittest.TestCase):
                       self.refused(other.lock, "running"))
         self.assertIn("in-use", self.refused(other.edit_config, target="candidate", config=document(GLOBAL)))
         self.assertIn("operation-failed", self.refused(other.unlock, "running"))
-        self.assertIn(f"locked-by-session={self.client.session_id}", leaves_of(other.get(filter=("subtree", f'<netconf-state '
-                      f'xmlns="{MONITORING}"><datastores/></netconf-state>')).xml, "datastores"))
+        locks = other.get(filter=("subtree", f'<netconf-state xmlns="{MONITORING}"><datastores/></netconf-state>')).xml
+        self.assertIn(f"locked-by-session={self.client.session_id}", leaves_of(locks, "datastores"))
         self.client.unlock("candidate")
         self.assertIn("invalid-value", self.refused(other.kill_session, other.session_id))
         other.kill_session(self.client.session_id)
@@ -222,9 +229,9 @@ class Clients(unittest.TestCase):
                 modules.add((found[1], found[2] or "", capability.split("?")[0]))
                 text = self.client.get_schema(found[1], version=found[2]).data
                 self.assertRegex(text, rf"^(/\*.*?\*/\s*|//.*\n\s*)*module {found[1]} ", found[1])
-                self.assertIn(f'revision "{found[2]}"' if f'revision "{found[2]}"' in text else f"revision {found[2]}", text)
-        listed = self.client.get(filter=("subtree", f'<modules-state xmlns="{LIBRARY}"><module><name/><revision/><namespace/>'
-                                         "</module></modules-state>")).xml
+                self.assertRegex(text, f'revision "?{found[2]}')
+        listed = self.client.get(filter=("subtree", f'<modules-state xmlns="{LIBRARY}"><module><name/><revision/>'
+                                         "<namespace/></module></modules-state>")).xml
         values = [leaf.split("=", 1)[1] for leaf in leaves_of(listed, "modules-state")]
         self.assertEqual(set(zip(values[::3], values[1::3], values[2::3])), modules)
         self.assertGreater(len(modules), 10)
@@ -241,8 +248,8 @@ class Clients(unittest.TestCase):
             ("<neighbor><neighbor-address> 192.0.2.2 </neighbor-address><config/></neighbor>", whole),
             ("<neighbor><config><description/></config></neighbor>", both),
             ("<neighbor><neighbor-address/></neighbor>", address),
-            (entry + "<config><description/></config></neighbor>" + entry.replace("2.2<", "2.1<") + "<neighbor-address/></neighbor>",
-             [address[0], *whole[:1], "description=the 2"]),
+            (entry + "<config><description/></config></neighbor>" + entry.replace("2.2<", "2.1<") +
+             "<neighbor-address/></neighbor>", [address[0], *whole[:1], "description=the 2"]),
             # Content of other leaves than keys; attributes say nothing.
             ("<neighbor><config><peer-as>65002</peer-as></config></neighbor>", whole),
             ("<neighbor><config><peer-as>65002</peer-as><description x='y'/></config></neighbor>",
@@ -261,7 +268,8 @@ class Clients(unittest.TestCase):
         bgp = "/n:network-instances/n:network-instance[n:name='DEFAULT']/n:protocols/n:protocol/n:bgp"
         paths = [
             (f'{bgp}/n:neighbors/n:neighbor[n:neighbor-address="192.0.2.2"]', whole),
-            (f"{bgp}/n:neighbors/n:neighbor/n:config/n:description | {bgp}/n:neighbors/n:neighbor/n:neighbor-address", both),
+            (f"{bgp}/n:neighbors/n:neighbor/n:config/n:description | {bgp}/n:neighbors/n:neighbor/n:neighbor-address",
+             both),
             (f"{bgp}/n:neighbors/n:neighbor/n:neighbor-address", address),
             (f"{bgp}/n:mood", []),
             ("/m:netconf-state/m:sessions/m:session", []),
@@ -272,7 +280,8 @@ class Clients(unittest.TestCase):
                 text = self.client.get_config(source="running", filter=query).xml
                 self.assertEqual(leaves_of(text, "neighbors"), expected)
                 text = self.client.get(filter=query).xml
-                self.assertEqual(f"session-id={self.client.session_id}" in leaves_of(text, "sessions"), path.startswith("/m:"))
+                self.assertEqual(f"session-id={self.client.session_id}" in leaves_of(text, "sessions"),
+                                 path.startswith("/m:"))
         for path in ("//n:neighbor", "count(/n:a)", "/o:a", "/n:a/text()", "/n:a[n:b", "a"):
             with self.subTest(path):
                 self.assertIn("application invalid-value", self.refused(
@@ -289,48 +298,46 @@ class Clients(unittest.TestCase):
 
     def test_messages(self):
         get = "<get-config><source><running/></source>{}</get-config>"
+        edit = "<edit-config><target><running/></target>{}</edit-config>"
+        with_defaults = "<with-defaults xmlns='urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults'>{}</with-defaults>"
         as_65000 = "<as>65000</as>"
-        rows = [  # attributes of <rpc>, what is in it, and what is in the answer
-            ('message-id="1"', get.format("<filter/>"), "<data></data>"),
-            ('message-id="1"', get.format("<filter><a xmlns='urn:x'/></filter>"), "<data></data>"),
-            ('message-id="1"', get.format(""), as_65000),
-            ('message-id="1"', "<!-- x -->\n" + get.format(f"<filter><network-instances xmlns='{NI}'><network-instance><name>"
-             "<![CDATA[DEFAULT]]></name></network-instance></network-instances></filter>"), as_65000),
-            ('message-id="1"', get.format("<filter xmlns:nc='{0}' nc:type='xpath' xmlns:n='{1}' nc:select='/n:network-instances'/>"
-                                          .format(netconf_peer.BASE, NI)), as_65000),
-            ('message-id="1"', get.format("<filter type='xpath'/>"), "missing-attribute"),
-            ('message-id="1"', get.format("<filter type='regex'/>"), "bad-attribute"),
-            ('message-id="1"', get.format("<with-defaults xmlns='urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults'>"
-                                          "explicit</with-defaults>"), as_65000),
-            ('message-id="1"', get.format("<with-defaults xmlns='urn:ietf:params:xml:ns:yang:ietf-netconf-with-defaults'>"
-                                          "trim</with-defaults>"), "<error-tag>invalid-value<"),
-            ('message-id="1"', get.format("<mood/>"), "<bad-element>mood<"),
-            ('message-id="a &lt;&amp;&#10;" xmlns:x="urn:x" x:y="&amp;z" xml:lang="en"', "<discard-changes/>",
-             ' message-id="a &lt;&amp;&#10;" xmlns:x="urn:x" x:y="&amp;z" xml:lang="en"><ok/>'),
-            ("", "<discard-changes/>", "<error-tag>missing-attribute<"),
-            ('message-id="1"', "", "<error-type>rpc</error-type><error-tag>malformed-message<"),
-            ('message-id="1"', "<get/><get/>", "<error-tag>malformed-message<"),
-            ('message-id="1"', "<get xmlns='urn:x'/>", "<error-tag>operation-not-supported<"),
-            ('message-id="1"', "<edit-config><target><running/></target><url>file:///a</url></edit-config>", "operation-not-supported"),
-            ('message-id="1"', "<edit-config><target><running/></target><config/><default-operation>none</default-operation>"
-             "</edit-config>", "must stand before"),
-            ('message-id="1"', "<edit-config><target><running/></target><error-option>continue-on-error</error-option><config/>"
-             "</edit-config>", "<bad-element>error-option<"),
-            ('message-id="1"', "<edit-config><target><startup/></target><config/></edit-config>", "operation-not-supported"),
-            ('message-id="1"', "<commit><confirm-timeout>5</confirm-timeout></commit>", "<bad-element>confirmed<"),
-            ('message-id="1"', "<cancel-commit/>", "<error-tag>operation-failed<"),
+        echoed = 'message-id="a &lt;&amp;&#10;" xmlns:x="urn:x" x:y="&amp;z" xml:lang="en"'
+        rows = [  # what is in <rpc>, what is in the answer, and attributes of <rpc>
+            (get.format("<filter/>"), "<data></data>"),
+            (get.format("<filter><a xmlns='urn:x'/></filter>"), "<data></data>"),
+            (get.format(""), as_65000),
+            ("<!-- x -->\n" + get.format(f"<filter><network-instances xmlns='{NI}'><network-instance><name><![CDATA[DEFAULT]]>"
+                                         "</name></network-instance></network-instances></filter>"), as_65000),
+            (get.format(f"<filter xmlns:nc='{netconf_peer.BASE}' nc:type='xpath' xmlns:n='{NI}' "
+                        "nc:select='/n:network-instances'/>"), as_65000),
+            (get.format("<filter type='xpath'/>"), "missing-attribute"),
+            (get.format("<filter type='regex'/>"), "bad-attribute"),
+            (get.format(with_defaults.format("explicit")), as_65000),
+            (get.format(with_defaults.format("trim")), "<error-tag>invalid-value<"),
+            (get.format("<mood/>"), "<bad-element>mood<"),
+            ("<discard-changes/>", f" {echoed}><ok/>", echoed),
+            ("<discard-changes/>", "<error-tag>missing-attribute<", ""),
+            ("", "<error-type>rpc</error-type><error-tag>malformed-message<"),
+            ("<get/><get/>", "<error-tag>malformed-message<"),
+            ("<get xmlns='urn:x'/>", "<error-tag>operation-not-supported<"),
+            (edit.format("<url>file:///a</url>"), "operation-not-supported"),
+            (edit.format("<config/><default-operation>none</default-operation>"), "must stand before"),
+            (edit.format("<error-option>continue-on-error</error-option><config/>"), "<bad-element>error-option<"),
+            (edit.format("<config/>").replace("running", "startup"), "operation-not-supported"),
+            ("<commit><confirm-timeout>5</confirm-timeout></commit>", "<bad-element>confirmed<"),
+            ("<cancel-commit/>", "<error-tag>operation-failed<"),
         ]
         for version in ("1.0", "1.1"):
             with netconf_peer.Client(self.socket, version) as client:
                 self.assertIn("<session-id>", client.hello)
-                for attributes, operation, expected in rows:
+                for operation, expected, *attributes in rows:
                     with self.subTest(operation, version=version, attributes=attributes):
-                        answer = client.ask(operation, attributes)
+                        answer = client.ask(operation, *attributes)
                         self.assertIn(expected, answer)
                         etree.fromstring(answer.encode())
                 # Prefixes in the place of a default namespace, a declaration, and requests that do not wait.
-                prefixed = (f'<?xml version="1.0"?><nc:rpc xmlns:nc="{netconf_peer.BASE}" message-id="%d"><nc:get-config>'
-                            "<nc:source><nc:running/></nc:source></nc:get-config></nc:rpc>")
+                prefixed = (f'<?xml version="1.0"?><nc:rpc xmlns:nc="{netconf_peer.BASE}" message-id="%d">'
+                            "<nc:get-config><nc:source><nc:running/></nc:source></nc:get-config></nc:rpc>")
                 for i in range(50):
                     client.send(prefixed % i)
                 for i in range(50):
