@@ -35,7 +35,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 
 set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME yfw)
 set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION net)
-set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "libyfw0 ${same_version}")
+set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "libyfw0 ${same_version}, libyuma-base")
 set(CPACK_COMPONENT_COMMAND_DESCRIPTION
     "translates OpenConfig BGP configuration to native and back\nThe command yfw takes OpenConfig edits, shows the native configuration\nthat they become, keeps it in a store, and reads it back as OpenConfig.\nThe mapping plug-in, the models and the mapping's description come along."
 )

@@ -19,11 +19,14 @@ inline constexpr std::array sample_values{"BGP",        "true",         "false",
                                           "0.5",        "ACCEPT_ROUTE", "ipv4-unicast", "PRIVATE_AS_REMOVE_ALL"};
 
 // What the mapping goes by, by the ends of the paths.
-inline constexpr std::array<std::pair<std::string_view, std::string_view>, 7> known_values{
+inline constexpr std::array<std::pair<std::string_view, std::string_view>, 10> known_values{
     {{"/protocols/protocol/name", "core"},
      {"/protocols/protocol/bgp/global/config/as", "65000"},
      {"/bgp/neighbors/neighbor/neighbor-address", "10.0.0.1"},
      {"/bgp/peer-groups/peer-group/peer-group-name", "RR"},
+     {"/bgp/neighbors/neighbor/config/peer-group", "RR"},
+     {"/timers/config/hold-time", "90"},
+     {"/table-connection/src-protocol", "OSPF"},
      {"/bgp/instance/instance-name", "core"},
      {"/bgp/instance/instance-as/as", "0"},
      {"/bgp/instance/instance-as/four-byte-as/as", "65000"}}};

@@ -30,9 +30,10 @@ std::string_view name_of(const Node *node) {
 std::string_view name_space_of(const Node *node) {
     return node->schema().module->name_space;
 }
-// An identity may have a prefix in the filter, which says no more than its namespace does.
+// An identity may have a prefix in the filter, which says no more than its namespace does. A password is no match:
+// that would tell a reader that a guess is right.
 bool has_value(const Node *node, const Element &match) {
-    if (node->value == nullptr) {
+    if (node->value == nullptr || node->schema().secret) {
         return false;
     }
     const std::string_view value = node->value;
@@ -266,51 +267,73 @@ void select(Element &data, const Element &filter) {
     select_of_root(&data, filter);
 }
 
-std::vector<std::string> paths_of_xpath(std::string_view expression, const Element &filter, const Schema &schema) {
-    const auto wrong = [&](const std::string &why) {
-        return Refused(Reason::invalid_value, "", "the filter's select " + why);
-    };
-    std::vector<std::string> paths(1);
-    std::string name;
+namespace {
+
+[[noreturn]] void fail_xpath(const std::string &why) {
+    throw Refused(Reason::invalid_value, "", "the filter's select " + why);
+}
+
+// Of "name" or "prefix:name".
+void set_name(Element &element, std::string_view name, const Element &filter) {
+    const auto colon = name.find(':');
+    if (colon != std::string_view::npos) {
+        const std::string_view prefix = name.substr(0, colon);
+        const auto known = std::find_if(filter.prefixes.rbegin(), filter.prefixes.rend(),
+                                        [prefix](const auto &declared) { return declared.first == prefix; });
+        if (known == filter.prefixes.rend()) {
+            fail_xpath("has a prefix that is not declared: " + std::string(prefix));
+        }
+        element.name_space = known->second;
+        name.remove_prefix(colon + 1);
+    }
+    if (name.empty() || !std::all_of(name.begin(), name.end(), is_name_character)) {
+        fail_xpath("is to be paths of names and keys, not of '" + std::string(name) + "'");
+    }
+    element.name = name;
+}
+
+void add_path(Element &to, std::string_view path, const Element &filter) {
+    path = trimmed(path);
+    if (!path.starts_with('/')) {
+        fail_xpath("is to be absolute paths such as /p:interfaces/p:interface[p:name='x']");
+    }
+    PathParser parser(path);
+    Element *inner = &to;
+    for (PathStep step; !parser.at_end();) {
+        if (!parser.next(step)) {
+            fail_xpath("cannot be read: " + parser.fault());
+        }
+        inner = &inner->children.emplace_back();
+        set_name(*inner, step.name, filter);
+        for (const PathPredicate &predicate : step.predicates) {
+            if (!predicate.any) {
+                Element &match = inner->children.emplace_back();
+                set_name(match, predicate.name, filter);
+                match.text = predicate.value;
+            }
+        }
+    }
+}
+
+} // namespace
+
+Element filter_of_xpath(std::string_view expression, const Element &filter) {
+    Element made;
     char quote = '\0';
-    const std::string text = std::string(expression) + '\n'; // ends the last name
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const char character = text[at];
+    std::size_t begin = 0;
+    for (std::size_t at = 0; at < expression.size(); ++at) {
+        const char character = expression[at];
         if (quote != '\0') {
             quote = character == quote ? '\0' : quote;
-            paths.back() += character;
-        } else if (is_name_character(character)) {
-            name += character;
-        } else if (character == ':') {
-            const auto known = std::find_if(filter.prefixes.rbegin(), filter.prefixes.rend(),
-                                            [&](const auto &prefix) { return prefix.first == name; });
-            const Module *module =
-                known == filter.prefixes.rend() ? nullptr : schema.module_of_namespace(known->second);
-            if (known == filter.prefixes.rend()) {
-                throw wrong("has a prefix that is not declared: " + name);
-            }
-            if (module == nullptr) {
-                throw wrong("has a namespace that no model has: " + known->second);
-            }
-            paths.back() += module->name + ':';
-            name.clear();
-        } else {
-            paths.back() += std::exchange(name, {});
-            quote = character == '\'' || character == '"' ? character : '\0';
-            if (character == '|') {
-                paths.emplace_back();
-            } else {
-                paths.back() += character;
-            }
+        } else if (character == '"' || character == '\'') {
+            quote = character;
+        } else if (character == '|') {
+            add_path(made, expression.substr(begin, at - begin), filter);
+            begin = at + 1;
         }
     }
-    for (std::string &path : paths) {
-        path = trimmed(path);
-        if (!path.starts_with('/') || path.starts_with("//")) {
-            throw wrong("is to be absolute paths such as /p:interfaces/p:interface[p:name='x']");
-        }
-    }
-    return paths;
+    add_path(made, expression.substr(begin), filter);
+    return made;
 }
 
 } // namespace yfw::serve

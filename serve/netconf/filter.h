@@ -21,8 +21,8 @@ void select(Node *root, const Element &filter);
 // Likewise of other data, whose top elements are the element's children.
 void select(Element &data, const Element &filter);
 
-// The instance paths of an XPath expression, absolute ones with '|' between them, with the names of modules in the
-// place of prefixes. Throws Refused for one of another form.
-std::vector<std::string> paths_of_xpath(std::string_view expression, const Element &filter, const Schema &schema);
+// The subtree filter that selects what an XPath expression does: absolute paths of names, with predicates of keys and
+// '|' between them. The prefixes are the filter element's. Throws Refused for one of another form.
+Element filter_of_xpath(std::string_view expression, const Element &filter);
 
 } // namespace yfw::serve

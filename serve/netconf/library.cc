@@ -67,7 +67,8 @@ std::string printed(const lysp_submodule *submodule) {
     return text_of(code, text);
 }
 
-// The modules of the served models: what defines their nodes, changes them, or is imported.
+// The modules of the served models: what defines their nodes, changes them, or is imported. Imports come first: there
+// are clients that load one after the other, and take no default of an identity whose module they have not loaded.
 class ServedModules {
   public:
     explicit ServedModules(const Schema &schema) {
@@ -84,16 +85,24 @@ class ServedModules {
         if (module == nullptr || !known_.insert(module).second) {
             return;
         }
-        modules_.push_back(module);
         LY_ARRAY_COUNT_TYPE i = 0;
-        LY_ARRAY_FOR(module->parsed->imports, i) {
-            add(module->parsed->imports[i].module);
+        add_imports(module->parsed->imports);
+        LY_ARRAY_FOR(module->parsed->includes, i) {
+            add_imports(module->parsed->includes[i].submodule->imports);
         }
+        modules_.push_back(module);
         LY_ARRAY_FOR(module->augmented_by, i) {
             add(module->augmented_by[i]);
         }
         LY_ARRAY_FOR(module->deviated_by, i) {
             add(module->deviated_by[i]);
+        }
+    }
+
+    void add_imports(const lysp_import *imports) {
+        LY_ARRAY_COUNT_TYPE i = 0;
+        LY_ARRAY_FOR(imports, i) {
+            add(imports[i].module);
         }
     }
 

@@ -1,8 +1,11 @@
 #include "serve/netconf/message.h"
 
+#include "serve/netconf/reply.h"
+
 #include "documents/xml_parser.h"
 
 #include <algorithm>
+#include <set>
 
 namespace yfw::serve {
 
@@ -11,6 +14,32 @@ namespace {
 // Of what is not configuration: a filter with more is nobody's.
 constexpr std::size_t most_elements = 10'000;
 constexpr std::size_t most_levels = 64;
+
+constexpr std::string_view xml_namespace = "http://www.w3.org/XML/1998/namespace";
+
+// libxml2 leaves each '&' of an attribute's value as this.
+std::string attribute_value(std::string_view raw) {
+    constexpr std::string_view ampersand = "&#38;";
+    std::string value;
+    for (std::size_t at = 0; at < raw.size();) {
+        const bool is_it = raw.substr(at).starts_with(ampersand);
+        value += raw[at];
+        at += is_it ? ampersand.size() : 1;
+    }
+    return value;
+}
+
+void append_attribute(std::string &to, std::string_view prefix, std::string_view name, std::string_view value) {
+    to.append(" ").append(prefix).append(prefix.empty() ? "" : ":").append(name).append("=\"");
+    for (const char character : value) { // as it was, not made a blank by who reads it
+        if (character == '\n' || character == '\r' || character == '\t') {
+            to.append("&#").append(std::to_string(static_cast<int>(character))).append(";");
+        } else {
+            append_escaped(to, {&character, 1});
+        }
+    }
+    to += '"';
+}
 
 // Builds elements until the configuration of an edit begins.
 class MessageReader : public XmlEvents {
@@ -45,17 +74,35 @@ class MessageReader : public XmlEvents {
         }
         made->name = name.local;
         made->name_space = name.name_space;
-        for (std::size_t i = 0; i < attributes.size(); ++i) {
-            if (attributes[i].name.name_space.empty()) {
-                made->attributes.emplace_back(attributes[i].name.local, attributes[i].value);
-            }
-        }
+        add_attributes(*made, attributes);
         if (name.local == "filter") {
             for (const XmlParser::Prefix &prefix : parser_.prefixes()) {
                 made->prefixes.emplace_back(prefix.prefix, prefix.name_space);
             }
         }
         open_.push_back(made); // its parent gets no further child before it is closed
+    }
+
+    void add_attributes(Element &element, const XmlAttributes &attributes) {
+        const bool is_rpc = open_.empty();
+        std::set<std::string_view> declared;
+        for (std::size_t i = 0; i < attributes.size(); ++i) {
+            const auto &[name, raw] = attributes[i];
+            const std::string value = attribute_value(raw);
+            if (name.name_space.empty() || (name.name_space == netconf_namespace && !is_rpc)) {
+                element.attributes.emplace_back(name.local, value);
+            }
+            if (is_rpc) {
+                std::string_view prefix = name.name_space == xml_namespace ? "xml" : "";
+                for (const XmlParser::Prefix &known : parser_.prefixes()) {
+                    prefix = known.name_space == name.name_space && !known.prefix.empty() ? known.prefix : prefix;
+                }
+                if (!name.name_space.empty() && prefix != "xml" && declared.insert(prefix).second) {
+                    append_attribute(message_.attributes, "xmlns", prefix, name.name_space);
+                }
+                append_attribute(message_.attributes, name.name_space.empty() ? "" : prefix, name.local, value);
+            }
+        }
     }
 
     void end(std::string_view) override {

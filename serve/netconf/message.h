@@ -18,7 +18,7 @@ struct Element {
     std::string name_space;
     std::string text; // of one without children, without blanks around it
     std::vector<Element> children;
-    std::vector<std::pair<std::string, std::string>> attributes; // those without a namespace
+    std::vector<std::pair<std::string, std::string>> attributes; // those without a namespace, or of NETCONF's
     std::vector<std::pair<std::string, std::string>> prefixes;   // in force, innermost last; of a filter only
 
     // The first child of that name in the same namespace, or null.
@@ -34,6 +34,7 @@ class BadMessage : public std::runtime_error {
 
 struct Message {
     Element rpc;              // to where the configuration begins
+    std::string attributes;   // the <rpc>'s, all of them, as XML with a blank before each; prefixes are declared
     bool has_config = false;  // a <config> of <edit-config>, or a source's; it is left to the reader of documents
     bool is_complete = false; // the whole message was read
     std::size_t elements = 0;

@@ -147,7 +147,7 @@ Answer Operations::answer(SessionId session, std::string &text) {
     const Message message = read_message(text);
     Counters &counters = counters_[session];
     ++counters.in_rpcs;
-    begin_reply(answer.text, message.rpc);
+    begin_reply(answer.text, message.attributes);
     const std::size_t begin = answer.text.size();
     std::vector<RpcError> errors;
     try {
@@ -242,19 +242,23 @@ void Operations::read(Call &call, Datastore datastore, bool state) {
         fail("protocol", "bad-attribute", "a filter's type is subtree or xpath",
              {{"bad-attribute", "type"}, {"bad-element", "filter"}});
     }
-    const bool is_xpath = kind == "xpath";
-    const bool is_subtree = filter != nullptr && !is_xpath;
+    Element converted;
+    if (kind == "xpath") {
+        if (filter->attribute("select").empty()) {
+            fail("protocol", "missing-attribute", "an XPath filter has its expression in select",
+                 {{"bad-attribute", "select"}, {"bad-element", "filter"}});
+        }
+        converted = filter_of_xpath(filter->attribute("select"), *filter);
+        filter = &converted;
+    }
     std::vector<std::string> paths;
-    if (is_xpath) {
-        paths = paths_of_xpath(filter->attribute("select"), *filter, service_.schema());
-    } else if (is_subtree) {
+    if (filter != nullptr) {
         paths = paths_of(*filter, service_.engine().mapping(), service_.schema(), state);
     }
     call.reply += "<data>";
-    if (!is_subtree || !paths.empty()) {
-        const Engine::ReadResult found = is_subtree ? read_all_or(paths, call.session, datastore, state)
-                                                    : service_.read(call.session, datastore, paths, state);
-        if (is_subtree) {
+    if (filter == nullptr || !paths.empty()) {
+        const Engine::ReadResult found = read_all_or(paths, call.session, datastore, state);
+        if (filter != nullptr) {
             select(found.request->destination(), *filter);
         }
         for (const std::string &note : found.notes) {
@@ -267,9 +271,9 @@ void Operations::read(Call &call, Datastore datastore, bool state) {
         Sink sink(call.reply);
         write_document(sink, service_.schema(), found.openconfig(), writing);
     }
-    if (state && !is_xpath) {
+    if (state) {
         Element own = own_state();
-        if (is_subtree) {
+        if (filter != nullptr) {
             select(own, *filter);
         }
         for (const Element &top : own.children) {
@@ -325,6 +329,7 @@ Element Operations::own_state() const {
 }
 
 void Operations::edit(Call &call, EditOrder order) {
+    order.in_message = true;
     const EditResult result = service_.edit(call.session, call.text, order);
     for (const std::string &path : result.not_mapped) {
         call.answer.warnings.push_back("not mapped: " + path);

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <set>
+#include <unordered_map>
 
 namespace yfw::serve {
 
@@ -53,6 +54,7 @@ std::string last_name(std::string_view path) {
 RpcError error_of(const Fault &fault) {
     RpcError error;
     error.tag = tag_of(fault.code);
+    error.type = error.tag == "malformed-message" ? "rpc" : error.type;
     error.app_tag = code_name(fault.code);
     error.path = fault.path;
     error.message = fault.reason;
@@ -105,15 +107,22 @@ std::string qualified(const Schema &schema, std::string_view path, std::set<cons
 
 std::vector<RpcError> errors_of(const Refused &refused) {
     std::vector<RpcError> errors;
-    // A line each for the nodes that a strict edit is refused for: "path" or "path: what differs".
-    for (const std::string &line : refused.lines()) {
-        Fault fault = refused.faults().front();
-        const auto end = line.find(": ");
-        fault.path = line.substr(0, end);
-        if (end != std::string::npos) {
-            fault.reason = "the edit would not do this: " + line.substr(end + 2);
+    if (const auto *strictly = dynamic_cast<const StrictlyRefused *>(&refused)) {
+        const Told &told = strictly->told();
+        std::unordered_map<std::string_view, std::string_view> whys;
+        for (const Note &note : told.notes) {
+            whys.emplace(note.path, note.text);
         }
-        errors.push_back(error_of(fault));
+        for (const std::string &path : told.not_mapped) {
+            const auto why = whys.find(path);
+            const std::string more = why == whys.end() ? "" : ": " + std::string(why->second);
+            errors.push_back(error_of(Fault(Reason::not_mapped, path, "the node is not mapped" + more)));
+        }
+        for (const Deviation &deviation : told.deviations) {
+            const std::string what = deviation.text().substr(deviation.path.size());
+            errors.push_back(error_of(
+                Fault(Reason::constraint, deviation.path, "what is read back is not what the edit says" + what)));
+        }
     }
     if (errors.empty()) {
         for (const Fault &fault : refused.faults()) {
@@ -178,20 +187,9 @@ void append_element(std::string &to, std::string_view name, std::string_view tex
     to.append("</").append(name).append(">");
 }
 
-void begin_reply(std::string &to, const Element &rpc) {
+void begin_reply(std::string &to, std::string_view attributes) {
     to.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<rpc-reply xmlns=\"").append(netconf_namespace).append("\"");
-    for (const auto &[name, value] : rpc.attributes) {
-        to.append(" ").append(name).append("=\"");
-        for (const char character : value) { // as it was, not made a blank by who reads it
-            if (character == '\n' || character == '\r' || character == '\t') {
-                to.append("&#").append(std::to_string(static_cast<int>(character))).append(";");
-            } else {
-                append_escaped(to, {&character, 1});
-            }
-        }
-        to += '"';
-    }
-    to += '>';
+    to.append(attributes).append(">");
 }
 
 void end_reply(std::string &to) {

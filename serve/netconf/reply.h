@@ -43,8 +43,8 @@ void append_escaped(std::string &to, std::string_view text);
 // Appends "<name>text</name>"; likewise.
 void append_element(std::string &to, std::string_view name, std::string_view text);
 
-// Begins and ends an answer to a request, with the request's attributes.
-void begin_reply(std::string &to, const Element &rpc);
+// Begins and ends an answer to a request, with the request's attributes (Message::attributes).
+void begin_reply(std::string &to, std::string_view attributes);
 void end_reply(std::string &to);
 void append_ok(std::string &to);
 void append_error(std::string &to, const Schema &schema, const RpcError &error);

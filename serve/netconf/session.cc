@@ -28,7 +28,7 @@ std::string refusal_of(const Schema &schema, const char *tag, const std::string 
     error.type = "rpc";
     error.tag = tag;
     error.message = reason;
-    begin_reply(text, Element());
+    begin_reply(text, "");
     append_error(text, schema, error);
     end_reply(text);
     return text;

@@ -172,6 +172,7 @@ EditResult Service::edit(SessionId by, std::string &text, const EditOrder &order
     EditOptions options;
     options.strict = !options_.lenient;
     options.verify = true;
+    options.in_message = order.in_message;
     options.default_operation = order.default_operation;
     if (order.options != nullptr) {
         options = *order.options;

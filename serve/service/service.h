@@ -56,6 +56,7 @@ struct EditOrder {
     Syntax syntax = Syntax::xml;
     DefaultOperation default_operation = DefaultOperation::merge;
     bool test_only = false;
+    bool in_message = false; // the text is a NETCONF message, whose target and options are those above
     std::string comment;
     const EditOptions *options = nullptr; // in place of the service's own
     // Called before the edit is kept; what it throws refuses it.
