@@ -175,7 +175,7 @@ void run_edits(const Globals &globals, const EditArguments &arguments) {
     }
     const Store store = run.open(Access::write);
     for_each_file(arguments.files, *globals.report, [&](const std::string &file) {
-        Transaction transaction = store.begin(Access::write);
+        Transaction transaction = begin_writing(store);
         const StoreKey key(transaction, KeyUse::edit);
         edit_one(run, arguments, file, transaction);
     });

@@ -273,7 +273,7 @@ void run_import(const Globals &globals, const ImportArguments &arguments) {
     const auto line = static_cast<std::size_t>(std::count(text.get().begin(), text.get().end(), '\n')) + 1;
     const bool with_history = !history.empty() && !arguments.no_history;
     const Store store = run.open(Access::write);
-    Transaction transaction = store.begin(Access::write);
+    Transaction transaction = begin_writing(store);
     const StoreKey key(transaction, KeyUse::edit);
     check_store(transaction, run.schema(), arguments, with_history);
     Turned turned;

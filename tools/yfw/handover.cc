@@ -1,6 +1,7 @@
 #include "handover.h"
 
 #include "store/owner.h"
+#include "store/promise.h"
 
 #include <utility>
 
@@ -46,6 +47,15 @@ void print(const serve::HandedBack &answer) {
     Sink sink(stdout);
     sink.put(answer.printed);
     sink.flush();
+}
+
+Transaction begin_writing(const Store &store) {
+    Transaction transaction = store.begin(Access::write);
+    if (const auto promise = read_promise(transaction)) {
+        throw Unusable("a commit of " + promise->who + " in " + store.directory().string() +
+                       " waits to be confirmed or undone, with all that comes behind it: start yfwd, which sees to it");
+    }
+    return transaction;
 }
 
 void refuse_owned(const Globals &globals, const char *what) {

@@ -21,6 +21,10 @@ serve::HandedBack hand_over(const Globals &globals, serve::HandedOver &request);
 // Puts what the daemon printed on standard output.
 void print(const serve::HandedBack &answer);
 
+// A transaction of a store that no daemon owns, to be committed. Throws Unusable while a commit waits to be confirmed:
+// the daemon will undo what came behind it, too.
+Transaction begin_writing(const Store &store);
+
 // Throws Unusable for what is not handed over.
 void refuse_owned(const Globals &globals, const char *what);
 

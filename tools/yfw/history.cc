@@ -157,7 +157,7 @@ void roll_back(const Globals &globals, const RollbackArguments &arguments) {
     // A store that is not there need not be made to say that it has no history.
     const Access access = std::filesystem::exists(globals.db / "data.mdb") ? Access::write : Access::read;
     const Store store = run.open(access);
-    Transaction transaction = store.begin(access);
+    Transaction transaction = access == Access::write ? begin_writing(store) : store.begin(access);
     const StoreKey key(transaction, KeyUse::read);
     tell(key);
     restore(transaction, run.schema(), arguments.number);

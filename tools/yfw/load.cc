@@ -33,7 +33,7 @@ void add_load(CLI::App &app, const Globals &globals, int *) {
         for_each_file(*files, *globals.report, [&](const std::string &file) {
             SecretText text(file);
             const Syntax syntax = guess_syntax(text.get());
-            Transaction transaction = store.begin(Access::write);
+            Transaction transaction = begin_writing(store);
             const StoreKey key(transaction, KeyUse::read);
             Engine::LoadOptions options;
             if (*drops) {

@@ -3,6 +3,8 @@
 #include "complete.h"
 #include "page.h"
 
+#include "tools/places.h"
+
 #include "base/closest.h"
 #include "base/text.h"
 
@@ -19,22 +21,6 @@ namespace {
 
 using yfw::tool::Globals;
 
-// Where the command lies, to find what belongs to it: beside itself in a build, or where it was installed.
-std::filesystem::path own_directory() {
-    std::error_code error;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? std::filesystem::path(".") : self.parent_path();
-}
-
-std::filesystem::path first_existing(const std::vector<std::filesystem::path> &candidates) {
-    for (const auto &candidate : candidates) {
-        if (std::filesystem::exists(candidate)) {
-            return candidate;
-        }
-    }
-    return candidates.front();
-}
-
 std::filesystem::path default_db() {
     if (const char *state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state != '\0') {
         return std::filesystem::path(state) / "yfw";
@@ -44,13 +30,11 @@ std::filesystem::path default_db() {
 }
 
 void add_globals(CLI::App &app, Globals &globals) {
-    const auto self = own_directory();
-    const auto share = self / ".." / YFW_INSTALL_DATADIR / "yfw";
+    const yfw::EngineFiles files = yfw::tool::default_files();
     globals.db = default_db();
-    globals.mapping = first_existing({self / "mapping/bgp.json", share / "mapping/bgp.json"});
-    globals.plugin =
-        first_existing({self / "libocni_bgp_map.so", self / ".." / YFW_INSTALL_LIBDIR / "yfw/libocni_bgp_map.so"});
-    globals.own_models = first_existing({self / "models", share / "models"});
+    globals.mapping = files.mapping;
+    globals.plugin = files.plugin;
+    globals.own_models = files.models.front();
     // Defaults are told as they are everywhere: the help is a manual page, too.
     app.add_option("--db", globals.db, "The store's directory")
         ->envname("YFW_DB")

@@ -56,7 +56,8 @@ Kept::Kept(const Mapping &mapping) : kept_(mapping.schema().size(), false) {
     for (std::uint32_t id = 1; id < schema.size(); ++id) {
         const SchemaNode &node = schema.node(id);
         const Binding *binding = mapping.find(node);
-        if (binding != nullptr || mapping.when(node) != nullptr || !lies_in_roots(node)) {
+        const bool is_served = binding != nullptr && !binding->entry->maps_nothing;
+        if (is_served || mapping.when(node) != nullptr || !lies_in_roots(node)) {
             keep(node);
         }
         if (binding != nullptr && binding->target != nullptr) {

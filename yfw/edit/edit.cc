@@ -145,10 +145,10 @@ void EditRun::run(bool is_plain) {
     settle();
     result_.edit = rounds_ == nullptr ? first.destination() : rounds_;
     check_references(ground_.schema, transaction_, result_.edit);
+    tell_left_out();
     if (options_.verify && sets_ != nullptr) {
         verify();
     }
-    tell_left_out();
     if (options_.strict && !result_.not_mapped.empty()) {
         const std::size_t more = result_.not_mapped.size() - 1;
         throw StrictlyRefused(Refused(Reason::not_mapped, result_.not_mapped.front(), result_.not_mapped,

@@ -92,6 +92,8 @@ MappingEntry read_entry(const lyd_node *node) {
             entry.one_value = value == "true";
         } else if (name == "hint") {
             entry.hint = value;
+        } else if (name == "maps-nothing") {
+            entry.maps_nothing = value == "true";
         } else if (name == "covered") {
             entry.covered = value == "true";
         } else if (name == "may-be-absent") {

@@ -26,6 +26,7 @@ struct MappingEntry {
     bool unset_deletes = false;             // it is to be deleted for that value
     bool one_value = false;                 // natively a leaf-list has one value
     std::string hint;                       // why an edit may write nothing
+    bool maps_nothing = false;              // no edit does
     bool covered = false;                   // deletes of an outer node take it along
     bool may_be_absent = false;             // the models in use may lack the node
 };
