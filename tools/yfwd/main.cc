@@ -40,6 +40,7 @@ struct Options {
     std::size_t sessions = 1000;
     std::size_t message_mib = 256;
     std::size_t memory_mib = 1024;
+    unsigned hello_seconds = 30;
 };
 
 // A line a call, for journald or a terminal. Any thread.
@@ -71,6 +72,8 @@ void add_options(CLI::App &app, Options &options) {
     app.add_option("--message", options.message_mib, "At most so many MiB in one message")->type_name("MIB");
     app.add_option("--memory", options.memory_mib, "At most so many MiB in messages of all connections")
         ->type_name("MIB");
+    app.add_option("--hello", options.hello_seconds, "At most so many seconds until a client has sent its hello")
+        ->type_name("SECONDS");
     app.add_option("--models", options.models, "A directory of YANG modules to use before the built-in ones")
         ->type_name("DIR");
     app.add_option("--mapping", options.files.mapping, "The mapping description")->type_name("FILE");
@@ -111,10 +114,12 @@ class Reminder {
     }
 
   private:
-    void set(std::optional<std::chrono::system_clock::time_point> due) {
+    static constexpr std::chrono::seconds until_again{5};
+
+    void set(std::optional<std::chrono::system_clock::time_point> due, std::chrono::system_clock::duration least = {}) {
         loop_.cancel(std::exchange(timer_, 0));
         if (due) {
-            const auto left = std::max(*due - std::chrono::system_clock::now(), std::chrono::system_clock::duration());
+            const auto left = std::max(*due - std::chrono::system_clock::now(), least);
             timer_ = loop_.after(left, [this] { worker_.post([this] { undo(); }); });
         }
     }
@@ -127,8 +132,11 @@ class Reminder {
         } catch (const std::exception &failure) {
             log_line(std::string("a commit that was not confirmed in time cannot be undone: ") +
                      visible(failure.what()));
+            known_ = service_.due();
+            loop_.post([this, due = known_] { set(due, until_again); });
+            return;
         }
-        known_.reset(); // it is looked for again, also when it failed or came too early
+        known_.reset(); // it is looked for again: it may have come too early
         look();
     }
 
@@ -167,7 +175,8 @@ void serve_clients(const Options &options) {
                          .budget = budget,
                          .most_bytes = options.message_mib << 20U,
                          .log = log_line,
-                         .done = [&reminder] { reminder.look(); }};
+                         .done = [&reminder] { reminder.look(); },
+                         .hello_timeout = std::chrono::seconds(options.hello_seconds)};
     ListenerOptions listening;
     listening.most = options.sessions;
     listening.tell = log_line;
