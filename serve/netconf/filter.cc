@@ -225,12 +225,17 @@ class PathsOfFilter {
             paths_.push_back(node.is_key ? above : path);
             return;
         }
+        const std::size_t before = paths_.size();
         for (const Element &child : element.children) {
             for (const SchemaNode *below : node.children) {
-                if (is_named(child, below->name, below->module->name_space)) {
+                // Keys that say which entry come with what is read of it.
+                if (!is_match(child) && is_named(child, below->name, below->module->name_space)) {
                     add(child, *below, path);
                 }
             }
+        }
+        if (paths_.size() == before && std::any_of(element.children.begin(), element.children.end(), is_match)) {
+            paths_.push_back(path); // they alone are shown
         }
     }
 
