@@ -29,7 +29,7 @@ Words words_of(const std::string &text) {
 std::string text_of(const Config &config) {
     std::string text;
     for (const auto &[neighbor, description] : config) {
-        text += (text.empty() ? "" : " ") + neighbor + '=' + description;
+        text.append(text.empty() ? "" : " ").append(neighbor).append("=").append(description);
     }
     return text;
 }
@@ -88,6 +88,49 @@ void collect(const Node *parent, Config &config) {
         collect(node, config);
     }
 }
+
+// Each begins with the neighbour 9 alone. "-> REASON" is what comes of a step, "is ..." what runs then, "cand is ..."
+// what the candidate has.
+constexpr const char *scenarios[] = {
+    // Locks.
+    "A lock run; B lock run -> locked; A lock run -> locked; B run 1=b -> in-use; B commit -> in-use; A run 1=a; "
+    "B unlock run -> failed; A unlock run; A unlock run -> failed; B run 1=b; is 1=b 9=base",
+    "A lock cand; B cand 1=b -> in-use; B discard -> in-use; B commit -> in-use; B run 1=b; A close; B lock cand",
+    "A lock run; A lock cand; B kill A; B lock run; B lock cand; B kill B -> invalid; R kill B -> access",
+    "R run 1=r -> access; R cand 1=r -> access; R test 1=r -> access; R lock run -> access; R lock cand -> access; "
+    "R commit -> access; R commit 60 -> access; R cancel -> access; R discard -> access; R validate; is 9=base",
+    // The candidate.
+    "A cand 1=a; A cand 1=b 2=b; A cand 2-; A cand 3- -> refused; B cand 4=c; is 9=base; cand is 1=b 4=c 9=base; "
+    "A validate; A commit; is 1=b 4=c 9=base; A cand 9-; B discard; A commit; is 1=b 4=c 9=base",
+    "A cand 1=a; B run 2=b; A validate -> failed; A cand 3=c -> failed; A commit -> failed; A commit 60 -> failed; "
+    "A lock cand -> locked; A discard; A cand 1=a; A commit; is 1=a 2=b 9=base",
+    "A lock cand; A cand 1=a; A unlock cand; A commit; is 9=base; cand is 9=base",
+    "A lock cand; A cand 1=a; A close; B lock cand; cand is 9=base; B commit; is 9=base",
+    "A cand 1=a; A close; B commit; is 1=a 9=base", // shared, nobody had locked it
+    "A test 1=a; is 9=base; A cand 1=a; restart; B commit; is 9=base",
+    // To be confirmed.
+    "A cand 1=a; A commit 60; later 59; is 1=a 9=base; later 61; is 9=base; later 999; is 9=base; B run 2=b",
+    "A cand 1=a; A commit 60; A commit; later 61; is 1=a 9=base; A close; is 1=a 9=base; A cancel -> failed",
+    "A cand 1=a; A commit 60; A cand 2=b; A commit 600; later 61; is 1=a 2=b 9=base; later 601; is 9=base",
+    "A cand 1=a; A commit 60; A run 2=b; A lock run; B run 3=c -> in-use; B lock run -> locked; "
+    "B commit -> in-use; B cancel -> in-use; B cand 4=d; A unlock run; A close; is 9=base; B commit -> failed",
+    "A cand 1=a; A commit 60; B commit id=x -> in-use; A commit id=x -> invalid; A cancel; is 9=base; "
+    "A commit id=x -> invalid; A cancel -> failed",
+    "A cand 1=a; A commit 60; A kill B; is 1=a 9=base; B kill A; is 9=base; B run 2=b; is 2=b 9=base",
+    "A cand 1=a; A commit 60; restart; is 9=base; later 999; is 9=base; A run 1=c; is 1=c 9=base",
+    // Persistent.
+    "A cand 1=a; A commit 60 p; A close; is 1=a 9=base; B run 2=b -> in-use; B lock run -> locked; "
+    "B commit -> invalid; B commit id=q -> invalid; B cancel -> invalid; B commit id=p; later 61; is 1=a 9=base",
+    "A cand 1=a; A commit 60 p; restart; is 1=a 9=base; B run 2=b -> in-use; later 61; is 9=base; B run 2=b",
+    "A cand 1=a; A commit 60 p; restart; B cand 2=b; B commit 600 q id=p; restart; later 61; is 1=a 2=b 9=base; "
+    "C commit id=p -> invalid; C cancel id=q; is 9=base",
+    "A cand 1=a; A commit 60 p; restart; B commit id=p; restart; later 61; is 1=a 9=base",
+    "A cand 1=a; A commit 60 p; B commit 60 id=p; B close; is 9=base", // the one that follows does not persist
+    // With nothing to undo, and with what is as it was.
+    "A commit 60; later 61; is 9=base; A commit 60; A run 1=a; later 61; is 9=base; A cand 9=base; A commit 60; "
+    "A cancel; is 9=base",
+    "A cand 9-; A commit 60; A cand 9=base; A commit 60; later 61; is 9=base; A cand 1=a; A commit; is 1=a 9=base",
+};
 
 } // namespace
 
@@ -188,49 +231,7 @@ class ServiceTest : public EngineTest {
     }
 };
 
-// Each begins with the neighbour 9 alone. "-> REASON" is what comes of a step, "is ..." what runs then, "cand is ..."
-// what the candidate has.
 TEST_F(ServiceTest, Scenarios) {
-    const std::vector<const char *> scenarios{
-        // Locks.
-        "A lock run; B lock run -> locked; A lock run -> locked; B run 1=b -> in-use; B commit -> in-use; A run 1=a; "
-        "B unlock run -> failed; A unlock run; A unlock run -> failed; B run 1=b; is 1=b 9=base",
-        "A lock cand; B cand 1=b -> in-use; B discard -> in-use; B commit -> in-use; B run 1=b; A close; B lock cand",
-        "A lock run; A lock cand; B kill A; B lock run; B lock cand; B kill B -> invalid; R kill B -> access",
-        "R run 1=r -> access; R cand 1=r -> access; R test 1=r -> access; R lock run -> access; R lock cand -> access; "
-        "R commit -> access; R commit 60 -> access; R cancel -> access; R discard -> access; R validate; is 9=base",
-        // The candidate.
-        "A cand 1=a; A cand 1=b 2=b; A cand 2-; A cand 3- -> refused; B cand 4=c; is 9=base; cand is 1=b 4=c 9=base; "
-        "A validate; A commit; is 1=b 4=c 9=base; A cand 9-; B discard; A commit; is 1=b 4=c 9=base",
-        "A cand 1=a; B run 2=b; A validate -> failed; A cand 3=c -> failed; A commit -> failed; A commit 60 -> failed; "
-        "A lock cand -> locked; A discard; A cand 1=a; A commit; is 1=a 2=b 9=base",
-        "A lock cand; A cand 1=a; A unlock cand; A commit; is 9=base; cand is 9=base",
-        "A lock cand; A cand 1=a; A close; B lock cand; cand is 9=base; B commit; is 9=base",
-        "A cand 1=a; A close; B commit; is 1=a 9=base", // shared, nobody had locked it
-        "A test 1=a; is 9=base; A cand 1=a; restart; B commit; is 9=base",
-        // To be confirmed.
-        "A cand 1=a; A commit 60; later 59; is 1=a 9=base; later 61; is 9=base; later 999; is 9=base; B run 2=b",
-        "A cand 1=a; A commit 60; A commit; later 61; is 1=a 9=base; A close; is 1=a 9=base; A cancel -> failed",
-        "A cand 1=a; A commit 60; A cand 2=b; A commit 600; later 61; is 1=a 2=b 9=base; later 601; is 9=base",
-        "A cand 1=a; A commit 60; A run 2=b; A lock run; B run 3=c -> in-use; B lock run -> locked; "
-        "B commit -> in-use; B cancel -> in-use; B cand 4=d; A unlock run; A close; is 9=base; B commit -> failed",
-        "A cand 1=a; A commit 60; B commit id=x -> in-use; A commit id=x -> invalid; A cancel; is 9=base; "
-        "A commit id=x -> invalid; A cancel -> failed",
-        "A cand 1=a; A commit 60; A kill B; is 1=a 9=base; B kill A; is 9=base; B run 2=b; is 2=b 9=base",
-        "A cand 1=a; A commit 60; restart; is 9=base; later 999; is 9=base; A run 1=c; is 1=c 9=base",
-        // Persistent.
-        "A cand 1=a; A commit 60 p; A close; is 1=a 9=base; B run 2=b -> in-use; B lock run -> locked; "
-        "B commit -> invalid; B commit id=q -> invalid; B cancel -> invalid; B commit id=p; later 61; is 1=a 9=base",
-        "A cand 1=a; A commit 60 p; restart; is 1=a 9=base; B run 2=b -> in-use; later 61; is 9=base; B run 2=b",
-        "A cand 1=a; A commit 60 p; restart; B cand 2=b; B commit 600 q id=p; restart; later 61; is 1=a 2=b 9=base; "
-        "C commit id=p -> invalid; C cancel id=q; is 9=base",
-        "A cand 1=a; A commit 60 p; restart; B commit id=p; restart; later 61; is 1=a 9=base",
-        "A cand 1=a; A commit 60 p; B commit 60 id=p; B close; is 9=base", // the one that follows does not persist
-        // With nothing to undo, and with what is as it was.
-        "A commit 60; later 61; is 9=base; A commit 60; A run 1=a; later 61; is 9=base; A cand 9=base; A commit 60; "
-        "A cancel; is 9=base",
-        "A cand 9-; A commit 60; A cand 9=base; A commit 60; later 61; is 9=base; A cand 1=a; A commit; is 1=a 9=base",
-    };
     for (const std::string scenario : scenarios) {
         SCOPED_TRACE(scenario);
         start({});
@@ -414,7 +415,7 @@ class Model {
         if (!is_free(who, "run") || !is_free(who, "cand")) {
             return "in-use";
         }
-        if (const std::string reason = may_confirm(who, order.persist_id); !reason.empty() || is_stale()) {
+        if (std::string reason = may_confirm(who, order.persist_id); !reason.empty() || is_stale()) {
             return reason.empty() ? "failed" : reason;
         }
         const Config before = promise_ ? promise_->before : running_;
@@ -459,9 +460,9 @@ class Model {
             }
             close(words[2]);
         } else { // cancel
-            const std::string reason = !promise_              ? "failed"
-                                       : !is_free(who, "run") ? "in-use"
-                                                              : may_confirm(who, order_of(words).persist_id);
+            std::string reason = !promise_              ? "failed"
+                                 : !is_free(who, "run") ? "in-use"
+                                                        : may_confirm(who, order_of(words).persist_id);
             if (!reason.empty()) {
                 return reason;
             }
