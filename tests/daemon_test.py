@@ -110,7 +110,7 @@ BAD_PEERS = {
     "no hello but a request": (GET + b"]]>]]>", ""),
     "a hello without a base": (HELLO.replace(b"base:1.1", b"base:9"), ""),
     "a hello of another namespace": (HELLO.replace(BASE.encode(), b"urn:x"), ""),
-    "a hello with a session-id": (HELLO.replace(b"</cap", b"</cap", 1).replace(b"</hello>", b"<session-id>1</session-id></hello>"), ""),
+    "a hello with a session-id": (HELLO.replace(b"</hello>", b"<session-id>1</session-id></hello>"), ""),
     "a chunk of 0": (HELLO + b"\n#0\n\n##\n", ""),
     "a negative chunk": (HELLO + b"\n#-5\nhello", ""),
     "a chunk of 2^64-1": (HELLO + b"\n#18446744073709551615\nhello", ""),
@@ -128,6 +128,8 @@ BAD_PEERS = {
     "an unknown operation": (HELLO + chunked(rpc_of("<reboot/>")), "open: operation-not-supported"),
     "no operation": (HELLO + chunked(rpc_of("")), "open: malformed-message"),
     "two operations": (HELLO + chunked(rpc_of("<get/><get/>")), "open: malformed-message"),
+    "a filter of all with all": (HELLO + chunked(rpc_of(get_of(3000 * (
+        "<neighbor><config><description>x</description></config></neighbor>")))), "open: too-big"),
     "no message-id": (HELLO + chunked(f'<rpc xmlns="{BASE}"><get/></rpc>'.encode()), "open: missing-attribute"),
     "more than a message may have": (HELLO + chunked(rpc_of("<get/>" + " " * (1 << 20))), "too-big"),
     "no XML": (HELLO + chunked(b"what?"), "malformed-message"),
