@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
+#include <memory>
 
 namespace yfw::serve {
 
@@ -177,6 +178,8 @@ void serve_clients(const Options &options) {
                          .log = log_line,
                          .done = [&reminder] { reminder.look(); },
                          .hello_timeout = std::chrono::seconds(options.hello_seconds)};
+    // Also when something throws: what sessions leave to do as they go is done before what it needs goes.
+    const std::unique_ptr<Worker, void (*)(Worker *)> done_first(&worker, [](Worker *ended) { ended->stop(); });
     ListenerOptions listening;
     listening.most = options.sessions;
     listening.tell = log_line;
