@@ -235,6 +235,29 @@ void edit_one_leaf(benchmark::State &state) {
 }
 BENCHMARK(edit_one_leaf)->Arg(10)->Arg(15000);
 
+// What a durable commit costs the store itself: one record among those of many neighbours, and its history.
+void commit_record(benchmark::State &state) {
+    Stored stored;
+    stored.edit(neighbors(state.range(0)));
+    std::string key;
+    std::string bytes;
+    {
+        const yfw::Transaction transaction = stored.store.begin(yfw::Access::read);
+        yfw::Cursor cursor(transaction);
+        cursor.seek_last(yfw::root_key);
+        key = cursor.key();
+        bytes = cursor.bytes();
+    }
+    for (auto _ : state) {
+        bytes.back() ^= 1;
+        yfw::Transaction transaction = stored.store.begin(yfw::Access::write);
+        transaction.put(key, bytes);
+        transaction.commit({"bench", "command", ""});
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(commit_record)->Arg(10)->Arg(15000)->UseRealTime();
+
 // The translation alone of the document that the environment names, without reading, checking or applying it.
 void map_document(benchmark::State &state) {
     const char *file = std::getenv("YFW_BENCH_DOCUMENT");

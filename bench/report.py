@@ -55,12 +55,26 @@ def main():
           [(name, f"{times[min(times)] / 1000:.1f} ({min(times):,})", f"{times[max(times)] / 1000:.1f} ({max(times):,})",
             f"{growth[name]:.2f}") for name, times in sorted(engine.items())])
 
+    netconf = json.loads((DIRECTORY / "netconf.json").read_text())
+    table(["Over NETCONF, ms", "10", f"{COUNT:,}"],
+          [[name] + [f"{netconf[f'{name} {size}']:.2f}" for size in (10, COUNT)]
+           for name in ("own commit", "one leaf", "one read", "all in one edit")])
+    print(f"\n50 clients at once: {netconf['edits a second of 50 clients']:.0f} edits a second")
+    if (DIRECTORY / "netconf_peer").exists():
+        print("\nAnother server, nothing durable and nothing translated:\n\n" + (DIRECTORY / "netconf_peer").read_text())
+
     start, completion = (float((DIRECTORY / name).read_text()) for name in ("start", "completion"))
     aims = [(f"growth of {name}", growth[name], 1.2)
             for name in ("edit neighbors", "commit neighbors", "read neighbors", "read neighbor state",
                          "read all state")]
     aims += [("one leaf among many, to few", growth["edit one leaf"], 1.2), ("start, ms", start, 30),
              ("completion of a neighbour, ms", completion, 50)]
+    aims += [(f"one leaf over NETCONF among {size:,}, to the store's own commit",
+              netconf[f"one leaf to own commit {size}"], 1.5) for size in (10, COUNT)]
+    aims += [("the same among many, to few", netconf[f"one leaf {COUNT}"] / netconf["one leaf 10"], 1.2),
+             (f"one read over NETCONF among {COUNT:,}, ms", netconf[f"one read {COUNT}"], 0.3),
+             (f"{COUNT:,} in one edit over NETCONF, s", netconf[f"all in one edit {COUNT}"] / 1000, 1),
+             ("clients at once whose edits are lost", netconf["clients whose edits are lost"], 0)]
     if (DIRECTORY / "peers").exists():
         rows = peers()
         mapping = medians("mapping.json")["map document"][0] / 1e9

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <unordered_map>
 
 namespace yfw::serve {
 
@@ -45,6 +46,9 @@ bool has_value(const Node *node, const Element &match) {
     return (type == BaseType::identityref || type == BaseType::union_) && colon != std::string::npos &&
            std::string_view(match.text).substr(colon + 1) == value;
 }
+std::string_view text_of(const Node *node) {
+    return node->value == nullptr ? std::string_view() : node->value;
+}
 bool is_key(const Node *node) {
     return node->schema().is_key;
 }
@@ -74,6 +78,9 @@ std::string_view name_space_of(const Element *element) {
 }
 bool has_value(const Element *element, const Element &match) {
     return element->children.empty() && element->text == match.text;
+}
+std::string_view text_of(const Element *element) {
+    return element->text;
 }
 bool is_key(const Element *) {
     return false;
@@ -133,18 +140,77 @@ void add_wanted(Data *node, const Element &filter, Wanted &wanted) {
     }
 }
 
+// The elements of a level by a leaf's value that they ask for: a filter may name thousands of entries.
+class WantedIndex {
+  public:
+    explicit WantedIndex(const std::vector<const Element *> &elements) {
+        for (const Element *element : elements) {
+            const auto match = std::find_if(element->children.begin(), element->children.end(), is_match);
+            if (match == element->children.end()) {
+                others_.push_back(element);
+            } else {
+                by_value_.emplace(key_of(element->name, match->name, match->text), element);
+            }
+        }
+    }
+
+    // Those that may be met by a node.
+    template <typename Data>
+    std::vector<const Element *> of(Data *node) const {
+        std::vector<const Element *> found = others_;
+        if (!by_value_.empty()) {
+            for_each_child(node, [&](Data *leaf) {
+                const auto [begin, end] = by_value_.equal_range(key_of(name_of(node), name_of(leaf), text_of(leaf)));
+                for (auto at = begin; at != end; ++at) {
+                    found.push_back(at->second);
+                }
+            });
+        }
+        return found;
+    }
+
+  private:
+    static std::string key_of(std::string_view name, std::string_view leaf, std::string_view value) {
+        std::string key(name);
+        key.append("/").append(leaf).append("=");
+        return key.append(value.substr(value.rfind(':') + 1)); // without a prefix, if that is one
+    }
+
+    std::vector<const Element *> others_;
+    std::unordered_multimap<std::string, const Element *> by_value_;
+};
+
+// Nobody's filter takes everybody's time.
+class Patience {
+  public:
+    void take(std::size_t comparisons) {
+        if (comparisons > left_) {
+            throw Refused(Reason::too_big, "",
+                          "the filter has too much to be compared: name the entries by their keys, or ask for all");
+        }
+        left_ -= comparisons;
+    }
+
+  private:
+    std::size_t left_ = 4'000'000; // half a second
+};
+
 // Whether something of the node is left.
 template <typename Data>
-bool select_below(Data *node, const Wanted &wanted) {
+bool select_below(Data *node, const Wanted &wanted, Patience &patience) {
     if (wanted.everything) {
         return true;
     }
+    patience.take(wanted.elements.size());
+    const WantedIndex index(wanted.elements);
     bool any = false;
     std::vector<Data *> goes;
     for_each_child(node, [&](Data *child) {
         Wanted below;
         bool is_named_here = false;
-        for (const Element *element : wanted.elements) {
+        const std::vector<const Element *> elements = index.of(child);
+        patience.take(1 + elements.size() + wanted.matched.size());
+        for (const Element *element : elements) {
             if (is_named(*element, name_of(child), name_space_of(child)) && !(is_match(*element))) {
                 is_named_here = true;
                 if (element->children.empty()) {
@@ -158,7 +224,7 @@ bool select_below(Data *node, const Wanted &wanted) {
             return is_named(*match, name_of(child), name_space_of(child)) && has_value(child, *match);
         });
         const bool asks = below.everything || !below.elements.empty() || !below.matched.empty();
-        if (decided || (is_named_here && asks && select_below(child, below))) {
+        if (decided || (is_named_here && asks && select_below(child, below, patience))) {
             any = true;
         } else if (!is_key(child)) {
             goes.push_back(child);
@@ -174,7 +240,8 @@ void select_of_root(Data *root, const Element &filter) {
     for (const Element &child : filter.children) {
         wanted.elements.push_back(&child);
     }
-    (void)select_below(root, wanted);
+    Patience patience;
+    (void)select_below(root, wanted, patience);
 }
 
 class PathsOfFilter {
@@ -226,12 +293,17 @@ class PathsOfFilter {
             paths_.push_back(node.is_key ? above : path);
             return;
         }
+        const std::size_t before = paths_.size();
         for (const Element &child : element.children) {
             for (const SchemaNode *below : node.children) {
-                if (is_named(child, below->name, below->module->name_space)) {
+                // Keys that say which entry come with what is read of it.
+                if (!is_match(child) && is_named(child, below->name, below->module->name_space)) {
                     add(child, *below, path);
                 }
             }
+        }
+        if (paths_.size() == before && std::any_of(element.children.begin(), element.children.end(), is_match)) {
+            paths_.push_back(path); // they alone are shown
         }
     }
 

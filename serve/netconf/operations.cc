@@ -406,6 +406,7 @@ void Operations::unlock(Call &call) {
 
 void Operations::close_session(Call &call) {
     call.answer.closes = true;
+    service_.close(call.session); // what it had locked is free when the client has its answer
     append_ok(call.reply);
 }
 

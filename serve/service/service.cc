@@ -56,7 +56,12 @@ void Service::close(SessionId id) {
         held = held.holder == id ? Lock() : held;
     }
     sessions_.erase(id);
-    if (promise_ && promise_->persist.empty() && promiser_ == id) {
+    if (promise_ && promiser_ == id) {
+        promiser_ = 0;
+        if (!promise_->persist.empty()) {
+            return;
+        }
+        promise_->due = Clock::now(); // should it fail now
         undo(promise_->who, "yfwd", "undone: the session that could confirm it has ended");
     }
 }
@@ -68,11 +73,10 @@ void Service::kill(SessionId by, SessionId whose) {
         throw Denied(Why::invalid, found == sessions_.end() ? "there is no session " + std::to_string(whose)
                                                             : "a session does not kill itself: close it");
     }
-    const auto end = found->second.end;
-    close(whose);
-    if (end) {
-        end();
+    if (const auto end = found->second.end) {
+        end(); // also when what follows fails
     }
+    close(whose);
 }
 
 const Session &Service::session(SessionId id) const {
@@ -187,7 +191,9 @@ EditResult Service::edit(SessionId by, std::string &text, const EditOrder &order
     if (is_candidate) {
         keep_candidate(transaction);
     } else {
-        transaction.commit(note(session, order.comment));
+        CommitNote what = note(session, order.comment);
+        what.is_to_be_undone = promise_.has_value(); // with the commit that waits
+        transaction.commit(what);
     }
     return result;
 }

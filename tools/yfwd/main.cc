@@ -1,14 +1,7 @@
 // yfwd: the daemon that owns a store and serves it to management clients.
-#include "metrics.h"
-#include "tools/places.h"
-
-#include "serve/command/session.h"
-#include "serve/net/notify.h"
-#include "serve/net/socket_path.h"
-#include "serve/netconf/session.h"
+#include "daemon.h"
 
 #include "base/text.h"
-#include "store/owner.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,46 +10,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdio>
-#include <ctime>
-#include <iostream>
 
 namespace yfw::serve {
 
 namespace {
 
 enum Exit { done = 0, usage = 2, unusable = 3 };
-
-struct Options {
-    std::filesystem::path db = "/var/lib/yfw";
-    EngineFiles files = tool::default_files();
-    std::vector<std::filesystem::path> models; // before the built-in ones
-    std::filesystem::path ietf_models = "/usr/share/yuma/modules/ietf";
-    std::string netconf = netconf_socket;
-    std::uint16_t metrics_port = 0;
-    std::vector<std::string> readers;
-    std::vector<std::string> writers;
-    std::string user = "yfw";
-    bool lenient = false;
-    std::size_t sessions = 1000;
-    std::size_t message_mib = 256;
-    std::size_t memory_mib = 1024;
-};
-
-// A line a call, for journald or a terminal. Any thread.
-void log_line(const std::string &text) {
-    static const bool has_times = std::getenv("JOURNAL_STREAM") != nullptr;
-    std::array<char, 32> time{};
-    if (!has_times) {
-        const std::time_t now = std::time(nullptr);
-        std::tm local{};
-        ::localtime_r(&now, &local);
-        std::strftime(time.data(), time.size(), "%Y-%m-%dT%H:%M:%S ", &local);
-    }
-    std::fputs((time.data() + text + '\n').c_str(), stderr);
-}
 
 void add_options(CLI::App &app, Options &options) {
     app.set_config("--config", "", "A file with these options, as 'db = \"DIR\"'")->type_name("FILE");
@@ -75,6 +36,8 @@ void add_options(CLI::App &app, Options &options) {
     app.add_option("--message", options.message_mib, "At most so many MiB in one message")->type_name("MIB");
     app.add_option("--memory", options.memory_mib, "At most so many MiB in messages of all connections")
         ->type_name("MIB");
+    app.add_option("--hello", options.hello_seconds, "At most so many seconds until a client has sent its hello")
+        ->type_name("SECONDS");
     app.add_option("--models", options.models, "A directory of YANG modules to use before the built-in ones")
         ->type_name("DIR");
     app.add_option("--mapping", options.files.mapping, "The mapping description")->type_name("FILE");
@@ -99,164 +62,6 @@ void drop_privileges(const std::string &name) {
     }
 }
 
-// Has the worker undo a commit when its time is over.
-class Reminder {
-  public:
-    Reminder(Service &service, Worker &worker, Loop &loop) : service_(service), worker_(worker), loop_(loop) {}
-
-    // On the worker, whenever that may have changed.
-    void look() {
-        const auto due = service_.due();
-        if (due == known_) {
-            return;
-        }
-        known_ = due;
-        loop_.post([this, due] { set(due); });
-    }
-
-  private:
-    void set(std::optional<std::chrono::system_clock::time_point> due) {
-        loop_.cancel(std::exchange(timer_, 0));
-        if (due) {
-            const auto left = std::max(*due - std::chrono::system_clock::now(), std::chrono::system_clock::duration());
-            timer_ = loop_.after(left, [this] { worker_.post([this] { undo(); }); });
-        }
-    }
-
-    void undo() {
-        try {
-            if (service_.undo_what_is_due(std::chrono::system_clock::now())) {
-                log_line("a commit was not confirmed in time: it is undone");
-            }
-        } catch (const std::exception &failure) {
-            log_line(std::string("a commit that was not confirmed in time cannot be undone: ") +
-                     visible(failure.what()));
-        }
-        known_.reset(); // it is looked for again, also when it failed or came too early
-        look();
-    }
-
-    Service &service_;
-    Worker &worker_;
-    Loop &loop_;
-    std::optional<std::chrono::system_clock::time_point> known_; // the worker's
-    Loop::Timer timer_ = 0;                                      // the loop's
-};
-
-std::string time_text(std::chrono::system_clock::time_point time) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
-    std::tm local{};
-    std::array<char, 40> text{};
-    ::localtime_r(&seconds, &local);
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &local)};
-}
-
-std::string status_text(const Service &service, std::chrono::system_clock::time_point start) {
-    std::string text = std::string("yfwd ") + YFW_VERSION + ", up since " + time_text(start) + '\n';
-    for (const auto &[id, session] : service.sessions()) {
-        text += "session " + std::to_string(id) + ": " + session.user + ", " + session.by + ", since " +
-                time_text(session.since) + '\n';
-    }
-    for (const auto &[datastore, name] :
-         {std::pair{Datastore::running, "running"}, std::pair{Datastore::candidate, "candidate"}}) {
-        if (const SessionId holder = service.lock_holder(datastore); holder != 0) {
-            text += std::string(name) + ": locked by session " + std::to_string(holder) + '\n';
-        }
-    }
-    if (const auto commit = service.last_commit()) {
-        text += "last commit: " + std::to_string(commit->number) + ", " + time_text(commit->time) + ", " +
-                visible(commit->note.who) + ", " + visible(commit->note.by) + '\n';
-    }
-    if (const auto due = service.due()) {
-        text += "a commit waits to be confirmed, until " + time_text(*due) + '\n';
-    }
-    return text;
-}
-
-void serve_clients(const Options &options) {
-    Loop loop; // first: signals are blocked for the threads that follow
-    bool stops = false;
-    std::function<void()> stop;
-    loop.on_stop([&] {
-        if (!std::exchange(stops, true) && stop) {
-            stop();
-        }
-    });
-    EngineFiles files = options.files;
-    files.models.insert(files.models.begin(), options.models.begin(), options.models.end());
-    const Engine engine(files, nullptr);
-    const Store store(options.db, engine.schema(), Access::write);
-    const StoreOwner owner(store.directory());
-    Service service(engine, store, {.lenient = options.lenient});
-    const Library library(engine.schema(), engine.mapping(), options.ietf_models);
-    Operations operations(service, library);
-    const Roles roles(options.readers, options.writers);
-    Budget budget(options.memory_mib << 20U);
-    Metrics metrics;
-    Worker worker;
-    Reminder reminder(service, worker, loop);
-    const auto done_with_one = [&] {
-        reminder.look();
-        metrics.set_sessions(service.sessions().size());
-        metrics.set_last_commit(newest_commit(store.begin(Access::read)));
-    };
-    NetconfServer netconf{.operations = operations,
-                          .roles = roles,
-                          .worker = worker,
-                          .loop = loop,
-                          .budget = budget,
-                          .metrics = metrics,
-                          .most_bytes = options.message_mib << 20U,
-                          .log = log_line,
-                          .done = done_with_one};
-    const auto start = std::chrono::system_clock::now();
-    CommandServer command{.service = service,
-                          .roles = roles,
-                          .worker = worker,
-                          .loop = loop,
-                          .budget = budget,
-                          .metrics = metrics,
-                          .most_bytes = options.message_mib << 20U,
-                          .log = log_line,
-                          .status = [&service, start] { return status_text(service, start); },
-                          .done = done_with_one};
-    ListenerOptions listening;
-    listening.most = options.sessions;
-    listening.tell = log_line;
-    const mode_t mode = roles.any() ? 0666U : 0600U;
-    std::vector<std::unique_ptr<Listener>> listeners;
-    const auto listen = [&](const std::variant<UnixSocket, LoopbackPort> &address, SpeakerFactory factory) {
-        listeners.push_back(std::make_unique<Listener>(loop, budget, address, std::move(factory), listening));
-    };
-    listen(UnixSocket{.path = options.netconf, .mode = mode},
-           [&](Connection &connection) { return std::make_unique<NetconfSession>(netconf, connection); });
-    listen(UnixSocket{.path = store.directory() / command_socket, .mode = mode},
-           [&](Connection &connection) { return std::make_unique<CommandSession>(command, connection); });
-    if (options.metrics_port != 0) {
-        listen(LoopbackPort{options.metrics_port},
-               [&](Connection &connection) { return std::make_unique<MetricsSpeaker>(metrics, connection); });
-    }
-    stop = [&] {
-        log_line("stopping");
-        notify_stopping();
-        auto left = std::make_shared<std::size_t>(listeners.size());
-        for (const auto &listener : listeners) {
-            listener->finish([&loop, left] {
-                if (--*left == 0) {
-                    loop.stop();
-                }
-            });
-        }
-    };
-    worker.post(done_with_one);
-    log_line("ready: NETCONF on " + options.netconf + ", the store in " + options.db.string());
-    const Watchdog watchdog(loop);
-    notify_ready();
-    loop.run();
-    worker.stop();
-    log_line("stopped");
-}
-
 int run(int argc, char **argv) {
     std::signal(SIGPIPE, SIG_IGN);
     Options options;
@@ -271,7 +76,7 @@ int run(int argc, char **argv) {
     try {
         ::umask(S_IWGRP | S_IWOTH);
         drop_privileges(options.user);
-        serve_clients(options);
+        run_daemon(options);
         return done;
     } catch (const std::exception &failure) {
         log_line(std::string("error: ") + visible(failure.what()));
