@@ -22,7 +22,7 @@ import time
 import traceback
 import unittest
 
-from netconf_client import BASE, HELLO, Client, chunked, edit_of, get_of, neighbor_of, rpc_of
+from netconf_client import BASE, HELLO, Client, bgp_of, chunked, edit_of, get_of, neighbor_of, rpc_of
 
 PROGRAMS = argparse.Namespace()
 SECONDS = 20
@@ -307,6 +307,46 @@ class Life(unittest.TestCase):
                     time.sleep(0.05)
                 self.assertTrue(not is_there or time.monotonic() - begin >= 2.9)
             self.check()
+
+    def test_the_command_hands_over(self):
+        def yfw(text, *words):
+            done = subprocess.run([PROGRAMS.command, "--db", daemon.db, *words], input=text, capture_output=True, text=True,
+                                  check=False)
+            return done.returncode, done.stdout, done.stderr
+
+        def document(leaves):
+            return bgp_of(neighbor_of(1, leaves))
+
+        unmapped = "<peer-as>65001</peer-as><peer-type>EXTERNAL</peer-type>"
+        rows = [  # document, words, exit code, what stands on standard output and on standard error
+            (document("<description>a</description><auth-password>rhubarb</auth-password>"), ["edit", "-", "-m", "why"], 0,
+             '"description": "a"', ""),
+            (document(unmapped), ["edit", "-"], 0, '"remote-as"', "not mapped: .*/peer-type"),
+            (document(unmapped), ["edit", "--strict", "-"], 1, "", "not mapped: .*/peer-type\\nerror: "),
+            (document("\n<hold-time>1</hold-time>"), ["edit", "-"], 1, "", "error: <stdin>:2:"),
+            (document("<description>b</description>"), ["edit", "--diff", "-"], 0, r"\+ .*b", ""),
+            ("", ["rollback", "1"], 0, r"\+ .*a", ""),
+            ("", ["rollback", "77"], 1, "", "there is no commit 77"),
+            ("", ["log", "-n", "1"], 0, "rollback to 1", ""),
+            ('{"x": 1}', ["load", "-"], 1, "", "no such node"),
+            ("", ["import", "-"], 3, "", "belongs to a running yfwd"),
+            ("", ["status"], 0, "last commit: 4", ""),
+        ]
+        with Daemon(self.directory) as daemon, daemon.client() as client:
+            for text, words, code, out, error in rows:
+                with self.subTest(words=words, text=text):
+                    found = yfw(text, *words)
+                    self.assertEqual(found[0], code, found)
+                    self.assertRegex(found[1], out or "^$")
+                    self.assertRegex(found[2], error or "^$")
+            self.assertIn("<description>a<", client.rpc(get_of()))
+            self.assertIn("<ok/>", client.rpc("<lock><target><running/></target></lock>"))
+            self.assertRegex(yfw(document("<description>c</description>"), "edit", "-")[2], "locked by session")
+            self.assertEqual(yfw("", "get")[0], 0)
+            self.assertNotIn(b"rhubarb", daemon.text())
+            self.assertIn("<ok/>", client.rpc("<commit><confirmed/><persist>p</persist></commit>"))
+        self.assertEqual(yfw("", "status")[0], 4)
+        self.assertRegex(yfw(document("<description>c</description>"), "edit", "-")[2], "waits to be confirmed")
 
     @unittest.skipIf(os.geteuid() != 0, "only root can become others")
     def test_roles(self):

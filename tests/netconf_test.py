@@ -249,7 +249,7 @@ class Clients(unittest.TestCase):
             ("<neighbor><config><description/></config></neighbor>", both),
             ("<neighbor><neighbor-address/></neighbor>", address),
             (entry + "<config><description/></config></neighbor>" + entry.replace("2.2<", "2.1<") +
-             "<neighbor-address/></neighbor>", [address[0], *whole[:1], "description=the 2"]),
+             "<neighbor-address/></neighbor>", [*whole[:1], "description=the 2", address[0]]),
             # Content of other leaves than keys; attributes say nothing.
             ("<neighbor><config><peer-as>65002</peer-as></config></neighbor>", whole),
             ("<neighbor><config><peer-as>65002</peer-as><description x='y'/></config></neighbor>",

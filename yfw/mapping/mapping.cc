@@ -41,7 +41,8 @@ std::string join(const std::vector<std::string> &problems) {
 void Mapping::bind(const MappingEntry &entry, const Plugin &plugin, std::vector<std::string> &problems) {
     const SchemaNode *node = schema_.find(entry.path);
     if (node == nullptr) {
-        entry.may_be_absent ? absent_.push_back(&entry) : problems.push_back("no model has the node " + entry.path);
+        entry.may_be_absent || entry.maps_nothing ? absent_.push_back(&entry)
+                                                  : problems.push_back("no model has the node " + entry.path);
         return;
     }
     auto binding = std::make_unique<Binding>();
