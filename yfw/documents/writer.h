@@ -15,7 +15,7 @@ struct WriteOptions {
     bool operations = false;     // as ietf-netconf's operation annotation
     bool explicit_merge = false; // annotate nodes too whose operation was set to none, which is merge
     bool pretty = false;
-    bool is_part = false;        // XML: the top-level elements alone, for the caller's element around them
+    bool is_part = false;          // XML: the top-level elements alone, for the caller's element around them
     bool hide_secrets = false;     // hidden_value in place of passwords
     std::size_t *hidden = nullptr; // counts those, when given
 };

@@ -19,8 +19,9 @@ void cut(Node *data, const Node *filter);
 // Takes out what lies more than so many levels below the nodes of a filter, or below the root where that is null.
 void limit_depth(Node *data, const Node *filter, std::size_t levels);
 
-// The instance paths that do not lie in what another of them names, each once. In a tree of paths a node without children
-// stands for all below it: one that lies in it would narrow it. Throws Refused for what is no path of the models.
+// The instance paths that do not lie in what another of them names, each once. In a tree of paths a node without
+// children stands for all below it: one that lies in it would narrow it. Throws Refused for what is no path of the
+// models.
 std::vector<std::string> outermost(const Schema &schema, const std::vector<std::string> &paths);
 
 // Nodes of trees of paths that cover one node of the data, all of them.
