@@ -104,7 +104,7 @@ void handle(CommandServer &server, const Credentials &who, HandedOver &request, 
     Session session;
     std::vector<gid_t> groups = who.groups;
     groups.push_back(who.group);
-    session.role = server.roles.of(who.user, groups);
+    session.role = server.front.roles.of(who.user, groups);
     session.user = who.user == 0 && !request.who.empty() ? visible(request.who) : user_name(who.user);
     session.by = "command";
     if (session.role == Role::none) {
@@ -168,15 +168,15 @@ std::size_t CommandSession::take(std::string_view bytes) {
             throw std::runtime_error("a request of the command does not get the memory that it needs");
         }
         taken += some;
-        if (size() > server_.most_bytes || size() < length_size) {
+        if (size() > server_.front.most_bytes || size() < length_size) {
             throw std::runtime_error("a request of the command is too large");
         }
     }
     if (text_.size() >= length_size && text_.size() == size()) {
         connection_.hold(true);
         auto kept = std::make_shared<Secret>(std::move(text_));
-        text_ = Secret(server_.budget);
-        if (!server_.worker.post([&server = server_, link = link_, who = connection_.credentials(), kept] {
+        text_ = Secret(server_.front.budget);
+        if (!server_.front.worker.post([&server = server_, link = link_, who = connection_.credentials(), kept] {
                 work(server, link, who, kept->text());
             })) {
             connection_.close();
@@ -196,21 +196,21 @@ void CommandSession::work(CommandServer &server, const std::shared_ptr<Link> &li
     } else if (answer.outcome == HandedBack::Outcome::failed) {
         result = visible(answer.failure);
     }
-    server.metrics.count("command", said, answer.outcome == HandedBack::Outcome::done ? "ok" : "refused",
-                         std::chrono::steady_clock::now() - begin);
-    server.log("command, user " + visible(user_name(who.user)) + ": " + said + ": " + result);
+    server.front.metrics.count("command", said, answer.outcome == HandedBack::Outcome::done ? "ok" : "refused",
+                               std::chrono::steady_clock::now() - begin);
+    server.front.log("command, user " + visible(user_name(who.user)) + ": " + said + ": " + result);
     std::string body = encode(answer);
     std::string out;
     append_fixed(out, body.size());
     out += body;
     wipe(body);
-    server.loop.post([link, out = std::move(out)]() mutable {
+    server.front.loop.post([link, out = std::move(out)]() mutable {
         if (link->session != nullptr) {
             link->session->connection_.send(std::move(out));
             link->session->connection_.close();
         }
     });
-    server.done();
+    server.front.done();
 }
 
 } // namespace yfw::serve

@@ -1,12 +1,11 @@
 // What the command hands over, on a connection of its own.
 #pragma once
 
+#include "serve/front/front.h"
 #include "serve/handover/handover.h"
 #include "serve/net/connection.h"
 #include "serve/net/secret.h"
-#include "serve/net/worker.h"
-#include "serve/service/metrics.h"
-#include "serve/service/roles.h"
+#include "serve/service/service.h"
 
 #include <functional>
 #include <memory>
@@ -16,22 +15,15 @@ namespace yfw::serve {
 
 // What all such connections share; it outlives them, and the worker's work.
 struct CommandServer {
-    Service &service;   // the worker's
-    const Roles &roles; // likewise
-    Worker &worker;
-    Loop &loop;
-    Budget &budget;
-    Metrics &metrics;
-    std::size_t most_bytes;                       // of a request
-    std::function<void(const std::string &)> log; // any thread
-    std::function<std::string()> status;          // on the worker: lines for a person
-    std::function<void()> done = [] {};           // behind each request, on the worker
+    Front front;
+    Service &service;                    // the worker's
+    std::function<std::string()> status; // on the worker: lines for a person
 };
 
 class CommandSession : public Speaker {
   public:
     CommandSession(CommandServer &server, Connection &connection)
-        : server_(server), connection_(connection), text_(server.budget) {
+        : server_(server), connection_(connection), text_(server.front.budget) {
         link_->session = this;
     }
     ~CommandSession() override { link_->session = nullptr; }

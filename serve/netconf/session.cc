@@ -37,41 +37,41 @@ std::string refusal_of(const Schema &schema, const char *tag, const std::string 
 } // namespace
 
 NetconfSession::NetconfSession(NetconfServer &server, Connection &connection)
-    : server_(server), connection_(connection), deframer_(server.budget, server.most_bytes) {
+    : server_(server), connection_(connection), deframer_(server.front.budget, server.front.most_bytes) {
     link_->session = this;
     connection_.hold(true);
-    server_.worker.post([&server, link = link_, who = connection.credentials()] { open(server, link, who); });
-    hello_timer_ = server_.loop.after(server_.hello_timeout, [this] {
+    server_.front.worker.post([&server, link = link_, who = connection.credentials()] { open(server, link, who); });
+    hello_timer_ = server_.front.loop.after(server_.hello_timeout, [this] {
         hello_timer_ = 0;
         connection_.close();
     });
 }
 
 NetconfSession::~NetconfSession() {
-    server_.loop.cancel(hello_timer_);
+    server_.front.loop.cancel(hello_timer_);
     link_->session = nullptr;
-    server_.worker.post([&server = server_, link = link_] {
+    server_.front.worker.post([&server = server_, link = link_] {
         if (link->id == 0) {
             return;
         }
-        server.log("session " + std::to_string(link->id) + " " + link->user + ": closed");
+        server.front.log("session " + std::to_string(link->id) + " " + link->user + ": closed");
         try {
             server.operations.close(link->id);
         } catch (const std::exception &failure) {
-            server.log("session " + std::to_string(link->id) +
-                       ": a commit could not be undone: " + visible(failure.what()));
+            server.front.log("session " + std::to_string(link->id) +
+                             ": a commit could not be undone: " + visible(failure.what()));
         }
-        server.done();
+        server.front.done();
     });
 }
 
 void NetconfSession::open(NetconfServer &server, const SharedLink &link, const Credentials &who) {
     std::vector<gid_t> groups = who.groups;
     groups.push_back(who.group);
-    const Role role = server.roles.of(who.user, groups);
+    const Role role = server.front.roles.of(who.user, groups);
     link->user = visible(user_name(who.user));
     if (role == Role::none) {
-        server.log("user " + link->user + " has no role here: no session");
+        server.front.log("user " + link->user + " has no role here: no session");
         answer_to(server, link, "", true);
         return;
     }
@@ -81,15 +81,15 @@ void NetconfSession::open(NetconfServer &server, const SharedLink &link, const C
     session.by = "NETCONF";
     session.end = [&server, link] { answer_to(server, link, "", true); };
     link->id = server.operations.service().open(std::move(session));
-    server.log("session " + std::to_string(link->id) + " " + link->user + ": opened, " +
-               (role == Role::writer ? "writer" : "reader"));
+    server.front.log("session " + std::to_string(link->id) + " " + link->user + ": opened, " +
+                     (role == Role::writer ? "writer" : "reader"));
     std::string bytes;
     frame(bytes, hello_of(server.operations.library(), link->id), Framing::end_marker);
     answer_to(server, link, std::move(bytes), false);
 }
 
 void NetconfSession::answer_to(NetconfServer &server, const SharedLink &link, std::string bytes, bool closes) {
-    server.loop.post([link, bytes = std::move(bytes), closes]() mutable {
+    server.front.loop.post([link, bytes = std::move(bytes), closes]() mutable {
         if (link->session != nullptr) {
             link->session->deliver(std::move(bytes), closes);
         } else {
@@ -116,7 +116,7 @@ std::size_t NetconfSession::take(std::string_view bytes) {
         }
         return taken;
     } catch (const FramingFault &fault) {
-        server_.log("a message cannot be read: " + visible(fault.what()));
+        server_.front.log("a message cannot be read: " + visible(fault.what()));
         if (fault.kind() != FramingFault::Kind::malformed) {
             std::string answer;
             const bool is_long = fault.kind() == FramingFault::Kind::too_big;
@@ -138,7 +138,7 @@ void NetconfSession::message(Secret text) {
     }
     connection_.hold(true);
     auto kept = std::make_shared<Secret>(std::move(text));
-    const bool is_taken = server_.worker.post(
+    const bool is_taken = server_.front.worker.post(
         [&server = server_, link = link_, kept, framing = framing_] { work(server, link, kept->text(), framing); });
     if (!is_taken) { // the daemon ends
         connection_.close();
@@ -149,12 +149,12 @@ void NetconfSession::hello(const Secret &text) {
     try {
         framing_ = read_hello(text.view()).base_11 ? Framing::chunked : Framing::end_marker;
     } catch (const BadMessage &bad) {
-        server_.log("a client's hello cannot be taken: " + visible(bad.what()));
+        server_.front.log("a client's hello cannot be taken: " + visible(bad.what()));
         connection_.close();
         return;
     }
     has_said_hello_ = true;
-    server_.loop.cancel(hello_timer_);
+    server_.front.loop.cancel(hello_timer_);
     hello_timer_ = 0;
     deframer_.use(framing_);
 }
@@ -186,14 +186,14 @@ void NetconfSession::work(NetconfServer &server, const SharedLink &link, std::st
     std::snprintf(milliseconds.data(), milliseconds.size(), "%.1f ms", took.count());
     const std::string who = "session " + std::to_string(link->id) + " " + link->user + ": ";
     for (const std::string &warning : answer.warnings) {
-        server.log(who + "warning: " + visible(warning));
+        server.front.log(who + "warning: " + visible(warning));
     }
-    server.log(who + (answer.operation.empty() ? "message" : answer.operation) + ": " + answer.result + ", " +
-               milliseconds.data());
+    server.front.log(who + (answer.operation.empty() ? "message" : answer.operation) + ": " + answer.result + ", " +
+                     milliseconds.data());
     const bool is_known = !answer.is_error || answer.result.find("operation-not-supported") != 0;
-    server.metrics.count("NETCONF", is_known && !answer.operation.empty() ? answer.operation : "other",
-                         answer.result.substr(0, answer.result.find(':')), took);
-    server.done();
+    server.front.metrics.count("NETCONF", is_known && !answer.operation.empty() ? answer.operation : "other",
+                               answer.result.substr(0, answer.result.find(':')), took);
+    server.front.done();
 }
 
 } // namespace yfw::serve

@@ -1,12 +1,10 @@
 // A NETCONF session on a connection, RFC 6242.
 #pragma once
 
+#include "serve/front/front.h"
 #include "serve/net/connection.h"
 #include "serve/net/framing.h"
-#include "serve/net/worker.h"
 #include "serve/netconf/operations.h"
-#include "serve/service/metrics.h"
-#include "serve/service/roles.h"
 
 #include <functional>
 #include <memory>
@@ -16,15 +14,8 @@ namespace yfw::serve {
 
 // What all sessions share; it outlives them, and the worker's work.
 struct NetconfServer {
+    Front front;
     Operations &operations; // the worker's
-    const Roles &roles;     // likewise
-    Worker &worker;
-    Loop &loop;
-    Budget &budget;
-    Metrics &metrics;
-    std::size_t most_bytes;                       // of a message
-    std::function<void(const std::string &)> log; // any thread
-    std::function<void()> done = [] {};           // behind each request, on the worker
     Loop::Clock::duration hello_timeout = std::chrono::seconds(30);
 };
 

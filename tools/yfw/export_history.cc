@@ -33,18 +33,6 @@ class Nodes {
     std::vector<const SchemaNode *> nodes_;
 };
 
-template <typename Elements, typename Put>
-void put_array(Sink &sink, const Elements &elements, Put put) {
-    sink.put('[');
-    const char *between = "";
-    for (const auto &element : elements) {
-        sink.put(between);
-        put(element);
-        between = ",";
-    }
-    sink.put(']');
-}
-
 void put_pair(Sink &sink, std::size_t node, std::string_view text) {
     sink.put('[' + std::to_string(node) + ',');
     write_json_text(sink, text);
@@ -53,7 +41,7 @@ void put_pair(Sink &sink, std::size_t node, std::string_view text) {
 
 void put_image(Sink &sink, const CopiedImage &image, Nodes &nodes) {
     sink.put(R"({"entry":)");
-    put_array(sink, image.entry, [&](const CopiedImage::Level &level) {
+    write_json_array(sink, image.entry, [&](const CopiedImage::Level &level) {
         sink.put('[' + std::to_string(nodes.number(level.list)));
         for (const std::string &key : level.keys) {
             sink.put(',');
@@ -64,7 +52,8 @@ void put_image(Sink &sink, const CopiedImage &image, Nodes &nodes) {
     sink.put(R"(,"change":)");
     write_json_text(sink, change_names.at(static_cast<std::size_t>(image.change)));
     sink.put(R"(,"was":)");
-    put_array(sink, image.items, [&](const auto &item) { put_pair(sink, nodes.number(item.first), item.second); });
+    write_json_array(sink, image.items,
+                     [&](const auto &item) { put_pair(sink, nodes.number(item.first), item.second); });
     sink.put('}');
 }
 
@@ -79,7 +68,7 @@ void put_commit(Sink &sink, const CopiedCommit &commit, Nodes &nodes) {
     }
     if (commit.has_images) {
         sink.put(R"(,"records":)");
-        put_array(sink, commit.images, [&](const CopiedImage &image) { put_image(sink, image, nodes); });
+        write_json_array(sink, commit.images, [&](const CopiedImage &image) { put_image(sink, image, nodes); });
     }
     sink.put("}\n");
 }
@@ -229,7 +218,7 @@ void write_history(Sink &sink, const Transaction &transaction, const TurnPasswor
     sink.put(std::to_string(count));
     sink.put(commits_word);
     sink.put("\n{\"nodes\":");
-    put_array(sink, nodes.all(), [&sink](const SchemaNode *node) { write_json_text(sink, node->path); });
+    write_json_array(sink, nodes.all(), [&sink](const SchemaNode *node) { write_json_text(sink, node->path); });
     sink.put("}\n");
     copy_history(transaction, [&](CopiedCommit &commit) {
         turn_passwords(commit, turn);

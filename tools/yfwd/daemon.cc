@@ -9,6 +9,8 @@
 #include "base/text.h"
 #include "store/owner.h"
 
+#include <sys/resource.h>
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -117,6 +119,15 @@ EngineFiles files_of(const Options &options) {
     return files;
 }
 
+// Each connection takes one; the usual limit is less than the usual number of connections.
+void raise_descriptors() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        (void)::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
 // Of members, those below use those above, and go before them.
 class Daemon {
   public:
@@ -198,26 +209,18 @@ class Daemon {
     Metrics metrics_;
     Worker worker_;
     Reminder reminder_;
-    NetconfServer netconf_{.operations = operations_,
-                           .roles = roles_,
-                           .worker = worker_,
-                           .loop = loop_,
-                           .budget = budget_,
-                           .metrics = metrics_,
-                           .most_bytes = options_.message_mib << 20U,
-                           .log = log_line,
-                           .done = [this] { look_around(); },
-                           .hello_timeout = std::chrono::seconds(options_.hello_seconds)};
-    CommandServer command_{.service = service_,
-                           .roles = roles_,
-                           .worker = worker_,
-                           .loop = loop_,
-                           .budget = budget_,
-                           .metrics = metrics_,
-                           .most_bytes = options_.message_mib << 20U,
-                           .log = log_line,
-                           .status = [this] { return status_text(service_, start_); },
-                           .done = [this] { look_around(); }};
+    const Front front_{.roles = roles_,
+                       .worker = worker_,
+                       .loop = loop_,
+                       .budget = budget_,
+                       .metrics = metrics_,
+                       .most_bytes = options_.message_mib << 20U,
+                       .log = log_line,
+                       .done = [this] { look_around(); }};
+    NetconfServer netconf_{
+        .front = front_, .operations = operations_, .hello_timeout = std::chrono::seconds(options_.hello_seconds)};
+    CommandServer command_{
+        .front = front_, .service = service_, .status = [this] { return status_text(service_, start_); }};
     std::vector<std::unique_ptr<Listener>> listeners_;
     bool stops_ = false;
 };
@@ -225,6 +228,7 @@ class Daemon {
 } // namespace
 
 void run_daemon(const Options &options) {
+    raise_descriptors();
     Loop loop;
     std::function<void()> stop = [] {};
     loop.on_stop([&stop] { stop(); }); // the signals are blocked for the threads that follow

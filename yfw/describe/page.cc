@@ -25,18 +25,6 @@ void put_text(Sink &sink, std::string_view text) {
     write_json_text(sink, text);
 }
 
-template <typename Elements, typename Put>
-void put_array(Sink &sink, const Elements &elements, Put put) {
-    sink.put('[');
-    const char *between = "";
-    for (const auto &element : elements) {
-        sink.put(between);
-        put(element);
-        between = ",";
-    }
-    sink.put(']');
-}
-
 void put_member(Sink &sink, std::string_view name) {
     sink.put(',');
     put_text(sink, name);
@@ -61,7 +49,7 @@ template <typename Texts>
 void put_texts(Sink &sink, std::string_view name, const Texts &texts) {
     if (!texts.empty()) {
         put_member(sink, name);
-        put_array(sink, texts, [&sink](const std::string &text) { put_text(sink, text); });
+        write_json_array(sink, texts, [&sink](const std::string &text) { put_text(sink, text); });
     }
 }
 
@@ -81,7 +69,7 @@ void put_outcomes(Sink &sink, std::string_view name, const std::vector<Outcome> 
         return;
     }
     put_member(sink, name);
-    put_array(sink, outcomes, [&sink](const Outcome &outcome) {
+    write_json_array(sink, outcomes, [&sink](const Outcome &outcome) {
         sink.put(outcome.refused ? R"({"refused":true)" : R"({"refused":false)");
         put_flag(sink, "example", outcome.is_example);
         std::vector<std::string> values = outcome.values;
@@ -89,7 +77,7 @@ void put_outcomes(Sink &sink, std::string_view name, const std::vector<Outcome> 
         put_texts(sink, "values", values);
         if (!outcome.effects.empty()) {
             put_member(sink, "effects");
-            put_array(sink, outcome.effects, [&sink](const Effect &effect) { put_effect(sink, effect); });
+            write_json_array(sink, outcome.effects, [&sink](const Effect &effect) { put_effect(sink, effect); });
         }
         sink.put('}');
     });
@@ -163,7 +151,7 @@ void Page::put_notes(Sink &sink, const std::string &path) const {
     }
     if (!about.empty()) {
         put_member(sink, "notes");
-        put_array(sink, about, [&sink](std::size_t note) { sink.put(std::to_string(note)); });
+        write_json_array(sink, about, [&sink](std::size_t note) { sink.put(std::to_string(note)); });
     }
 }
 
@@ -285,7 +273,7 @@ Page::Parts Page::native() {
 
 void Page::put_parts(const char *name, const Parts &parts) {
     put_member(sink_, name);
-    put_array(sink_, parts, [this](const Parts::value_type &part) {
+    write_json_array(sink_, parts, [this](const Parts::value_type &part) {
         sink_.put(R"({"list":)");
         put_text(sink_, engine_.schema().node(part.first.second).path);
         sink_.put(R"(,"below":{"of":"")");
@@ -300,8 +288,8 @@ void Page::put_parts(const char *name, const Parts &parts) {
 
 void Page::write() {
     sink_.put(R"({"notes":)");
-    put_array(sink_, engine_.mapping().description().notes,
-              [this](const MappingNote &note) { put_text(sink_, note.text); });
+    write_json_array(sink_, engine_.mapping().description().notes,
+                     [this](const MappingNote &note) { put_text(sink_, note.text); });
     put_parts("openconfig", openconfig());
     put_parts("native", native());
     sink_.put('}');

@@ -27,4 +27,17 @@ void write_document(Sink &sink, const Schema &schema, const Node *root, const Wr
 void write_json_value(Sink &sink, const Schema &schema, const Node *leaf);
 void write_json_text(Sink &sink, std::string_view text);
 
+// An array: put(element) writes each. Likewise.
+template <typename Elements, typename Put>
+void write_json_array(Sink &sink, const Elements &elements, Put put) {
+    sink.put('[');
+    const char *between = "";
+    for (const auto &element : elements) {
+        sink.put(between);
+        put(element);
+        between = ",";
+    }
+    sink.put(']');
+}
+
 } // namespace yfw
