@@ -308,6 +308,27 @@ class Life(unittest.TestCase):
                 self.assertTrue(not is_there or time.monotonic() - begin >= 2.9)
             self.check()
 
+    def test_counters(self):
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = free.getsockname()[1]
+
+        def ask(text):
+            with socket.create_connection(("127.0.0.1", port), SECONDS) as http:
+                http.sendall(text)
+                return b"".join(iter(lambda: http.recv(65536), b""))
+
+        with Daemon(self.directory, "--metrics", str(port)) as daemon, daemon.client() as client:
+            for body in (two_leaves(1, 65001), "<unknown/>", two_leaves(1, 65002)):
+                client.rpc(body)
+            found = ask(b"GET /metrics HTTP/1.1\r\nHost: x\r\n\r\n")
+            self.assertTrue(found.startswith(b"HTTP/1.1 200 "), found)
+            for line in (b'yfwd_requests_total{by="NETCONF",operation="edit-config",result="ok"} 2', b"yfwd_last_commit 2",
+                         b'{by="NETCONF",operation="other",result="operation-not-supported"} 1', b"yfwd_sessions 1"):
+                self.assertIn(line + b"\n", found)
+            for wrong in (b"GET / HTTP/1.0\n\n", b"x" * 10000, b"\r\n\r\n"):
+                self.assertTrue(ask(wrong).startswith(b"HTTP/1.1 404 "), wrong[:20])
+
     def test_the_command_hands_over(self):
         def yfw(text, *words):
             done = subprocess.run([PROGRAMS.command, "--db", daemon.db, *words], input=text, capture_output=True, text=True,

@@ -180,8 +180,12 @@ void NetconfSession::work(NetconfServer &server, const SharedLink &link, std::st
     std::string bytes;
     frame(bytes, answer.text, framing);
     wipe(answer.text);
-    answer_to(server, link, std::move(bytes), answer.closes);
+    const bool is_known = !answer.is_error || answer.result.find("operation-not-supported") != 0;
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - begin;
+    server.front.metrics.count("NETCONF", is_known && !answer.operation.empty() ? answer.operation : "other",
+                               answer.result.substr(0, answer.result.find(':')), took);
+    server.front.done();
+    answer_to(server, link, std::move(bytes), answer.closes); // who has it finds it counted
     std::array<char, 32> milliseconds{};
     std::snprintf(milliseconds.data(), milliseconds.size(), "%.1f ms", took.count());
     const std::string who = "session " + std::to_string(link->id) + " " + link->user + ": ";
@@ -190,10 +194,6 @@ void NetconfSession::work(NetconfServer &server, const SharedLink &link, std::st
     }
     server.front.log(who + (answer.operation.empty() ? "message" : answer.operation) + ": " + answer.result + ", " +
                      milliseconds.data());
-    const bool is_known = !answer.is_error || answer.result.find("operation-not-supported") != 0;
-    server.front.metrics.count("NETCONF", is_known && !answer.operation.empty() ? answer.operation : "other",
-                               answer.result.substr(0, answer.result.find(':')), took);
-    server.front.done();
 }
 
 } // namespace yfw::serve

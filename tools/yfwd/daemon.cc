@@ -192,7 +192,11 @@ class Daemon {
     void look_around() {
         reminder_.look();
         metrics_.set_sessions(service_.sessions().size());
-        metrics_.set_last_commit(newest_commit(store_.begin(Access::read)));
+        try {
+            metrics_.set_last_commit(newest_commit(store_.begin(Access::read)));
+        } catch (const Unusable &failure) {
+            log_line(std::string("the store cannot be read: ") + visible(failure.what()));
+        }
     }
 
     const Options &options_;
