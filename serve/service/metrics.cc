@@ -30,7 +30,8 @@ std::string Metrics::text() const {
     std::string seconds = "# TYPE yfwd_request_seconds_total counter\n";
     for (const auto &[labels, sum] : requests_) {
         const auto &[by, operation, result] = labels;
-        const std::string of = "{by=\"" + by + "\",operation=\"" + operation + "\",result=\"" + result + "\"} ";
+        std::string of = "{by=\"";
+        of.append(by).append("\",operation=\"").append(operation).append("\",result=\"").append(result).append("\"} ");
         text += "yfwd_requests_total" + of + std::to_string(sum.count) + '\n';
         seconds += "yfwd_request_seconds_total" + of + std::to_string(sum.seconds) + '\n';
     }

@@ -13,6 +13,7 @@
 #include "read/parts.h"
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -58,7 +59,12 @@ class EditRun {
     void verify();
     void verify_nodes(std::span<const Node *const> nodes);
     MapResult map_round(Request &request, Round round, Node *source);
-    void apply_round(Request &request, Round round);
+    void check_round(Request &request, Round round) const;
+    void apply_checked(Request &request, Round round);
+    void apply_round(Request &request, Round round) {
+        check_round(request, round);
+        apply_checked(request, round);
+    }
     Request &new_request() { return *result_.requests.emplace_back(ground_.request(YFW_KIND_EDIT)); }
     Node *root() { return new_root(arena_, ground_.schema); }
 
@@ -84,12 +90,16 @@ MapResult EditRun::map_round(Request &request, Round round, Node *source) {
     return round == Round::deletes ? map_goes(request, ground) : map_sets(request, ground);
 }
 
-void EditRun::apply_round(Request &request, Round round) {
-    Node *native = request.destination();
+void EditRun::check_round(Request &request, Round round) const {
     if (round == Round::deletes) {
-        keep_deletes(native);
+        keep_deletes(request.destination());
     }
-    check_native(ground_.schema, native);
+    check_native(ground_.schema, request.destination());
+}
+
+// What is refused here is refused for good: a part of it is in the transaction.
+void EditRun::apply_checked(Request &request, Round round) {
+    Node *native = request.destination();
     apply_edit(transaction_, native, round);
     if (++round_count_ == 1) {
         rounds_ = native;
@@ -320,28 +330,42 @@ void EditRun::settle() {
     }
 }
 
-// False when the mapping refuses to.
+// False when the mapping refuses to; what it did before that stands.
 bool EditRun::mend(const Comparison &comparison) {
-    try {
-        if (comparison.surplus != nullptr) {
-            Request &request = new_request();
-            map_round(request, Round::deletes, comparison.surplus);
-            apply_round(request, Round::deletes);
+    const auto maps = [this](Request &request, Round round, const std::function<Node *()> &tree) {
+        try {
+            map_round(request, round, tree());
+            check_round(request, round);
+            return true;
+        } catch (const Refused &) {
+            return false;
         }
-        Node *missing = comparison.missing == nullptr ? root() : comparison.missing;
-        if (const Node *partners = partners_of(arena_, ground_.mapping, comparison); partners->first() != nullptr) {
+    };
+    if (comparison.surplus != nullptr) {
+        Request &request = new_request();
+        if (!maps(request, Round::deletes, [&comparison] { return comparison.surplus; })) {
+            return false;
+        }
+        apply_checked(request, Round::deletes);
+    }
+    Node *missing = comparison.missing == nullptr ? root() : comparison.missing;
+    const Node *partners = partners_of(arena_, ground_.mapping, comparison);
+    if (missing->first() == nullptr && partners->first() == nullptr) {
+        return true;
+    }
+    Request &request = new_request();
+    const auto with_partners = [&] {
+        if (partners->first() != nullptr) {
             const auto found = read_parts(ground_, partners, transaction_);
             copy_into(arena_, missing, found->destination(), YFW_OP_NONE);
         }
-        if (missing->first() != nullptr) {
-            Request &request = new_request();
-            map_round(request, Round::sets, missing);
-            apply_round(request, Round::sets);
-        }
-        return true;
-    } catch (const Refused &) {
+        return missing;
+    };
+    if (!maps(request, Round::sets, with_partners)) {
         return false;
     }
+    apply_checked(request, Round::sets);
+    return true;
 }
 
 // What differs in the end.
